@@ -1,0 +1,56 @@
+# How every target of this tree is compiled, and the two helpers that make libraries and programs.
+
+include(GenerateExportHeader)
+
+if(PROJECT_IS_TOP_LEVEL)
+    set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+    set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+    set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+    find_program(TAMRA_CCACHE ccache)
+    if(TAMRA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+        set(CMAKE_CXX_COMPILER_LAUNCHER ${TAMRA_CCACHE})
+    endif()
+endif()
+
+add_library(TamraCompileOptions INTERFACE)
+target_compile_features(TamraCompileOptions INTERFACE cxx_std_20)
+# Contraction to fused multiply-add differs from machine to machine; saved scenes must not.
+target_compile_options(TamraCompileOptions INTERFACE
+    $<$<CXX_COMPILER_ID:GNU,Clang>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -ffp-contract=off>
+    $<$<CXX_COMPILER_ID:MSVC>:/W4 /WX /fp:precise /utf-8>)
+if(TAMRA_SANITIZE)
+    target_compile_options(TamraCompileOptions INTERFACE
+        -fsanitize=${TAMRA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(TamraCompileOptions INTERFACE -fsanitize=${TAMRA_SANITIZE})
+endif()
+
+# tamra_add_library(<Name> <folder>): the shared library of everything below the folder, with hidden
+# visibility and the generated header "<folder>/export.h" that defines <NAME>_API.
+function(tamra_add_library name folder)
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp ${PROJECT_SOURCE_DIR}/${folder}/*.h)
+    add_library(${name} SHARED ${sources})
+    add_library(TamraGameEngine::${name} ALIAS ${name})
+    set_target_properties(${name} PROPERTIES
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR})
+    string(TOUPPER ${name} upper)
+    generate_export_header(${name}
+        EXPORT_MACRO_NAME ${upper}_API
+        EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/generated/${folder}/export.h)
+    target_include_directories(${name} PUBLIC
+        $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+        $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/generated>
+        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+    target_compile_features(${name} PUBLIC cxx_std_20)
+    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:TamraCompileOptions>)
+    set_property(GLOBAL APPEND PROPERTY TAMRA_LIBRARIES ${name})
+    set_property(GLOBAL APPEND PROPERTY TAMRA_LIBRARY_FOLDERS ${folder})
+endfunction()
+
+# tamra_add_program(<name> <source>...): a program in bin/ that links the product.
+function(tamra_add_program name)
+    add_executable(${name} ${ARGN})
+    target_link_libraries(${name} PRIVATE TamraCompileOptions TamraGameEngine)
+endfunction()

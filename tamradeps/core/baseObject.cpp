@@ -1,0 +1,8 @@
+#include "tamradeps/core/baseObject.h"
+
+BaseObject::~BaseObject() = default;
+
+const char* BaseObject::GetTypeString()
+{
+    return "BaseObject";
+}

@@ -1,0 +1,100 @@
+#include "tamradeps/core/log.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/spdlog.h>
+
+namespace tamra::log
+{
+namespace
+{
+struct State
+{
+    std::vector<Sink*> sinks;
+    std::vector<Sink*> writing;
+    bool standardError = true;
+    spdlog::logger logger{"tamra", std::make_shared<spdlog::sinks::stderr_sink_st>()};
+
+    State()
+    {
+        logger.set_pattern("%v");
+        logger.flush_on(spdlog::level::info);
+    }
+};
+
+// Never destroyed: objects that die at exit may still log.
+State& GetState()
+{
+    static State& state = *new State;
+    return state;
+}
+
+const char* GetPrefix(Level level)
+{
+    switch (level)
+    {
+    case Level::Warning: return "[WARNING] ";
+    case Level::Error: return "[ERROR] ";
+    default: return "";
+    }
+}
+} // namespace
+
+Sink::~Sink()
+{
+    RemoveSink(*this);
+}
+
+void AddSink(Sink& sink)
+{
+    auto& sinks = GetState().sinks;
+    if (std::find(sinks.begin(), sinks.end(), &sink) == sinks.end())
+        sinks.push_back(&sink);
+}
+
+void RemoveSink(Sink& sink)
+{
+    std::erase(GetState().sinks, &sink);
+}
+
+void SetStandardErrorEnabled(bool enabled)
+{
+    GetState().standardError = enabled;
+}
+
+void Write(Level level, std::string_view text)
+{
+    State& state = GetState();
+    std::string line = GetPrefix(level);
+    line += text;
+    if (state.standardError)
+        state.logger.log(spdlog::level::info, line);
+
+    const std::vector<Sink*> receivers = state.sinks;
+    for (Sink* sink : receivers)
+    {
+        const auto contains = [sink](const std::vector<Sink*>& list)
+        { return std::find(list.begin(), list.end(), sink) != list.end(); };
+        if (!contains(state.sinks) || contains(state.writing))
+            continue;
+        state.writing.push_back(sink);
+        sink->Write(level, line);
+        state.writing.pop_back();
+    }
+}
+
+std::string Quoted(std::string_view text, std::size_t maxLength)
+{
+    std::string result(text.substr(0, maxLength));
+    for (char& c : result)
+    {
+        if (static_cast<unsigned char>(c) < 32 || c == 127)
+            c = '?';
+    }
+    if (text.size() > maxLength)
+        result += "...";
+    return result;
+}
+} // namespace tamra::log

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "tamradeps/export.h"
+
+/// The log: lines of text that go to every registered sink. Errors and warnings carry the prefixes "[ERROR] " and
+/// "[WARNING] ". At the start there is one sink, standard error; the console and tests add their own.
+namespace tamra::log
+{
+enum class Level
+{
+    Info,
+    Warning,
+    Error
+};
+
+/// Receives whole lines, prefix included, without a line end. A sink may log itself: such a line reaches the other
+/// sinks only.
+class TAMRADEPS_API Sink
+{
+public:
+    Sink() = default;
+    Sink(const Sink&) = delete;
+    Sink& operator=(const Sink&) = delete;
+    /// Leaves the log.
+    virtual ~Sink();
+    virtual void Write(Level level, std::string_view line) = 0;
+};
+
+/// Adds a sink; it is not owned and leaves by itself when destroyed. Adding a sink twice has no effect.
+TAMRADEPS_API void AddSink(Sink& sink);
+TAMRADEPS_API void RemoveSink(Sink& sink);
+
+/// Turns the sink on standard error on or off (on at the start).
+TAMRADEPS_API void SetStandardErrorEnabled(bool enabled);
+
+TAMRADEPS_API void Write(Level level, std::string_view text);
+
+inline void Info(std::string_view text) { Write(Level::Info, text); }
+inline void Warning(std::string_view text) { Write(Level::Warning, text); }
+inline void Error(std::string_view text) { Write(Level::Error, text); }
+
+/// The text with its control characters (line ends, escape sequences) shown as '?' and cut at `maxLength` bytes, so
+/// that a name from a file cannot forge or flood log lines.
+TAMRADEPS_API std::string Quoted(std::string_view text, std::size_t maxLength = 120);
+} // namespace tamra::log

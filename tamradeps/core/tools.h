@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tamradeps/export.h"
+
+// String helpers. Case is that of ASCII letters; every other byte, UTF-8 sequences included, stays as it is.
+
+TAMRADEPS_API std::string Tools_StringToUppercase(std::string_view text);
+TAMRADEPS_API std::string Tools_StringToLowercase(std::string_view text);
+
+/// The text without spaces, tabs and line ends at both ends.
+TAMRADEPS_API std::string_view Tools_StringTrim(std::string_view text) noexcept;
+
+/// The pieces between the separators; n separators give n + 1 pieces, empty ones included.
+TAMRADEPS_API std::vector<std::string_view> Tools_StringSplit(std::string_view text, char separator);
+
+/// The last three characters of a file name in upper case ("town.sdb" gives "SDB"); shorter names are given whole.
+TAMRADEPS_API std::string Tools_FileExtension3(std::string_view fileName);
+
+/// True when the bytes are well-formed UTF-8 (no overlong forms, surrogates, or values above U+10FFFF).
+TAMRADEPS_API bool Tools_IsValidUtf8(std::string_view text) noexcept;
