@@ -1,9 +1,13 @@
 #pragma once
 
+#include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "gameengine/engine/entityArraySaveLoad.h"
+#include "gameengine/engine/interfaceArrayManager.h"
+#include "gameengine/engine/interfaceCollection.h"
 #include "gameengine/export.h"
 #include "tamradeps/core/refPtr.h"
 
@@ -15,7 +19,8 @@
 class TAMRAGAMEENGINE_API CEntityArray_SaveLoad_Serialized : public CEntityArray_SaveLoad_Base
 {
 public:
-    /// Names are resolved as for the database. The scene must outlive the back end.
+    /// Names are resolved as for the database. A scene without an array manager is reported; nothing can then be saved or
+    /// loaded.
     CEntityArray_SaveLoad_Serialized(const char* file, CInterfaceCollection* scene);
     ~CEntityArray_SaveLoad_Serialized() override;
 
@@ -34,9 +39,9 @@ public:
 
 private:
     bool i_Write(std::span<CEntity* const> entities);
-    bool i_ReadEntities(std::span<const std::byte> content, const float* min, const float* max);
 
     RefPtr<CInterfaceCollection> m_scene;
+    RefPtr<CInterfaceArrayManager> m_manager;
     std::string m_path;
     std::vector<RefPtr<CEntity>> m_entities; // loaded or saved by this back end
     bool m_sceneAddition = true;
