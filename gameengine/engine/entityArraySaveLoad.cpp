@@ -1,11 +1,11 @@
 #include "gameengine/engine/entityArraySaveLoad.h"
 
-#include <memory>
-#include <string>
-
 #include "gameengine/engine/entityArraySaveLoadSerialized.h"
 #include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
 #include "tamradeps/core/tools.h"
+
+#include <memory>
+#include <string>
 
 CEntityArray_SaveLoad_Base::~CEntityArray_SaveLoad_Base() = default;
 

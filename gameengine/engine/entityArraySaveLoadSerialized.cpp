@@ -1,9 +1,5 @@
 #include "gameengine/engine/entityArraySaveLoadSerialized.h"
 
-#include <algorithm>
-#include <cstring>
-#include <utility>
-
 #include "gameengine/engine/entityStorage.h"
 #include "tamradeps/core/crc64.h"
 #include "tamradeps/core/log.h"
@@ -11,6 +7,10 @@
 #include "tamradeps/io/utf8Path.h"
 #include "tamradeps/udb/udbGroup.h"
 #include "tamradeps/udb/udbReadWriteBinary.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
 
 namespace
 {
@@ -61,7 +61,8 @@ const char* SplitFile(std::span<const std::byte> content, std::vector<std::span<
 } // namespace
 
 CEntityArray_SaveLoad_Serialized::CEntityArray_SaveLoad_Serialized(const char* file, CInterfaceCollection* scene)
-    : m_scene(scene), m_manager(entityStorage::GetManager(scene))
+    : m_scene(scene),
+      m_manager(entityStorage::GetManager(scene))
 {
     // Absolute, so that reading does not look for it in the asset folders first.
     std::error_code ignored;

@@ -1,16 +1,16 @@
 #include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
 
-#include <algorithm>
-#include <limits>
-#include <string>
-#include <utility>
-
 #include "gameengine/engine/entityStorage.h"
 #include "tamradeps/core/crc64.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
 #include "tamradeps/sqlite/transaction.h"
 #include "tamradeps/udb/udbGroup.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <utility>
 
 namespace
 {
@@ -37,7 +37,8 @@ using Step = sqlite::query::Step;
 } // namespace
 
 CEntityArray_SaveLoad_SqliteDB::CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene)
-    : m_scene(scene), m_manager(nullptr)
+    : m_scene(scene),
+      m_manager(nullptr)
 {
     if (m_database.open(GetFileSystem().GetTemporaryFilePath(file ? file : "")) && m_database.tableExists("entities"))
         i_Prepare();
@@ -159,8 +160,8 @@ CEntity* CEntityArray_SaveLoad_SqliteDB::i_LoadBlob(std::int64_t row, std::span<
     return FindEntity(row);
 }
 
-// The hash by which a save will see that a loaded entity has not changed. Components of unknown types are not loaded: the
-// row is still not to be written, and so to lose them, before somebody changes the rest.
+// The hash by which a save will see that a loaded entity has not changed. Components of unknown types are not loaded:
+// the row is still not to be written, and so to lose them, before somebody changes the rest.
 std::uint64_t CEntityArray_SaveLoad_SqliteDB::i_HashUnchanged(CEntity* entity, UDBGroup& group,
                                                               std::uint64_t storedHash)
 {
@@ -208,16 +209,17 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveInTransaction(WriteRows writeRows)
 bool CEntityArray_SaveLoad_SqliteDB::Save()
 {
     return i_SaveInTransaction(
-        [this]
-        {
-            const CEntityArray& entities = *m_manager->GetArray();
-            for (int i = 0; i < entities.GetCount(); ++i)
-            {
-                if (!i_SaveEntity(entities.Get(i)))
-                    return false;
-            }
-            return i_DeleteRows();
-        }) && (m_rowsToDelete.clear(), true);
+               [this]
+               {
+                   const CEntityArray& entities = *m_manager->GetArray();
+                   for (int i = 0; i < entities.GetCount(); ++i)
+                   {
+                       if (!i_SaveEntity(entities.Get(i)))
+                           return false;
+                   }
+                   return i_DeleteRows();
+               }) &&
+           (m_rowsToDelete.clear(), true);
 }
 
 bool CEntityArray_SaveLoad_SqliteDB::SaveEntities(std::span<CEntity* const> entities)
@@ -233,7 +235,8 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
     UDBGroup* group = m_data.AllocateGroup();
     if (!i_Serialize(entity, *group))
     {
-        tamra::log::Error(m_database.getPath() + ": the data of an entity cannot be written: it is too large or too deep");
+        tamra::log::Error(m_database.getPath() +
+                          ": the data of an entity cannot be written: it is too large or too deep");
         return false;
     }
     const std::uint64_t hash = HashCRC64Data(m_buffer.data(), m_buffer.size());

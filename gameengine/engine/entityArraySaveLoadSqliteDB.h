@@ -1,12 +1,5 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <span>
-#include <unordered_map>
-#include <unordered_set>
-#include <vector>
-
 #include "gameengine/engine/entityArraySaveLoad.h"
 #include "gameengine/engine/interfaceArrayManager.h"
 #include "gameengine/engine/interfaceCollection.h"
@@ -16,6 +9,13 @@
 #include "tamradeps/sqlite/query.h"
 #include "tamradeps/udb/udbDatabase.h"
 #include "tamradeps/udb/udbReadWriteBinary.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
 
 class UDBGroup;
 
@@ -35,8 +35,8 @@ class UDBGroup;
 class TAMRAGAMEENGINE_API CEntityArray_SaveLoad_SqliteDB : public CEntityArray_SaveLoad_Base
 {
 public:
-    /// Opens the file, or makes it. A relative name starts at the file system's temporary folder, which is the current one
-    /// unless set. A scene without an array manager is reported; nothing can then be saved or loaded.
+    /// Opens the file, or makes it. A relative name starts at the file system's temporary folder, which is the current
+    /// one unless set. A scene without an array manager is reported; nothing can then be saved or loaded.
     CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene);
     ~CEntityArray_SaveLoad_SqliteDB() override;
 
@@ -51,8 +51,8 @@ public:
     bool CreateEmpty() override;
     void ClearCache() override;
     void RemoveEntity(CEntity* entity) override;
-    /// Forgets the entity and deletes its row with the next `Save`; until then the row is not loaded again. Take the entity
-    /// out of the scene too, or the next save stores it anew. Without a row, nothing happens.
+    /// Forgets the entity and deletes its row with the next `Save`; until then the row is not loaded again. Take the
+    /// entity out of the scene too, or the next save stores it anew. Without a row, nothing happens.
     void DeleteEntity(CEntity* entity);
 
     CEntity* Get(int i) override;
@@ -73,7 +73,8 @@ public:
     /// Appends the ids of all rows with a position in the box (bounds included, null for open), loaded or not, without
     /// reading their data.
     bool CollectRows(const float* min, const float* max, std::vector<std::int64_t>& rows);
-    /// Loads one row, as `Load` does; null when it is gone or unreadable. An entity that is loaded already is given back.
+    /// Loads one row, as `Load` does; null when it is gone or unreadable. An entity that is loaded already is given
+    /// back.
     CEntity* LoadRow(std::int64_t row);
 
     /// Rows read, inserted, updated and deleted since the back end was made; of failed saves, none.
@@ -131,7 +132,8 @@ private:
     bool m_prepared = false;
 
     std::vector<Cached> m_cache;
-    // By entity index: the place in m_cache, kNoSlot, or kWritten while a save has written the entity for the first time.
+    // By entity index: the place in m_cache, kNoSlot, or kWritten while a save has written the entity for the first
+    // time.
     std::vector<std::int32_t> m_slots;
     std::unordered_map<std::int64_t, std::int32_t> m_slotByRow;
     std::unordered_set<std::int64_t> m_rowsToDelete;

@@ -1,10 +1,10 @@
 #include "gameengine/engine/entityStorage.h"
 
-#include <cmath>
-
 #include "gameengine/engine/componentRuntimeData.h"
 #include "gameengine/engine/componentTransform.h"
 #include "tamradeps/core/assertion.h"
+
+#include <cmath>
 
 namespace entityStorage
 {

@@ -1,16 +1,19 @@
 #include "gameengine/engine/sceneStreamer.h"
 
-#include <algorithm>
-#include <cmath>
-#include <limits>
-
 #include "gameengine/engine/componentTransform.h"
 #include "gameengine/engine/entityArray.h"
 #include "gameengine/engine/entityStorage.h"
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
 namespace
 {
 constexpr std::uint64_t kRetryFrames = 300;
+// Asking which rows a cell has walks an index: a few cells a frame keep the frame short.
+constexpr std::size_t kCellsStartedPerFrame = 4;
 
 CSceneStreamer::Settings WithDefaults(CSceneStreamer::Settings settings)
 {
@@ -24,6 +27,8 @@ CSceneStreamer::Settings WithDefaults(CSceneStreamer::Settings settings)
         settings.keepRadius = settings.loadRadius;
     if (settings.rowBudget <= 0)
         settings.rowBudget = defaults.rowBudget;
+    // Every frame looks at all cells within reach.
+    settings.cellSize = std::max(settings.cellSize, settings.loadRadius / 64.0F);
     return settings;
 }
 
@@ -43,7 +48,9 @@ std::size_t CSceneStreamer::CellKeyHash::operator()(CellKey key) const noexcept
 }
 
 CSceneStreamer::CSceneStreamer(CEntityArray_SaveLoad_SqliteDB& store, CEntityArray& array, const Settings& settings)
-    : m_store(store), m_array(array), m_settings(WithDefaults(settings)),
+    : m_store(store),
+      m_array(array),
+      m_settings(WithDefaults(settings)),
       m_arrayChanged([this](const EventMessage& message) { i_OnArrayChanged(message); })
 {
     for (int i = 0; i < array.GetCount(); ++i)
@@ -148,20 +155,29 @@ void CSceneStreamer::i_StartCells(CVector3 focus)
     const auto cellSize = static_cast<double>(m_settings.cellSize);
     const auto x = static_cast<double>(focus.x);
     const auto y = static_cast<double>(focus.y);
+    m_wanted.clear();
     for (std::int32_t cy = ToCellNumber(y - radius, cellSize); cy <= ToCellNumber(y + radius, cellSize); ++cy)
     {
         for (std::int32_t cx = ToCellNumber(x - radius, cellSize); cx <= ToCellNumber(x + radius, cellSize); ++cx)
         {
             const CellKey key{cx, cy};
             const auto found = m_cells.find(key);
-            if ((found != m_cells.end() && found->second->state != Cell::State::Idle) ||
-                i_GetDistance(key, focus) > radius)
-                continue;
-            Cell& cell = found != m_cells.end() ? *found->second : i_GetCell(key);
-            if (cell.retryFrame > m_frame || !i_StartCell(cell))
-                ++m_statistics.pendingCells;
+            if ((found == m_cells.end() || found->second->state == Cell::State::Idle) &&
+                i_GetDistance(key, focus) <= radius)
+                m_wanted.push_back(key);
         }
     }
+    const auto begun = std::min(m_wanted.size(), kCellsStartedPerFrame);
+    std::partial_sort(m_wanted.begin(), m_wanted.begin() + static_cast<std::ptrdiff_t>(begun), m_wanted.end(),
+                      [&](CellKey a, CellKey b) { return i_GetDistance(a, focus) < i_GetDistance(b, focus); });
+    m_started = 0;
+    for (std::size_t i = 0; i < begun; ++i)
+    {
+        Cell& cell = i_GetCell(m_wanted[i]);
+        if (cell.retryFrame <= m_frame && i_StartCell(cell))
+            ++m_started;
+    }
+    m_statistics.pendingCells += static_cast<int>(m_wanted.size()) - m_started;
 }
 
 bool CSceneStreamer::i_StartCell(Cell& cell)
@@ -171,8 +187,8 @@ bool CSceneStreamer::i_StartCell(Cell& cell)
     { return static_cast<float>(number * static_cast<double>(m_settings.cellSize)); };
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     const float min[] = {low(cell.key.x), low(cell.key.y), -kInfinity};
-    const float max[] = {std::nextafter(low(cell.key.x + 1), -kInfinity), std::nextafter(low(cell.key.y + 1), -kInfinity),
-                         kInfinity};
+    const float max[] = {std::nextafter(low(cell.key.x + 1), -kInfinity),
+                         std::nextafter(low(cell.key.y + 1), -kInfinity), kInfinity};
     cell.rows.clear();
     cell.nextRow = 0;
     if (!m_store.CollectRows(min, max, cell.rows))
@@ -192,7 +208,8 @@ void CSceneStreamer::i_LoadRows(CVector3 focus)
     int budget = m_settings.rowBudget;
     while (budget > 0 && !m_loading.empty())
     {
-        const auto nearest = std::min_element(m_loading.begin(), m_loading.end(), [&](const Cell* a, const Cell* b)
+        const auto nearest = std::min_element(m_loading.begin(), m_loading.end(),
+                                              [&](const Cell* a, const Cell* b)
                                               { return i_GetDistance(a->key, focus) < i_GetDistance(b->key, focus); });
         Cell& cell = **nearest;
         for (; budget > 0 && cell.nextRow < cell.rows.size(); ++cell.nextRow)
@@ -232,7 +249,7 @@ void CSceneStreamer::i_ReleaseCells(CVector3 focus)
         std::erase(m_loading, &cell);
         cell.rows = {};
         cell.state = Cell::State::Idle;
-        if (!i_Release(cell, budget, true))
+        if (!i_Release(cell, budget))
         {
             cell.retryFrame = m_frame + kRetryFrames;
             m_failed = true;
@@ -242,35 +259,37 @@ void CSceneStreamer::i_ReleaseCells(CVector3 focus)
 }
 
 // Lets up to `budget` stored entities of the cell go. Those that have wandered into another cell move there instead.
-bool CSceneStreamer::i_Release(Cell& cell, std::size_t budget, bool refile)
+bool CSceneStreamer::i_Release(Cell& cell, std::size_t budget)
 {
     m_leaving.clear();
     for (std::size_t i = cell.entities.size(); i-- > 0 && m_leaving.size() < budget;)
     {
         CEntity* entity = cell.entities[i];
-        if (refile)
-        {
-            const auto found = m_cells.find(i_GetKey(entityStorage::GetPosition(*entity)));
-            if (found != m_cells.end() && found->second.get() != &cell && found->second->state != Cell::State::Idle)
-            {
-                i_Track(entity);
-                continue;
-            }
-        }
-        if (m_store.FindRow(entity) >= 0)
+        const auto found = m_cells.find(i_GetKey(entityStorage::GetPosition(*entity)));
+        if (found != m_cells.end() && found->second.get() != &cell && found->second->state != Cell::State::Idle)
+            i_Track(entity);
+        else if (m_store.FindRow(entity) >= 0)
             m_leaving.push_back(entity);
     }
+    return i_LetGo();
+}
+
+// Saves the entities in `m_leaving` and takes them out of the scene.
+bool CSceneStreamer::i_LetGo()
+{
     if (m_leaving.empty())
         return true;
     if (!m_store.SaveEntities(m_leaving))
         return false;
-    for (CEntity* entity : m_leaving)
+    const std::vector<RefPtr<CEntity>> leaving(m_leaving.begin(), m_leaving.end());
+    for (const auto& entity : leaving)
     {
-        const RefPtr<CEntity> keep(entity);
-        m_store.RemoveEntity(entity);
-        m_array.Remove(entity);
+        m_store.RemoveEntity(entity.Get());
+        // A listener may have taken it out before.
+        if (m_array.Contains(entity.Get()))
+            m_array.Remove(entity.Get());
     }
-    m_statistics.released += static_cast<int>(m_leaving.size());
+    m_statistics.released += static_cast<int>(leaving.size());
     return true;
 }
 
@@ -289,7 +308,7 @@ bool CSceneStreamer::Finish(CVector3 focus)
     do
     {
         Update(focus);
-    } while (!m_failed && (m_statistics.pendingCells > 0 || m_statistics.released > 0));
+    } while (!m_loading.empty() || m_started > 0 || m_statistics.released > 0);
     return !m_failed;
 }
 
@@ -304,16 +323,9 @@ bool CSceneStreamer::ReleaseAll()
                 m_leaving.push_back(entity);
         }
     }
-    if (!m_store.SaveEntities(m_leaving))
+    if (!i_LetGo())
         return false;
     m_loading.clear();
-    const std::vector<CEntity*> leaving = std::exchange(m_leaving, {});
-    for (CEntity* entity : leaving)
-    {
-        const RefPtr<CEntity> keep(entity);
-        m_store.RemoveEntity(entity);
-        m_array.Remove(entity);
-    }
     for (auto& [key, cell] : m_cells)
     {
         cell->state = Cell::State::Idle;
