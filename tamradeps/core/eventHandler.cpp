@@ -32,8 +32,6 @@ void CEventSubscription::Leave() noexcept
 CEventHandler::~CEventHandler()
 {
     DropAll();
-    for (Delivery* delivery = m_deliveries; delivery; delivery = delivery->outer)
-        delivery->handlerDied = true;
     if (m_list != &m_single)
         delete[] m_list;
 }
@@ -64,6 +62,9 @@ void CEventHandler::DropAll() noexcept
         }
     }
     m_used = 0;
+    for (Delivery* delivery = m_deliveries; delivery; delivery = delivery->outer)
+        delivery->ownerDied = true;
+    m_deliveries = nullptr;
 }
 
 std::int32_t CEventHandler::i_Join(CEventSubscription& subscription)
@@ -105,7 +106,7 @@ void CEventHandler::i_MakeRoom()
     m_capacity *= 2;
 }
 
-void CEventHandler::i_Deliver(const EventMessage& message)
+bool CEventHandler::i_Deliver(const EventMessage& message)
 {
     Delivery delivery{m_deliveries, false};
     m_deliveries = &delivery;
@@ -116,8 +117,9 @@ void CEventHandler::i_Deliver(const EventMessage& message)
         if (!subscription || !subscription->m_callback)
             continue;
         subscription->m_callback(message);
-        if (delivery.handlerDied)
-            return;
+        if (delivery.ownerDied)
+            return false;
     }
     m_deliveries = delivery.outer;
+    return true;
 }

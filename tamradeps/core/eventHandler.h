@@ -90,11 +90,11 @@ public:
     /// True when nobody listens.
     bool Empty() const noexcept { return m_used == 0; }
 
-    /// Delivers the event to everybody who listened when it was raised.
-    void Raise(std::int32_t id, const variant& first, const variant& second)
+    /// Delivers the event to everybody who listened when it was raised. False when a listener destroyed the handler or
+    /// its owner meanwhile: the caller, if it is that owner, must then return without touching its members.
+    bool Raise(std::int32_t id, const variant& first, const variant& second)
     {
-        if (m_used != 0)
-            i_Deliver({id, first, second});
+        return m_used == 0 || i_Deliver({id, first, second});
     }
 
     /// Lets every listener go, as the handler's death does. Called by owners that die before their handler.
@@ -110,12 +110,12 @@ private:
     struct Delivery
     {
         Delivery* outer;
-        bool handlerDied;
+        bool ownerDied;
     };
 
     std::int32_t i_Join(CEventSubscription& subscription);
     void i_Leave(std::int32_t position) noexcept;
-    void i_Deliver(const EventMessage& message);
+    bool i_Deliver(const EventMessage& message);
     void i_MakeRoom();
 
     std::uint32_t m_used = 0;
