@@ -9,7 +9,7 @@ preset=${PRESET:-release}
 (
     cd "$root"
     scripts/install-dependencies.sh
-    cmake --preset "$preset" --log-level=WARNING
+    cmake --preset "$preset" >/dev/null
     cmake --build --preset "$preset" --target sandbox -- --quiet
 ) >&2
 

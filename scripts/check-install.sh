@@ -14,7 +14,7 @@ cmake --install "$build" --prefix "$work/first" >/dev/null
 mv -- "$work/first" "$work/moved"
 prefix=$work/moved
 
-# Nothing installed may know where it was built or installed at first. (Debug information and asserted paths would.)
+# Nothing installed may know where it was built or installed at first.
 if grep -rlF -e "$root" -e "$work/first" "$prefix"; then
     echo "The files above name a folder of this machine." >&2
     exit 1
@@ -27,7 +27,7 @@ printf '%s\0' "${headers[@]}" | xargs -0 -P "$(nproc)" -I{} \
 echo "${#headers[@]} public headers compile alone"
 
 cmake -S "$root/tests/consumer" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-    -DCMAKE_PREFIX_PATH="$prefix" --log-level=WARNING
+    -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/build" -- --quiet
 libraries=$(ldd "$work/build/consumer")
 for library in libTamraDeps libTamraEngine libCorvex libTamraGameEngine; do

@@ -1,10 +1,10 @@
-#include <cstdint>
-#include <cstdio>
-#include <cstring>
-
 #include "tamradeps/core/crc64.h"
 #include "tamradeps/math/matrix.h"
 #include "tamraengine/renderer/renderer.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
 
 int main()
 {
