@@ -34,8 +34,8 @@ ROOMS = {
         "math": {"core"},
         "collision": {"core", "math"},
         "udb": {"core"},
-        "sqlite": {"core"},
         "io": {"core", "platform"},
+        "sqlite": {"core", "io"},
     },
     "gameengine": {"engine": set(), "gui": {"engine"}},
 }
