@@ -33,6 +33,7 @@ function(tamra_add_library name folder)
     set_target_properties(${name} PROPERTIES
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
+        INSTALL_RPATH "$ORIGIN"  # the libraries lie side by side, wherever the prefix is moved
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR})
     string(TOUPPER ${name} upper)
