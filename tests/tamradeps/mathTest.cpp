@@ -98,12 +98,15 @@ TEST(Matrix, ReadingAnglesBackIsTheInverse)
             angles.y = std::copysign(kPi / 2 - off, angles.y);
         }
         CMatrix m = Rotation(angles);
+        // Half of them with rounding error in every element, as products have.
+        const CMatrix parent = i % 8 < 4 ? CMatrix() : Rotation(RandomVector(random, kPi));
+        m = parent * (parent.Inverse() * m);
         const CMatrix plain = m;
         m.Scale3(random.Between(0.01F, 50.0F), random.Between(0.01F, 50.0F), 2.0F);
         const CVector3 read = m.GetEuler();
         ASSERT_LT(Difference(Rotation(read), plain), 4e-6F) << angles.x << ' ' << angles.y << ' ' << angles.z;
         ASSERT_TRUE(i % 2 == 0 || Distance(read, angles) < 1e-3F);
-        ASSERT_TRUE(i % 4 != 0 || read.z == 0.0F);
+        ASSERT_TRUE(i % 8 != 0 || read.z == 0.0F);
     }
 }
 

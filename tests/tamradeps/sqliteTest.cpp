@@ -8,7 +8,7 @@
 #include <fstream>
 #include <limits>
 #include <memory>
-#include <optional>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -219,9 +219,20 @@ TEST_F(SQLite, LocksOfOthersShowAtTheStart)
         EXPECT_EQ(Count(other), 0) << "reading goes on";
     }
     ASSERT_TRUE(m_database.execute("BEGIN EXCLUSIVE"));
-    const test::ExpectLog expected{"locked"};
-    EXPECT_FALSE(other.open(m_path)) << "the timeout holds for opening too";
-    EXPECT_FALSE(other.isOpen());
+    {
+        const test::ExpectLog expected{"locked"};
+        EXPECT_FALSE(other.open(m_path)) << "the timeout holds for opening too";
+        EXPECT_FALSE(other.isOpen());
+    }
+    other.setBusyTimeout(60000);
+    std::thread release(
+        [&]
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            m_database.execute("COMMIT");
+        });
+    EXPECT_TRUE(other.open(m_path)) << "waits for the lock";
+    release.join();
 }
 
 TEST_F(SQLite, WhatIsNoDatabaseIsRefusedAtOpen)
