@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <span>
 
-/// A growing array of pointers whose first `InlineCount` entries lie inside the object: short lists cost no heap memory.
-/// Copies copy the pointers.
+/// A growing array of pointers whose first `InlineCount` entries lie inside the object: short lists cost no heap
+/// memory. Copies copy the pointers.
 template <class T, std::uint32_t InlineCount>
 class CPointerArray
 {
@@ -81,5 +81,5 @@ private:
     T** m_items = m_inline;
     std::uint32_t m_count = 0;
     std::uint32_t m_capacity = InlineCount;
-    T* m_inline[InlineCount] = {};
+    T* m_inline[InlineCount];
 };
