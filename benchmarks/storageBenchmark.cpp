@@ -75,7 +75,7 @@ public:
                 store.CreateEmpty();
         }
         Check(sqlite3_open(path.c_str(), &m_connection));
-        Execute("PRAGMA cache_size=-65536; PRAGMA temp_store=MEMORY; PRAGMA synchronous=FULL");
+        Execute("PRAGMA cache_size=-65536; PRAGMA temp_store=MEMORY; PRAGMA synchronous=EXTRA");
     }
     RawDatabase(const RawDatabase&) = delete;
     RawDatabase& operator=(const RawDatabase&) = delete;
