@@ -1,8 +1,8 @@
 #include "tamradeps/core/eventHandler.h"
 
-#include <algorithm>
-
 #include "tamradeps/core/memoryDynamicPoolAllocator.h"
+
+#include <algorithm>
 
 namespace
 {
@@ -29,7 +29,7 @@ void CEventSubscription::Leave() noexcept
     m_position = -1;
 }
 
-CEventHandler::~CEventHandler()
+void CEventHandler::i_Destroy() noexcept
 {
     DropAll();
     if (m_list != &m_single)

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "tamradeps/core/refClass.h"
+#include "tamradeps/core/variant.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-
-#include "tamradeps/core/refClass.h"
-#include "tamradeps/core/variant.h"
 
 class CEventHandler;
 
@@ -70,15 +70,19 @@ private:
 /// handler together with its owner: delivery then goes on with those who still listen, or ends. Raising an event
 /// allocates nothing; with no listener it costs one comparison.
 ///
-/// A listener keeps its position while it stays, save that a list at least half empty is closed up, in order, instead of
-/// growing; the subscriptions then know their new positions.
+/// A listener keeps its position while it stays, save that a list at least half empty is closed up, in order, instead
+/// of growing; the subscriptions then know their new positions.
 class TAMRADEPS_API CEventHandler final : public RefClass
 {
 public:
     CEventHandler() noexcept = default;
     CEventHandler(const CEventHandler&) = delete;
     CEventHandler& operator=(const CEventHandler&) = delete;
-    ~CEventHandler() override;
+    ~CEventHandler() override
+    {
+        if (m_length != 0)
+            i_Destroy();
+    }
 
     const char* GetTypeString() override;
 
@@ -117,6 +121,7 @@ private:
     void i_Leave(std::int32_t position) noexcept;
     bool i_Deliver(const EventMessage& message);
     void i_MakeRoom();
+    void i_Destroy() noexcept;
 
     std::uint32_t m_used = 0;
     std::uint32_t m_length = 0;

@@ -1,0 +1,22 @@
+#include "gameengine/engine/componentTransformDirect.h"
+
+TAMRA_COMPONENT_IMPLEMENT(ComponentTransformDirect, CEntityComponentRepository);
+
+ComponentTransformDirect::ComponentTransformDirect(CEntity* entity) : ComponentTransform(entity) {}
+
+ComponentTransformDirect::~ComponentTransformDirect()
+{
+    i_Unregister(REPOSITORY(), this);
+}
+
+void ComponentTransformDirect::SetTransform(const CMatrix& matrix)
+{
+    m_transform = matrix;
+    if (i_RaiseEvent(kTransformChanged, variant(&m_transform, "CMatrix")))
+        i_UpdateBbox(m_transform);
+}
+
+const CMatrix& ComponentTransformDirect::GetTransform()
+{
+    return m_transform;
+}

@@ -1,0 +1,205 @@
+#include "gameengine/engine/entity.h"
+
+#include "gameengine/engine/entityArray.h"
+#include "gameengine/engine/entityComponent.h"
+#include "gameengine/engine/entityComponentTypeDatabase.h"
+#include "gameengine/engine/interfaceCollection.h"
+#include "tamradeps/core/assertion.h"
+#include "tamradeps/core/memoryDynamicPoolAllocator.h"
+#include "tamradeps/udb/udbGroup.h"
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace
+{
+constexpr const char* kModule = "gameengine/engine/entity";
+
+// The indices of all entities of the process. Never destroyed: entities may outlive static objects.
+struct EntityIndices
+{
+    std::int32_t next = 0;
+    std::vector<std::int32_t> released;
+
+    std::int32_t Take()
+    {
+        if (released.empty())
+            return next++;
+        const std::int32_t index = released.back();
+        released.pop_back();
+        return index;
+    }
+};
+
+EntityIndices& GetIndices()
+{
+    static auto& indices = *new EntityIndices;
+    return indices;
+}
+
+CMemoryDynamicPoolAllocator& GetPool()
+{
+    static auto& pool = *new CMemoryDynamicPoolAllocator(sizeof(CEntity), 256);
+    return pool;
+}
+
+std::int32_t g_liveCount = 0;
+std::uint32_t g_nextSerial = 0;
+} // namespace
+
+CEntity::CEntity(CInterfaceCollection* interfaces)
+    : m_interfaces(interfaces),
+      m_index(GetIndices().Take()),
+      m_serial(g_nextSerial++)
+{
+    if (!interfaces)
+        AssertionFailed(kModule, 52);
+    ++g_liveCount;
+}
+
+CEntity::~CEntity()
+{
+    --g_liveCount;
+    while (!m_arrays.IsEmpty())
+    {
+        CEntityArray* array = m_arrays[0];
+        array->i_Remove(this);
+        m_arrays.EraseFirst(array);
+    }
+    m_events.Raise(kDestroyed, variant(this, "CEntity"), variant(0));
+    i_DestroyComponents();
+    GetIndices().released.push_back(std::exchange(m_index, -1));
+}
+
+const char* CEntity::GetTypeString()
+{
+    return "CEntity";
+}
+
+void* CEntity::operator new(std::size_t size)
+{
+    return size == sizeof(CEntity) ? GetPool().Allocate() : ::operator new(size);
+}
+
+void CEntity::operator delete(void* memory, std::size_t size) noexcept
+{
+    if (size == sizeof(CEntity))
+        GetPool().Deallocate(memory);
+    else
+        ::operator delete(memory);
+}
+
+std::int32_t CEntity::GetLiveCount() noexcept
+{
+    return g_liveCount;
+}
+
+bool CEntity::HasComponent(const CEntityComponent* component) const noexcept
+{
+    const auto components = m_components.GetSpan();
+    return std::find(components.begin(), components.end(), component) != components.end();
+}
+
+void CEntity::RemoveComponent(CEntityComponent* component)
+{
+    if (!m_components.EraseFirst(component))
+        return;
+    component->m_inEntity = false;
+    i_RemovedComponent(component);
+}
+
+void CEntity::i_ScanInArrays(bool add)
+{
+    // A listener of a database may take the entity out of an array.
+    for (std::uint32_t i = 0; i < m_arrays.GetCount(); ++i)
+        m_arrays[i]->i_ScanComponents(this, add);
+}
+
+void CEntity::LockComponentList()
+{
+    m_componentListLocked = true;
+    i_ScanInArrays(false);
+}
+
+void CEntity::UnlockComponentList()
+{
+    m_componentListLocked = false;
+    i_ScanInArrays(true);
+    for (std::uint32_t i = 0; i < m_components.GetCount(); ++i)
+        m_components[i]->i_OnEntityUnlockComponentList();
+}
+
+void CEntity::i_AddedComponent(CEntityComponent* component)
+{
+    if (!m_componentListLocked)
+        AssertionFailed(kModule, 131);
+    m_events.Raise(kComponentAdded, variant(component, "CEntityComponent"), variant(this, "CEntity"));
+}
+
+void CEntity::i_RemovedComponent(CEntityComponent* component)
+{
+    if (!m_componentListLocked)
+        AssertionFailed(kModule, 139);
+    m_events.Raise(kComponentRemoved, variant(component, "CEntityComponent"), variant(this, "CEntity"));
+}
+
+void CEntity::i_AddedToArray(CEntityArray* array)
+{
+    const auto arrays = m_arrays.GetSpan();
+    const auto place = std::lower_bound(arrays.begin(), arrays.end(), array, std::less<CEntityArray*>());
+    if (place == arrays.end() || *place != array)
+        m_arrays.InsertAt(static_cast<std::uint32_t>(place - arrays.begin()), array);
+}
+
+void CEntity::i_RemovedFromArray(CEntityArray* array)
+{
+    m_arrays.EraseFirst(array);
+}
+
+void CEntity::i_DestroyComponents()
+{
+    const auto components = m_components;
+    m_components.Clear();
+    m_componentListLocked = true;
+    i_ScanInArrays(false);
+    for (CEntityComponent* component : components.GetSpan())
+        delete component;
+    UnlockComponentList();
+}
+
+void CEntity::SerializerSave(UDBGroup& group)
+{
+    const CEntityComponentTypeDatabase& types = CEntityComponentTypeDatabase::Instance();
+    for (std::uint32_t i = m_components.GetCount(); i-- > 0;)
+    {
+        CEntityComponent* component = m_components[i];
+        const char* type = std::as_const(*component).GetTypeString();
+        if (types.FindByName(type) < 0)
+            continue;
+        UDBGroup* data = group.AddNewGroup("component");
+        data->AddString("type", type);
+        component->SerializerSave(*data);
+    }
+}
+
+void CEntity::SerializerLoad(UDBGroup& group)
+{
+    CEntityComponentTypeDatabase& types = CEntityComponentTypeDatabase::Instance();
+    std::vector<std::pair<CEntityComponent*, UDBGroup*>> created;
+    for (const UDBEntry& entry : group)
+    {
+        if (entry.GetKind() != UDBEntry::Kind::Group || entry.GetKey() != "component")
+            continue;
+        UDBGroup* data = entry.GetGroup();
+        const char* type = data->GetString("type");
+        const int position = type ? types.FindByName(type) : -1;
+        if (position < 0)
+            continue;
+        if (CEntityComponent* component = types.Create(position, this))
+            created.emplace_back(component, data);
+    }
+    for (const auto& [component, data] : created)
+        component->SerializerLoad(*data);
+}

@@ -1,0 +1,120 @@
+#pragma once
+
+#include "gameengine/export.h"
+#include "tamradeps/core/eventHandler.h"
+#include "tamradeps/core/pointerArray.h"
+#include "tamradeps/core/refPtr.h"
+
+#include <cstddef>
+#include <cstdint>
+
+class CEntityArray;
+class CEntityComponent;
+class CInterfaceCollection;
+class UDBGroup;
+
+/// A thing in a scene: a counted bag of components with a small index that finds them.
+///
+/// The index is dense and recycled (the one released last is taken first); it is the key of every component repository
+/// and does not survive saving and loading. Components are added and removed only between `LockComponentList()` and
+/// `UnlockComponentList()`.
+///
+///     RefPtr<CEntity> entity = new CEntity(scene);
+///     entity->LockComponentList();
+///     ComponentTransformDirect::CreateComponent(entity.Get());
+///     entity->UnlockComponentList();
+///     array->Add(entity.Get());
+class TAMRAGAMEENGINE_API CEntity : public RefClass
+{
+public:
+    /// Events on `Events()`. The first value of the first two is the component ("CEntityComponent"), the second the
+    /// entity
+    /// ("CEntity"); `kDestroyed` has the entity and the integer 0.
+    enum Event : std::int32_t
+    {
+        kComponentAdded = 0,
+        kComponentRemoved = 1,
+        kDestroyed = 2
+    };
+
+    /// `interfaces`, the services of the scene, is required and referenced; a null one is reported.
+    explicit CEntity(CInterfaceCollection* interfaces);
+    CEntity(const CEntity&) = delete;
+    CEntity& operator=(const CEntity&) = delete;
+    /// Leaves its arrays, raises `kDestroyed`, deletes its components, releases its index.
+    ~CEntity() override;
+
+    const char* GetTypeString() override;
+
+    static void* operator new(std::size_t size);
+    static void operator delete(void* memory, std::size_t size) noexcept;
+
+    /// The component at a position of the list, which is in order of construction; null outside.
+    CEntityComponent* GetComponent(int i) const noexcept
+    {
+        return static_cast<std::uint32_t>(i) < m_components.GetCount() ? m_components[static_cast<std::uint32_t>(i)]
+                                                                       : nullptr;
+    }
+    int GetComponentCount() const noexcept { return static_cast<int>(m_components.GetCount()); }
+    /// Linear search. To find a component by type, ask the type's repository.
+    bool HasComponent(const CEntityComponent* component) const noexcept;
+    /// Takes the component out of the list without deleting it; it then belongs to the caller, who deletes it before
+    /// the entity dies.
+    void RemoveComponent(CEntityComponent* component);
+
+    /// The entity's component of a class, or null: one read of the class's repository.
+    ///
+    ///     if (auto* camera = entity->Find<ComponentCamera>())
+    template <class Component>
+    Component* Find() const
+    {
+        return static_cast<Component*>(Component::REPOSITORY().Find(static_cast<unsigned int>(m_index)));
+    }
+
+    /// Opens the list for changes: the arrays that hold the entity withdraw its components from their databases.
+    void LockComponentList();
+    /// Closes it: the arrays enter the components again, and each component is told.
+    void UnlockComponentList();
+    bool IsComponentListLocked() const noexcept { return m_componentListLocked; }
+
+    CEventHandler& Events() noexcept { return m_events; }
+
+    /// The index, -1 while the entity is being destroyed.
+    std::int32_t GetIndex() const noexcept { return m_index; }
+    /// Number of entities created before this one in the process, modulo 2^32.
+    std::uint32_t GetSerial() const noexcept { return m_serial; }
+
+    CInterfaceCollection& GetInterfaces() const noexcept { return *m_interfaces; }
+    CInterfaceCollection* GetInterfacesPtr() const noexcept { return m_interfaces.Get(); }
+
+    /// Adds a sub-group "component" for each component of a registered type, last constructed first, with the type's
+    /// name under "type". Other components are left out.
+    void SerializerSave(UDBGroup& group);
+    /// Creates a component for each sub-group of a known type, then lets each load; the list must be locked. All of
+    /// them exist before the first one loads.
+    void SerializerLoad(UDBGroup& group);
+
+    /// Entities alive in the process.
+    static std::int32_t GetLiveCount() noexcept;
+
+protected:
+    friend class CEntityArray;
+    friend class CEntityComponent;
+
+    void i_AddedComponent(CEntityComponent* component);
+    void i_RemovedComponent(CEntityComponent* component);
+    void i_AddedToArray(CEntityArray* array);
+    void i_RemovedFromArray(CEntityArray* array);
+    void i_DestroyComponents();
+
+private:
+    void i_ScanInArrays(bool add);
+
+    RefPtr<CInterfaceCollection> m_interfaces;
+    CPointerArray<CEntityComponent, 8> m_components;
+    CPointerArray<CEntityArray, 2> m_arrays; // sorted by address
+    std::int32_t m_index;
+    std::uint32_t m_serial;
+    CEventHandler m_events;
+    bool m_componentListLocked = false;
+};

@@ -1,0 +1,123 @@
+#include "gameengine/engine/entityArray.h"
+
+#include "gameengine/engine/entityComponent.h"
+#include "gameengine/engine/entityComponentDatabase.h"
+
+#include <algorithm>
+
+CEntityArray::CEntityArray() = default;
+
+CEntityArray::~CEntityArray()
+{
+    Clear();
+}
+
+const char* CEntityArray::GetTypeString()
+{
+    return "CEntityArray";
+}
+
+void CEntityArray::Add(CEntity* entity)
+{
+    const RefPtr<CEntity> keep(entity);
+    // Counted by hand: entities added twice hold two references and stand in the set once.
+    entity->_AddRef();
+    m_entities.Insert(entity);
+    i_ScanComponents(entity, true);
+    if (!m_events.Raise(kEntityAdded, variant(entity, "CEntity"), variant(this, "CEntityArray")))
+        return;
+    // A listener may have taken it out again.
+    if (m_entities.Contains(entity))
+        entity->i_AddedToArray(this);
+}
+
+void CEntityArray::Remove(CEntity* entity)
+{
+    const RefPtr<CEntity> keep(entity);
+    i_Remove(entity);
+    entity->_RemoveRef();
+}
+
+void CEntityArray::i_Remove(CEntity* entity)
+{
+    if (!m_events.Raise(kEntityRemoved, variant(entity, "CEntity"), variant(this, "CEntityArray")))
+        return;
+    i_ScanComponents(entity, false);
+    if (m_entities.Erase(entity))
+        entity->i_RemovedFromArray(this);
+}
+
+void CEntityArray::Clear()
+{
+    std::vector<CEntity*> entities;
+    entities.reserve(m_entities.GetCount());
+    for (std::size_t i = 0; i < m_entities.GetCount(); ++i)
+        entities.push_back(m_entities[i]);
+    for (CEntity* entity : entities)
+    {
+        // A listener may have removed it, and so deleted it.
+        if (m_entities.Contains(entity))
+            Remove(entity);
+    }
+}
+
+void CEntityArray::i_ScanComponents(CEntity* entity, bool add)
+{
+    // Locked entities are withdrawn until they are unlocked.
+    if (m_componentDatabases.empty() || (add && entity->IsComponentListLocked()))
+        return;
+    for (int i = 0; i < entity->GetComponentCount(); ++i)
+    {
+        CEntityComponent* component = entity->GetComponent(i);
+        CEntityComponentDatabase* database = FindComponentDatabase(component->GetType());
+        if (!database)
+            continue;
+        if (add)
+            database->Add(component);
+        else
+            database->Remove(component);
+    }
+}
+
+CEntityComponentDatabase* CEntityArray::FindComponentDatabase(std::int32_t typeId) const noexcept
+{
+    for (const DatabaseEntry& entry : m_componentDatabases)
+    {
+        if (entry.typeId >= typeId)
+            return entry.typeId == typeId ? entry.database.get() : nullptr;
+    }
+    return nullptr;
+}
+
+CEntityComponentDatabase* CEntityArray::CreateComponentDatabase(std::int32_t typeId)
+{
+    if (CEntityComponentDatabase* existing = FindComponentDatabase(typeId))
+        return existing;
+    const auto place = std::lower_bound(m_componentDatabases.begin(), m_componentDatabases.end(), typeId,
+                                        [](const DatabaseEntry& entry, std::int32_t id) { return entry.typeId < id; });
+    CEntityComponentDatabase* database =
+        m_componentDatabases.insert(place, {typeId, std::make_unique<CEntityComponentDatabase>()})->database.get();
+    for (std::size_t i = 0; i < m_entities.GetCount(); ++i)
+    {
+        const CEntity* entity = m_entities[i];
+        if (entity->IsComponentListLocked())
+            continue;
+        for (int k = 0; k < entity->GetComponentCount(); ++k)
+        {
+            if (CEntityComponent* component = entity->GetComponent(k); component->GetType() == typeId)
+                database->Add(component);
+        }
+    }
+    return database;
+}
+
+CEntityComponent* CEntityArray::FindFirstComponentByType(std::int32_t typeId)
+{
+    return CreateComponentDatabase(typeId)->Get(0);
+}
+
+bool CEntityArray::Validate() const
+{
+    return m_entities.Validate() && std::all_of(m_componentDatabases.begin(), m_componentDatabases.end(),
+                                                [](const DatabaseEntry& entry) { return entry.database->Validate(); });
+}

@@ -1,0 +1,247 @@
+#include "gameengine/engine/entityComponent.h"
+
+#include "gameengine/engine/entity.h"
+#include "gameengine/engine/entityComponentDatabase.h"
+#include "tamradeps/core/assertion.h"
+#include "tamradeps/udb/udbGroup.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace
+{
+constexpr const char* kModule = "gameengine/engine/entityComponent";
+
+constexpr const char* kVectorKeys[] = {"x", "y", "z"};
+constexpr const char* kColorKeys[] = {"r", "g", "b", "a"};
+
+std::span<const char* const> GetMemberKeys(std::int32_t kind)
+{
+    return kind == CEntityComponentProperty::kVector3 ? std::span<const char* const>(kVectorKeys)
+                                                      : std::span<const char* const>(kColorKeys);
+}
+
+// Truncates toward zero; what does not fit becomes the nearest integer that does, NaN becomes 0.
+std::int32_t ToInt(double value)
+{
+    using Limits = std::numeric_limits<std::int32_t>;
+    if (std::isnan(value))
+        return 0;
+    return static_cast<std::int32_t>(std::clamp<double>(value, Limits::min(), Limits::max()));
+}
+} // namespace
+
+CEntityComponent::CEntityComponent(std::int32_t type, CEntity* entity) : m_type(type), m_entity(entity)
+{
+    i_Constructor();
+}
+
+CEntityComponent::CEntityComponent(const CEntityComponent& other) noexcept
+    : BaseObject(other),
+      m_type(other.m_type),
+      m_entity(other.m_entity)
+{
+}
+
+CEntityComponent& CEntityComponent::operator=(const CEntityComponent& other) noexcept
+{
+    m_type = other.m_type;
+    if (!m_inEntity)
+        m_entity = other.m_entity;
+    return *this;
+}
+
+CEntityComponent::~CEntityComponent()
+{
+    i_Destructor();
+}
+
+void CEntityComponent::i_Constructor()
+{
+    if (!m_entity)
+        return;
+    m_index = m_entity->GetIndex();
+    m_inEntity = true;
+    m_entity->m_components.Append(this);
+}
+
+void CEntityComponent::i_AfterConstructor()
+{
+    if (m_entity)
+        m_entity->i_AddedComponent(this);
+}
+
+void CEntityComponent::i_Destructor()
+{
+    if (m_inEntity)
+    {
+        m_entity->m_components.EraseFirst(this);
+        m_entity->i_RemovedComponent(this);
+    }
+    i_DropListeners();
+    if (m_databaseEntries != 0)
+        CEntityComponentDatabase::i_RemoveFromAll(this);
+}
+
+void CEntityComponent::i_DropListeners() noexcept
+{
+    if (m_events)
+        m_events->DropAll();
+}
+
+const char* CEntityComponent::GetTypeString()
+{
+    return "CEntityComponent";
+}
+
+const char* CEntityComponent::GetTypeString() const
+{
+    return "CEntityComponent";
+}
+
+void CEntityComponent::FinalizeProperties() {}
+
+void CEntityComponent::SerializerSave(UDBGroup&) {}
+
+void CEntityComponent::SerializerLoad(UDBGroup&) {}
+
+bool CEntityComponent::Execute(const CHashFixedString&, variant&, variant&, variant&, variant&, variant&, variant&,
+                               variant&, variant&)
+{
+    return false;
+}
+
+void CEntityComponent::Copy(CEntityComponent* source)
+{
+    m_type = source->m_type;
+}
+
+void CEntityComponent::i_OnEntityUnlockComponentList() {}
+
+CEventHandler& CEntityComponent::Events()
+{
+    if (!m_events)
+        m_events = new CEventHandler;
+    return *m_events;
+}
+
+int CEntityComponent::FindProperty(const char* name)
+{
+    CEntityComponentProperty scratch;
+    for (int i = 0; GetProperty(i, &scratch); ++i)
+    {
+        if (std::strcmp(scratch.name, name) == 0)
+            return i;
+    }
+    return -1;
+}
+
+bool CEntityComponent::SetPropertyTo(const char* name, const CEntityComponentProperty& property)
+{
+    CEntityComponentProperty copy(property);
+    return SetPropertyTo(name, &copy);
+}
+
+bool CEntityComponent::SetPropertyTo(const char* name, CEntityComponentProperty* property)
+{
+    const int index = FindProperty(name);
+    if (index < 0)
+        return false;
+    SetProperty(index, property);
+    return true;
+}
+
+void CEntityComponent::SetPropertyTo(int index, const CEntityComponentProperty& property)
+{
+    CEntityComponentProperty copy(property);
+    SetProperty(index, &copy);
+}
+
+void CEntityComponent::i_SerializeProperty(int index, UDBGroup& group)
+{
+    CEntityComponentProperty property;
+    if (!GetProperty(index, &property))
+        return;
+    switch (property.kind)
+    {
+    case CEntityComponentProperty::kInt:
+    case CEntityComponentProperty::kChoice: group.AddNumber(property.name, property.GetInt()); break;
+    case CEntityComponentProperty::kFloat:
+        group.AddNumber(property.name, static_cast<double>(property.GetFloat()));
+        break;
+    case CEntityComponentProperty::kText:
+    case CEntityComponentProperty::kFile: group.AddString(property.name, property.GetText()); break;
+    case CEntityComponentProperty::kVector3:
+    case CEntityComponentProperty::kColor:
+    {
+        float values[4] = {};
+        property.GetFloats(values);
+        UDBGroup* members = group.AddNewGroup(property.name);
+        const float* value = values;
+        for (const char* key : GetMemberKeys(property.kind))
+            members->AddNumber(key, static_cast<double>(*value++));
+        break;
+    }
+    case CEntityComponentProperty::kOpaque: break;
+    default: AssertionFailed(kModule, 134); break;
+    }
+}
+
+void CEntityComponent::i_DeserializeProperty(int index, UDBGroup& group)
+{
+    CEntityComponentProperty property;
+    if (!GetProperty(index, &property))
+        return;
+    double number = 0.0;
+    switch (property.kind)
+    {
+    case CEntityComponentProperty::kInt:
+    case CEntityComponentProperty::kChoice:
+        if (!group.FindNumber(property.name, &number))
+            return;
+        if (property.kind == CEntityComponentProperty::kInt)
+            property.SetInt(property.name, ToInt(number));
+        else
+            property.SetChoice(property.name, ToInt(number), property.choices);
+        break;
+    case CEntityComponentProperty::kFloat:
+        if (!group.FindNumber(property.name, &number))
+            return;
+        property.SetFloat(property.name, static_cast<float>(number));
+        break;
+    case CEntityComponentProperty::kText:
+    case CEntityComponentProperty::kFile:
+    {
+        const char* text = group.GetString(property.name);
+        if (!text)
+            return;
+        property.SetText(property.name, text, static_cast<CEntityComponentProperty::Kind>(property.kind));
+        break;
+    }
+    case CEntityComponentProperty::kVector3:
+    case CEntityComponentProperty::kColor:
+    {
+        const UDBGroup* members = group.GetGroup(property.name);
+        if (!members)
+            return;
+        float values[4] = {};
+        property.GetFloats(values);
+        float* value = values;
+        for (const char* key : GetMemberKeys(property.kind))
+        {
+            if (members->FindNumber(key, &number))
+                *value = static_cast<float>(number);
+            ++value;
+        }
+        if (property.kind == CEntityComponentProperty::kVector3)
+            property.SetVector3(property.name, values[0], values[1], values[2]);
+        else
+            property.SetColor(property.name, values);
+        break;
+    }
+    default: return;
+    }
+    SetProperty(index, &property);
+}

@@ -1,0 +1,111 @@
+#include "gameengine/engine/entityComponentTypeDatabase.h"
+
+#include "gameengine/engine/componentAlwaysVisible.h"
+#include "gameengine/engine/componentCamera.h"
+#include "gameengine/engine/componentEditorData.h"
+#include "gameengine/engine/componentRenderSettings.h"
+#include "gameengine/engine/componentTransformDirect.h"
+#include "gameengine/engine/componentTransformParent.h"
+#include "gameengine/engine/interfaceCollection.h"
+
+#include <string_view>
+
+CEntityComponentTypeDatabase& CEntityComponentTypeDatabase::Instance()
+{
+    static auto& instance = *new CEntityComponentTypeDatabase;
+    return instance;
+}
+
+CEntityComponentTypeDatabase::CEntityComponentTypeDatabase()
+{
+    static auto& interfaces = *new RefPtr<CInterfaceCollection>(new CInterfaceCollection);
+    m_prototypeOwner = new CEntity(interfaces.Get());
+    // Open for good: prototypes come and go at any time.
+    m_prototypeOwner->LockComponentList();
+}
+
+CEntityComponentTypeDatabase::~CEntityComponentTypeDatabase() = default;
+
+const char* CEntityComponentTypeDatabase::GetTypeString()
+{
+    return "CEntityComponentTypeDatabase";
+}
+
+void CEntityComponentTypeDatabase::Add(const char* name, std::int32_t typeId, Factory factory)
+{
+    m_entries.push_back({name, typeId, factory, nullptr});
+}
+
+void CEntityComponentTypeDatabase::Remove(int position)
+{
+    if (!i_IsValid(position))
+        return;
+    Entry& entry = m_entries[static_cast<std::size_t>(position)];
+    delete entry.prototype;
+    if (&entry != &m_entries.back())
+        entry = std::move(m_entries.back());
+    m_entries.pop_back();
+    m_lastFound = -1;
+}
+
+const char* CEntityComponentTypeDatabase::GetName(int position) const noexcept
+{
+    return i_IsValid(position) ? m_entries[static_cast<std::size_t>(position)].name.c_str() : nullptr;
+}
+
+std::int32_t CEntityComponentTypeDatabase::GetTypeID(int position) const noexcept
+{
+    return i_IsValid(position) ? m_entries[static_cast<std::size_t>(position)].typeId : -1;
+}
+
+int CEntityComponentTypeDatabase::FindByName(const char* name) const noexcept
+{
+    const std::string_view wanted(name);
+    for (int i = 0; i < GetCount(); ++i)
+    {
+        if (m_entries[static_cast<std::size_t>(i)].name == wanted)
+            return i;
+    }
+    return -1;
+}
+
+int CEntityComponentTypeDatabase::FindByType(std::int32_t typeId) const noexcept
+{
+    for (int i = 0; i < GetCount(); ++i)
+    {
+        if (m_entries[static_cast<std::size_t>(i)].typeId == typeId)
+            return i;
+    }
+    return -1;
+}
+
+CEntityComponent* CEntityComponentTypeDatabase::Create(int position, CEntity* entity)
+{
+    return i_IsValid(position) ? m_entries[static_cast<std::size_t>(position)].factory(entity) : nullptr;
+}
+
+CEntityComponent* CEntityComponentTypeDatabase::GetComponent(int position)
+{
+    if (!i_IsValid(position))
+        return nullptr;
+    Entry& entry = m_entries[static_cast<std::size_t>(position)];
+    if (!entry.prototype)
+        entry.prototype = entry.factory(m_prototypeOwner.Get());
+    return entry.prototype;
+}
+
+void RegisterBuiltInComponents()
+{
+    auto& types = CEntityComponentTypeDatabase::Instance();
+    const auto add = [&types]<class Component>(const char* name)
+    {
+        if (types.FindByName(name) < 0)
+            types.Add(name, Component::TYPEID(), &Component::CreateComponent);
+    };
+    add.operator()<ComponentTransformDirect>("ComponentTransformDirect");
+    add.operator()<ComponentTransformParent>("ComponentTransformParent");
+    add.operator()<ComponentEditorData>("ComponentEditorData");
+    add.operator()<ComponentAlwaysVisible>("ComponentAlwaysVisible");
+    add.operator()<ComponentCamera>("ComponentCamera");
+    add.operator()<ComponentRenderSettings>("ComponentRenderSettings");
+}

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+/// A growing array of pointers whose first `InlineCount` entries lie inside the object: short lists cost no heap
+/// memory. Copies copy the pointers.
+template <class T, std::uint32_t InlineCount>
+class CPointerArray
+{
+public:
+    CPointerArray() noexcept = default;
+    CPointerArray(const CPointerArray& other) { *this = other; }
+    CPointerArray& operator=(const CPointerArray& other)
+    {
+        if (this == &other)
+            return *this;
+        m_count = 0;
+        while (m_capacity < other.m_count)
+            i_Grow();
+        std::copy_n(other.m_items, other.m_count, m_items);
+        m_count = other.m_count;
+        return *this;
+    }
+    ~CPointerArray()
+    {
+        if (m_items != m_inline)
+            delete[] m_items;
+    }
+
+    std::uint32_t GetCount() const noexcept { return m_count; }
+    std::uint32_t GetCapacity() const noexcept { return m_capacity; }
+    bool IsEmpty() const noexcept { return m_count == 0; }
+    T*& operator[](std::uint32_t i) noexcept { return m_items[i]; }
+    T* operator[](std::uint32_t i) const noexcept { return m_items[i]; }
+    /// All entries, valid until the array changes.
+    std::span<T* const> GetSpan() const noexcept { return {m_items, m_count}; }
+
+    void Append(T* item)
+    {
+        if (m_count == m_capacity)
+            i_Grow();
+        m_items[m_count++] = item;
+    }
+
+    void InsertAt(std::uint32_t position, T* item)
+    {
+        Append(item);
+        std::rotate(m_items + position, m_items + m_count - 1, m_items + m_count);
+    }
+
+    /// Removes the first entry that equals `item`, keeping the order of the rest. False when there is none.
+    bool EraseFirst(const T* item) noexcept
+    {
+        T** const end = m_items + m_count;
+        T** const found = std::find(m_items, end, item);
+        if (found == end)
+            return false;
+        std::copy(found + 1, end, found);
+        --m_count;
+        return true;
+    }
+
+    /// Drops the last entry and clears its place.
+    void RemoveLast() noexcept { m_items[--m_count] = nullptr; }
+    void Clear() noexcept { m_count = 0; }
+
+private:
+    void i_Grow()
+    {
+        T** grown = new T*[std::size_t{m_capacity} * 2];
+        std::copy_n(m_items, m_count, grown);
+        if (m_items != m_inline)
+            delete[] m_items;
+        m_items = grown;
+        m_capacity *= 2;
+    }
+
+    T** m_items = m_inline;
+    std::uint32_t m_count = 0;
+    std::uint32_t m_capacity = InlineCount;
+    T* m_inline[InlineCount];
+};
