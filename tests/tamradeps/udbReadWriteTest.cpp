@@ -1,6 +1,6 @@
 #include "tamradeps/udb/udbReadWriteAscii.h"
 #include "tamradeps/udb/udbReadWriteBinary.h"
-#include "tamradeps/udbTrees.h"
+#include "tests/tamradeps/udbTrees.h"
 
 #include <cstring>
 #include <functional>
