@@ -151,6 +151,19 @@ void CEntityComponentRepositoryFast::Remove(unsigned int index)
     m_overflow.erase(index);
 }
 
+void CEntityComponentRepositoryFast::RemoveIf(unsigned int index, const void* component)
+{
+    if (index < kCapacity)
+    {
+        if (m_components[index] == component)
+            m_components[index] = nullptr;
+        return;
+    }
+    AssertionFailed(kModule, 53);
+    if (const auto found = m_overflow.find(index); found != m_overflow.end() && found->second == component)
+        m_overflow.erase(found);
+}
+
 void* CEntityComponentRepositoryFast::i_FindOverflow(unsigned int index)
 {
     AssertionFailed(kModule, 51);

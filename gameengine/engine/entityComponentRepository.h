@@ -66,6 +66,12 @@ public:
     }
     void Set(unsigned int index, void* component) override;
     void Remove(unsigned int index) override { Set(index, nullptr); }
+    /// As `Remove`, unless the index has another component or none.
+    void RemoveIf(unsigned int index, const void* component)
+    {
+        if (Find(index) == component)
+            Remove(index);
+    }
 
     /// Indices that ever had a component.
     unsigned int GetOccupiedCount() const noexcept { return m_occupied; }
@@ -114,6 +120,8 @@ public:
     }
     void Set(unsigned int index, void* component) override;
     void Remove(unsigned int index) override;
+    /// As `Remove`, unless the index has another component or none.
+    void RemoveIf(unsigned int index, const void* component);
 
 private:
     void* i_FindOverflow(unsigned int index);
