@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <new>
 
+// In a file of its own: where the compiler sees these beside their callers, it warns of mixing new and free.
+
 namespace
 {
 std::size_t g_allocations = 0;

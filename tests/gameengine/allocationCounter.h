@@ -4,6 +4,6 @@
 
 namespace test
 {
-/// Calls of `operator new` in the whole process since the program began.
+/// Calls of `operator new` since the program began.
 std::size_t GetAllocationCount();
 } // namespace test

@@ -1,4 +1,3 @@
-#include "gameengine/componentProbe.h"
 #include "gameengine/engine/componentCamera.h"
 #include "gameengine/engine/componentEditorData.h"
 #include "gameengine/engine/componentTransformDirect.h"
@@ -102,27 +101,6 @@ TEST(EntityArray, TakesAReferenceForEachAddition)
     delete unreferenced;
 }
 
-TEST(EntityArray, EventsStandBetweenTheEntityAndItsDatabases)
-{
-    test::Scene scene;
-    CEntityArray& array = scene.GetArray();
-    CEntityComponentDatabase* cameras = array.CreateComponentDatabase(ComponentCamera::TYPEID());
-    const RefPtr<CEntity> entity = scene.Make<ComponentCamera>();
-    test::EventLog log;
-    log.Listen(cameras->Events(), "cameras");
-    log.Listen(array.Events(), "array",
-               [&](const EventMessage& message)
-               {
-                   EXPECT_EQ(message.first.GetObjectPointer<CEntity>("CEntity"), entity.Get());
-                   EXPECT_EQ(message.second.GetObjectPointer<CEntityArray>("CEntityArray"), &array);
-                   EXPECT_TRUE(array.Contains(entity.Get()));
-               });
-    array.Add(entity.Get());
-    EXPECT_THAT(log.Take(), ElementsAre("cameras 0", "array 0"));
-    array.Remove(entity.Get());
-    EXPECT_THAT(log.Take(), ElementsAre("array 1", "cameras 1"));
-}
-
 TEST(EntityArray, ADatabaseMadeLateListsWhatIsThere)
 {
     test::Scene scene;
@@ -187,19 +165,6 @@ TEST(EntityArray, LockedEntitiesAreInNoDatabaseOfAnyArray)
     entity->LockComponentList();
     entity->UnlockComponentList();
     EXPECT_THAT(count(), ElementsAre(1, 2, 0, 1)) << "a dead array is forgotten";
-}
-
-TEST(EntityArray, AnEntityDestroyedByMistakeLeaves)
-{
-    test::Scene scene;
-    const RefPtr<CEntityArray> second(new CEntityArray);
-    CEntity* entity = scene.Spawn<ComponentCamera>().Get(); // the arrays hold the only references
-    second->Add(entity);
-    CEntityComponentDatabase* cameras = second->CreateComponentDatabase(ComponentCamera::TYPEID());
-    delete entity;
-    EXPECT_EQ(scene.GetArray().GetCount(), 0);
-    EXPECT_EQ(second->GetCount(), 0);
-    EXPECT_EQ(cameras->GetCount(), 0);
 }
 
 TEST(EntityArray, ListenersMayRemoveEntities)
