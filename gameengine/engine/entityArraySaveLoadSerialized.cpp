@@ -17,6 +17,7 @@ namespace
 constexpr char kMagic[8] = {'T', 'A', 'M', 'R', 'A', 'M', 'F', 'S'};
 constexpr std::uint32_t kVersion = 1;
 constexpr std::size_t kHeaderSize = sizeof(kMagic) + 4 + 4 + 8;
+constexpr std::size_t kLongestPath = 512;
 constexpr std::size_t kMaxFileSize = std::size_t{1} << 32;
 
 template <class Integer>
@@ -110,7 +111,8 @@ bool CEntityArray_SaveLoad_Serialized::i_Write(std::span<CEntity* const> entitie
         entity->SerializerSave(*group);
         if (!writer.Write(*group, blob) || content.size() + blob.size() > kMaxFileSize)
         {
-            tamra::log::Error(m_path + ": the data of an entity cannot be written: it is too large or too deep");
+            tamra::log::Error(tamra::log::Quoted(m_path, kLongestPath) +
+                              ": the data of an entity cannot be written: it is too large or too deep");
             return false;
         }
         const std::size_t start = content.size();
@@ -145,7 +147,7 @@ bool CEntityArray_SaveLoad_Serialized::Load(const float* min, const float* max)
         fault = "is damaged";
     if (fault)
     {
-        tamra::log::Error(m_path + " " + fault);
+        tamra::log::Error(tamra::log::Quoted(m_path, kLongestPath) + " " + fault);
         return false;
     }
     for (const auto& blob : blobs)
