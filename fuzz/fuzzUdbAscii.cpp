@@ -1,6 +1,6 @@
 // Any text is survived; what reads well is the same tree after writing it as text, or as bytes in either number mode.
 
-#include "udbFuzzing.h"
+#include "fuzz/udbFuzzing.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

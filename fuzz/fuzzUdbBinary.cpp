@@ -1,6 +1,6 @@
 // Any bytes are survived; what reads well is the same tree after writing it in either number mode, or as text.
 
-#include "udbFuzzing.h"
+#include "fuzz/udbFuzzing.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

@@ -163,7 +163,7 @@ void UDBGroup::i_IndexNewEntries() const
     if (m_count > m_tableSize / 2)
     {
         m_tableSize = std::bit_ceil(m_count * 3);
-        m_table = static_cast<const UDBEntry**>(m_database->i_Allocate(m_tableSize * sizeof(const UDBEntry*)));
+        m_table = static_cast<const UDBEntry**>(m_database->i_Allocate(m_tableSize * sizeof(void*)));
         std::fill_n(m_table, m_tableSize, nullptr);
         next = m_first;
     }

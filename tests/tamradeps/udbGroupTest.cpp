@@ -1,5 +1,5 @@
 #include "support/expectations.h"
-#include "tamradeps/udbTrees.h"
+#include "tests/tamradeps/udbTrees.h"
 
 #include <gtest/gtest.h>
 

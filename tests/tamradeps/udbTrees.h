@@ -32,25 +32,16 @@ private:
 /// Numbers on both sides of every encoding's border, and the ones that conversions like to spoil.
 inline std::vector<double> SpecialNumbers()
 {
-    using Limits = std::numeric_limits<double>;
-    std::vector<double> numbers{0.0,
-                                -0.0,
-                                0.5,
-                                0.1F,
-                                0.1,
-                                1e300,
-                                Limits::infinity(),
-                                Limits::denorm_min(),
-                                Limits::max(),
-                                Limits::min(),
-                                std::numeric_limits<float>::denorm_min(),
-                                3.4028235677973366e+38};
+    constexpr double kLargestDouble = std::numeric_limits<double>::max();
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    std::vector<double> numbers{0.0, 0.5, 0.1F, 0.1, 1e-45F, 5e-324, 3.4028235677973366e+38, kLargestDouble, kInfinity};
     for (const double border : {1.0, 127.0, 128.0, 32767.0, 32768.0, 2147483647.0, 2147483648.0, 9007199254740993.0})
         numbers.insert(numbers.end(), {border, border + 1.0, border - 0.5});
     for (std::size_t i = numbers.size(); i-- > 0;)
         numbers.push_back(-numbers[i]);
     // Quiet and signalling NaN, with the payload at either end.
-    for (const std::uint64_t bits : {0x7FF8000000000000, 0x7FF8000000000001, 0x7FF0000000000001, 0x7FF4000020000000})
+    for (const std::uint64_t bits :
+         {0x7FF8000000000000U, 0x7FF8000000000001U, 0x7FF0000000000001U, 0x7FF4000020000000U})
         numbers.insert(numbers.end(),
                        {std::bit_cast<double>(bits), std::bit_cast<double>(bits | std::uint64_t{1} << 63)});
     return numbers;
@@ -58,19 +49,11 @@ inline std::vector<double> SpecialNumbers()
 
 inline std::string RandomText(Random& random)
 {
-    static const std::vector<std::string> kTexts{"",
-                                                 "type",
-                                                 "m11",
-                                                 "a key with blanks",
-                                                 "\xC3\xA9t\xC3\xA9",
-                                                 "\"\\\n\r\t\x7F",
-                                                 std::string("zero\0inside", 11),
-                                                 "exactly15bytes!",
-                                                 "}",
-                                                 "{",
-                                                 "-1"};
+    static constexpr std::string_view kTexts[]{
+        "",  "m11", "a key with blanks", "exactly15bytes!",   "\xC3\xA9t\xC3\xA9",
+        "}", "{",   "\"\\\n\r\t\x7F",    {"zero\0inside", 11}};
     if (random.Below(3) != 0)
-        return kTexts[random.Below(kTexts.size())];
+        return std::string(kTexts[random.Below(std::size(kTexts))]);
     std::string text(random.Below(random.Below(8) == 0 ? 5000 : 20), '\0');
     for (char& c : text)
         c = static_cast<char>(random.Bits());
