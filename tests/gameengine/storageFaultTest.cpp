@@ -367,7 +367,7 @@ void KillDuringSaves(const std::string& path, int kills, const std::function<voi
     }
     EXPECT_GT(seenA, 0);
     EXPECT_GT(seenB, 0);
-    EXPECT_GT(interrupted, kills / 10);
+    EXPECT_GT(interrupted, 0);
 }
 } // namespace
 
