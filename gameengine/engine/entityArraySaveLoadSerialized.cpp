@@ -17,6 +17,7 @@ namespace
 constexpr char kMagic[8] = {'T', 'A', 'M', 'R', 'A', 'M', 'F', 'S'};
 constexpr std::uint32_t kVersion = 1;
 constexpr std::size_t kHeaderSize = sizeof(kMagic) + 4 + 4 + 8;
+constexpr std::size_t kLongestPath = 512;
 constexpr std::size_t kMaxFileSize = std::size_t{1} << 32;
 
 template <class Integer>
@@ -72,10 +73,9 @@ CEntityArray_SaveLoad_Serialized::CEntityArray_SaveLoad_Serialized(const char* f
 
 CEntityArray_SaveLoad_Serialized::~CEntityArray_SaveLoad_Serialized() = default;
 
-bool CEntityArray_SaveLoad_Serialized::Save()
+// In order of creation, so that equal scenes give equal files.
+std::vector<CEntity*> CEntityArray_SaveLoad_Serialized::i_GetEntities() const
 {
-    if (!m_manager)
-        return false;
     const CEntityArray& array = *m_manager->GetArray();
     std::vector<CEntity*> entities;
     entities.reserve(static_cast<std::size_t>(array.GetCount()));
@@ -83,26 +83,42 @@ bool CEntityArray_SaveLoad_Serialized::Save()
         entities.push_back(array.Get(i));
     std::sort(entities.begin(), entities.end(),
               [](const CEntity* a, const CEntity* b) { return a->GetSerial() < b->GetSerial(); });
-    if (!i_Write(entities))
+    return entities;
+}
+
+bool CEntityArray_SaveLoad_Serialized::Save()
+{
+    if (!m_manager)
+        return false;
+    const std::vector<CEntity*> entities = i_GetEntities();
+    std::vector<std::byte> content;
+    if (!i_Serialize(entities, content) || !GetFileSystem().FileReplace(m_path, content.data(), content.size()))
         return false;
     const auto releaseLast = std::exchange(m_entities, std::vector<RefPtr<CEntity>>(entities.begin(), entities.end()));
     return true;
 }
 
+bool CEntityArray_SaveLoad_Serialized::SaveBytes(std::vector<std::byte>& content) const
+{
+    return m_manager && i_Serialize(i_GetEntities(), content);
+}
+
 bool CEntityArray_SaveLoad_Serialized::CreateEmpty()
 {
-    if (!i_Write({}))
+    std::vector<std::byte> content;
+    if (!i_Serialize({}, content) || !GetFileSystem().FileReplace(m_path, content.data(), content.size()))
         return false;
     ClearCache();
     return true;
 }
 
-bool CEntityArray_SaveLoad_Serialized::i_Write(std::span<CEntity* const> entities)
+bool CEntityArray_SaveLoad_Serialized::i_Serialize(std::span<CEntity* const> entities,
+                                                   std::vector<std::byte>& content) const
 {
     const UDBReadWriteBinary writer(true);
     UDBDatabase data;
     std::vector<std::byte> blob;
-    std::vector<std::byte> content(kHeaderSize);
+    content.assign(kHeaderSize, std::byte{});
     for (CEntity* entity : entities)
     {
         data.Clear();
@@ -110,7 +126,8 @@ bool CEntityArray_SaveLoad_Serialized::i_Write(std::span<CEntity* const> entitie
         entity->SerializerSave(*group);
         if (!writer.Write(*group, blob) || content.size() + blob.size() > kMaxFileSize)
         {
-            tamra::log::Error(m_path + ": the data of an entity cannot be written: it is too large or too deep");
+            tamra::log::Error(tamra::log::Quoted(m_path, kLongestPath) +
+                              ": the data of an entity cannot be written: it is too large or too deep");
             return false;
         }
         const std::size_t start = content.size();
@@ -122,13 +139,18 @@ bool CEntityArray_SaveLoad_Serialized::i_Write(std::span<CEntity* const> entitie
     StoreLittleEndian(&content[8], kVersion);
     StoreLittleEndian(&content[12], static_cast<std::uint32_t>(entities.size()));
     StoreLittleEndian(&content[16], HashCRC64Data(content.data() + kHeaderSize, content.size() - kHeaderSize));
-    return GetFileSystem().FileReplace(m_path, content.data(), content.size());
+    return true;
 }
 
 bool CEntityArray_SaveLoad_Serialized::Load(const float* min, const float* max)
 {
     std::vector<std::byte> content;
-    if (!m_manager || !GetFileSystem().FileIn(m_path, content, kMaxFileSize))
+    return m_manager && GetFileSystem().FileIn(m_path, content, kMaxFileSize) && LoadBytes(content, min, max);
+}
+
+bool CEntityArray_SaveLoad_Serialized::LoadBytes(std::span<const std::byte> content, const float* min, const float* max)
+{
+    if (!m_manager)
         return false;
     std::vector<std::span<const std::byte>> blobs;
     const char* fault = SplitFile(content, blobs);
@@ -145,7 +167,7 @@ bool CEntityArray_SaveLoad_Serialized::Load(const float* min, const float* max)
         fault = "is damaged";
     if (fault)
     {
-        tamra::log::Error(m_path + " " + fault);
+        tamra::log::Error(tamra::log::Quoted(m_path, kLongestPath) + " " + fault);
         return false;
     }
     for (const auto& blob : blobs)

@@ -28,6 +28,11 @@ public:
     bool Save() override;
     /// Adds the entities whose position lies in the box to the scene.
     bool Load(const float* min, const float* max) override;
+    /// What `Save` writes, without a file.
+    bool SaveBytes(std::vector<std::byte>& content) const;
+    /// As `Load`, from what a file held. Damaged bytes are refused as a whole, with one log line.
+    bool LoadBytes(std::span<const std::byte> content, const float* min, const float* max);
+
     /// Replaces the file by a scene without entities.
     bool CreateEmpty() override;
     void ClearCache() override;
@@ -38,7 +43,8 @@ public:
     void SetSceneAddition(bool enabled) override { m_sceneAddition = enabled; }
 
 private:
-    bool i_Write(std::span<CEntity* const> entities);
+    std::vector<CEntity*> i_GetEntities() const;
+    bool i_Serialize(std::span<CEntity* const> entities, std::vector<std::byte>& content) const;
 
     RefPtr<CInterfaceCollection> m_scene;
     RefPtr<CInterfaceArrayManager> m_manager;

@@ -29,6 +29,7 @@ constexpr const char* kSelectIds = "SELECT id FROM entities WHERE pos_x >= ? AND
                                    "AND pos_x <= ? AND pos_y <= ? AND pos_z <= ?";
 constexpr const char* kSelectRow = "SELECT componentData FROM entities WHERE id=?";
 constexpr int kUpdateIdPosition = 5;
+constexpr std::size_t kLongestPath = 512;
 
 constexpr std::int32_t kNoSlot = -1;
 constexpr std::int32_t kWritten = -2;
@@ -94,17 +95,23 @@ bool CEntityArray_SaveLoad_SqliteDB::Load(const float* min, const float* max)
         return false;
     if (!m_prepared && !m_database.tableExists("entities"))
         return true;
-    if (!i_Prepare() || !i_BindRegion(m_select, min, max))
+    if (!i_Prepare())
         return false;
-    for (;;)
+    // A listener who hears of a loaded entity may load a region of its own.
+    sqlite::query nestedSelect;
+    sqlite::query& select = m_loading ? nestedSelect : m_select;
+    if ((m_loading && !nestedSelect.prepare(m_database, kSelect)) || !i_BindRegion(select, min, max))
+        return false;
+    const bool wasLoading = std::exchange(m_loading, true);
+    Step step = Step::Row;
+    while ((step = select.step()) == Step::Row)
     {
-        const Step step = m_select.step();
-        if (step != Step::Row)
-            return step == Step::Done;
-        const std::int64_t row = m_select.getInt64(0);
+        const std::int64_t row = select.getInt64(0);
         if (!m_slotByRow.contains(row) && !m_rowsToDelete.contains(row))
-            i_LoadBlob(row, m_select.getBlob(1));
+            i_LoadBlob(row, select.getBlob(1));
     }
+    m_loading = wasLoading;
+    return step == Step::Done;
 }
 
 bool CEntityArray_SaveLoad_SqliteDB::CollectRows(const float* min, const float* max, std::vector<std::int64_t>& rows)
@@ -125,14 +132,19 @@ bool CEntityArray_SaveLoad_SqliteDB::CollectRows(const float* min, const float* 
     return step == Step::Done;
 }
 
-CEntity* CEntityArray_SaveLoad_SqliteDB::LoadRow(std::int64_t row)
+CEntity* CEntityArray_SaveLoad_SqliteDB::LoadRow(std::int64_t row, bool* failed)
 {
+    if (failed)
+        *failed = false;
     if (CEntity* loaded = FindEntity(row))
         return loaded;
     if (!m_prepared || !m_manager || m_rowsToDelete.contains(row))
         return nullptr;
     m_selectRow.reset();
-    if (!m_selectRow.bind(1, row) || m_selectRow.step() != Step::Row)
+    const Step step = m_selectRow.bind(1, row) ? m_selectRow.step() : Step::Failed;
+    if (failed)
+        *failed = step == Step::Failed;
+    if (step != Step::Row)
         return nullptr;
     CEntity* entity = i_LoadBlob(row, m_selectRow.getBlob(0));
     m_selectRow.reset();
@@ -141,23 +153,36 @@ CEntity* CEntityArray_SaveLoad_SqliteDB::LoadRow(std::int64_t row)
 
 CEntity* CEntityArray_SaveLoad_SqliteDB::i_LoadBlob(std::int64_t row, std::span<const std::byte> blob)
 {
+    if (!i_IsFree())
+        return nullptr;
     m_data.Clear();
     UDBGroup* group = m_data.AllocateGroup();
     if (!m_readWrite.Read(blob.data(), blob.size(), *group))
     {
-        tamra::log::Error(m_database.getPath() + ": the data of entity " + std::to_string(row) +
-                          " cannot be read; it is left as it is");
+        tamra::log::Error(tamra::log::Quoted(m_database.getPath(), kLongestPath) + ": the data of entity " +
+                          std::to_string(row) + " cannot be read; it is left as it is");
         return nullptr;
     }
     const std::uint64_t storedHash = HashCRC64Data(blob.data(), blob.size());
+    m_busy = true;
     const RefPtr<CEntity> entity = entityStorage::CreateEntity(m_scene.Get(), *group);
     const std::uint64_t hash = i_HashUnchanged(entity.Get(), *group, storedHash);
+    m_busy = false;
     // Known before anybody hears of it: a listener may save.
     i_AddToCache(entity.Get(), row, hash, hash == storedHash);
     ++m_counters.read;
     if (m_sceneAddition)
         m_manager->AddEntity(entity.Get());
     return FindEntity(row);
+}
+
+// Components have no business with the back end while they are read or written: it is in the middle of their data.
+bool CEntityArray_SaveLoad_SqliteDB::i_IsFree() const
+{
+    if (m_busy)
+        tamra::log::Error(tamra::log::Quoted(m_database.getPath(), kLongestPath) +
+                          ": a component tried to load or save while it was being loaded or saved");
+    return !m_busy;
 }
 
 // The hash by which a save will see that a loaded entity has not changed. Components of unknown types are not loaded:
@@ -179,7 +204,7 @@ std::uint64_t CEntityArray_SaveLoad_SqliteDB::i_HashUnchanged(CEntity* entity, U
 template <class WriteRows>
 bool CEntityArray_SaveLoad_SqliteDB::i_SaveInTransaction(WriteRows writeRows)
 {
-    if (!IsOpen() || !m_manager)
+    if (!IsOpen() || !m_manager || !i_IsFree())
         return false;
     sqlite::transaction transaction(m_database);
     if (!transaction.isActive())
@@ -189,7 +214,11 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveInTransaction(WriteRows writeRows)
     const bool hadTable = m_prepared || m_database.tableExists("entities");
     bool done = (hadTable || std::all_of(std::begin(kSchema), std::end(kSchema),
                                          [this](const char* sql) { return m_database.execute(sql); })) &&
-                i_Prepare() && writeRows() && transaction.commit();
+                i_Prepare();
+    m_busy = true;
+    done = done && writeRows();
+    m_busy = false;
+    done = done && transaction.commit();
     if (done)
     {
         i_Remember();
@@ -235,7 +264,7 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
     UDBGroup* group = m_data.AllocateGroup();
     if (!i_Serialize(entity, *group))
     {
-        tamra::log::Error(m_database.getPath() +
+        tamra::log::Error(tamra::log::Quoted(m_database.getPath(), kLongestPath) +
                           ": the data of an entity cannot be written: it is too large or too deep");
         return false;
     }

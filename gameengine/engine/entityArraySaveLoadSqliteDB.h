@@ -74,8 +74,8 @@ public:
     /// reading their data.
     bool CollectRows(const float* min, const float* max, std::vector<std::int64_t>& rows);
     /// Loads one row, as `Load` does; null when it is gone or unreadable. An entity that is loaded already is given
-    /// back.
-    CEntity* LoadRow(std::int64_t row);
+    /// back. `failed`, if given, tells whether the database could not be read, which may pass.
+    CEntity* LoadRow(std::int64_t row, bool* failed = nullptr);
 
     /// Rows read, inserted, updated and deleted since the back end was made; of failed saves, none.
     struct Counters
@@ -105,6 +105,7 @@ private:
     };
 
     bool i_Prepare();
+    bool i_IsFree() const;
     bool i_BindRegion(sqlite::query& query, const float* min, const float* max);
     CEntity* i_LoadBlob(std::int64_t row, std::span<const std::byte> blob);
     std::uint64_t i_HashUnchanged(CEntity* entity, UDBGroup& group, std::uint64_t storedHash);
@@ -146,4 +147,6 @@ private:
     Counters m_counters;
     Counters m_pending;
     bool m_sceneAddition = true;
+    bool m_loading = false; // `m_select` is at work
+    bool m_busy = false;    // so are `m_data` and `m_buffer`
 };

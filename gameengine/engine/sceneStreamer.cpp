@@ -14,6 +14,10 @@ namespace
 constexpr std::uint64_t kRetryFrames = 300;
 // Asking which rows a cell has walks an index: a few cells a frame keep the frame short.
 constexpr std::size_t kCellsStartedPerFrame = 4;
+constexpr int kFollowedPerFrame = 256;
+// Far outside, cells merge rather than wrap around.
+constexpr std::int32_t kOutermostCell = 1 << 30;
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 CSceneStreamer::Settings WithDefaults(CSceneStreamer::Settings settings)
 {
@@ -34,9 +38,8 @@ CSceneStreamer::Settings WithDefaults(CSceneStreamer::Settings settings)
 
 std::int32_t ToCellNumber(double coordinate, double cellSize)
 {
-    // Far outside, cells merge rather than wrap around.
-    constexpr double kLimit = 1 << 30;
-    return static_cast<std::int32_t>(std::clamp(std::floor(coordinate / cellSize), -kLimit, kLimit));
+    constexpr double kOutermost = kOutermostCell;
+    return static_cast<std::int32_t>(std::clamp(std::floor(coordinate / cellSize), -kOutermost, kOutermost));
 }
 } // namespace
 
@@ -67,14 +70,31 @@ CSceneStreamer::CellKey CSceneStreamer::i_GetKey(CVector3 position) const
             ToCellNumber(static_cast<double>(position.y), cellSize)};
 }
 
+// The first coordinate of a cell: what is asked of the store is, to the last bit, what `i_GetKey` counts for the cell.
+float CSceneStreamer::i_GetLowestCoordinate(std::int32_t number) const
+{
+    if (number <= -kOutermostCell)
+        return -kInfinity;
+    const auto cellSize = static_cast<double>(m_settings.cellSize);
+    const auto isBelow = [=](float f) { return ToCellNumber(static_cast<double>(f), cellSize) < number; };
+    constexpr double kLargest = std::numeric_limits<float>::max();
+    auto low = static_cast<float>(std::clamp(number * cellSize, -kLargest, kLargest));
+    while (!isBelow(low))
+        low = std::nextafter(low, -kInfinity);
+    while (isBelow(low) && low < kInfinity)
+        low = std::nextafter(low, kInfinity);
+    return low;
+}
+
 double CSceneStreamer::i_GetDistance(CellKey key, CVector3 focus) const
 {
     const auto cellSize = static_cast<double>(m_settings.cellSize);
     const auto outside = [cellSize](std::int32_t cell, float coordinate)
     {
-        const double low = cell * cellSize;
         const auto c = static_cast<double>(coordinate);
-        return std::max({low - c, c - (low + cellSize), 0.0});
+        const double below = cell > -kOutermostCell ? cell * cellSize - c : 0.0;
+        const double above = cell < kOutermostCell ? c - (cell + 1.0) * cellSize : 0.0;
+        return std::max({below, above, 0.0});
     };
     return std::hypot(outside(key.x, focus.x), outside(key.y, focus.y));
 }
@@ -94,12 +114,12 @@ CSceneStreamer::Cell& CSceneStreamer::i_GetCell(CellKey key)
 
 void CSceneStreamer::i_Track(CEntity* entity)
 {
+    i_Untrack(entity);
     if (!entity->Find<ComponentTransform>())
         return;
     const auto index = static_cast<std::size_t>(entity->GetIndex());
     if (index >= m_places.size())
         m_places.resize(std::max(index + 1, m_places.size() * 2));
-    i_Untrack(entity);
     Cell& cell = i_GetCell(i_GetKey(entityStorage::GetPosition(*entity)));
     m_places[index] = {&cell, cell.entities.size()};
     cell.entities.push_back(entity);
@@ -120,12 +140,33 @@ void CSceneStreamer::i_Untrack(CEntity* entity)
     }
 }
 
+// Notices when an entity has wandered into another cell, or has got or lost its transform.
+void CSceneStreamer::i_Follow(CEntity* entity)
+{
+    const auto index = static_cast<std::size_t>(entity->GetIndex());
+    const Cell* cell = index < m_places.size() ? m_places[index].cell : nullptr;
+    const bool hasPlace = entity->Find<ComponentTransform>();
+    if (hasPlace != (cell != nullptr) || (cell && !(cell->key == i_GetKey(entityStorage::GetPosition(*entity)))))
+        i_Track(entity);
+}
+
+void CSceneStreamer::i_FollowSome()
+{
+    for (int i = std::min(kFollowedPerFrame, m_array.GetCount()); i > 0; --i)
+    {
+        if (m_nextFollowed >= m_array.GetCount())
+            m_nextFollowed = 0;
+        i_Follow(m_array.Get(m_nextFollowed++));
+    }
+}
+
 void CSceneStreamer::i_OnArrayChanged(const EventMessage& message)
 {
     auto* entity = message.first.GetObjectPointer<CEntity>("CEntity");
     if (!entity)
         return;
-    if (message.id == CEntityArray::kEntityAdded)
+    // An earlier listener may have taken it out already.
+    if (message.id == CEntityArray::kEntityAdded && m_array.Contains(entity))
         i_Track(entity);
     else if (message.id == CEntityArray::kEntityRemoved)
         i_Untrack(entity);
@@ -135,14 +176,20 @@ void CSceneStreamer::i_OnArrayChanged(const EventMessage& message)
 
 const CSceneStreamer::Statistics& CSceneStreamer::Update(CVector3 focus)
 {
+    if (m_updating)
+        return m_statistics;
+    m_updating = true;
     m_statistics = {};
+    m_started = 0;
     ++m_frame;
     if (std::isfinite(focus.x) && std::isfinite(focus.y))
     {
+        i_FollowSome();
         i_ReleaseCells(focus);
         i_StartCells(focus);
         i_LoadRows(focus);
     }
+    m_updating = false;
     m_statistics.pendingCells += static_cast<int>(m_loading.size());
     for (const auto& [key, cell] : m_cells)
         m_statistics.cells += cell->state != Cell::State::Idle ? 1 : 0;
@@ -167,33 +214,26 @@ void CSceneStreamer::i_StartCells(CVector3 focus)
                 m_wanted.push_back(key);
         }
     }
-    const auto begun = std::min(m_wanted.size(), kCellsStartedPerFrame);
+    const auto begun = m_frame < m_loadFrame ? 0 : std::min(m_wanted.size(), kCellsStartedPerFrame);
     std::partial_sort(m_wanted.begin(), m_wanted.begin() + static_cast<std::ptrdiff_t>(begun), m_wanted.end(),
                       [&](CellKey a, CellKey b) { return i_GetDistance(a, focus) < i_GetDistance(b, focus); });
-    m_started = 0;
-    for (std::size_t i = 0; i < begun; ++i)
-    {
-        Cell& cell = i_GetCell(m_wanted[i]);
-        if (cell.retryFrame <= m_frame && i_StartCell(cell))
-            ++m_started;
-    }
+    for (std::size_t i = 0; i < begun && i_StartCell(i_GetCell(m_wanted[i])); ++i)
+        ++m_started;
     m_statistics.pendingCells += static_cast<int>(m_wanted.size()) - m_started;
 }
 
 bool CSceneStreamer::i_StartCell(Cell& cell)
 {
-    // Up to the next cell, of which the border is a part.
-    const auto low = [this](std::int32_t number)
-    { return static_cast<float>(number * static_cast<double>(m_settings.cellSize)); };
-    constexpr float kInfinity = std::numeric_limits<float>::infinity();
-    const float min[] = {low(cell.key.x), low(cell.key.y), -kInfinity};
-    const float max[] = {std::nextafter(low(cell.key.x + 1), -kInfinity),
-                         std::nextafter(low(cell.key.y + 1), -kInfinity), kInfinity};
+    const auto highest = [this](std::int32_t number)
+    { return number >= kOutermostCell ? kInfinity : std::nextafter(i_GetLowestCoordinate(number + 1), -kInfinity); };
+    const float min[] = {i_GetLowestCoordinate(cell.key.x), i_GetLowestCoordinate(cell.key.y), -kInfinity};
+    const float max[] = {highest(cell.key.x), highest(cell.key.y), kInfinity};
     cell.rows.clear();
     cell.nextRow = 0;
     if (!m_store.CollectRows(min, max, cell.rows))
     {
-        cell.retryFrame = m_frame + kRetryFrames;
+        cell.rows = {};
+        m_loadFrame = m_frame + kRetryFrames;
         m_failed = true;
         return false;
     }
@@ -206,7 +246,7 @@ bool CSceneStreamer::i_StartCell(Cell& cell)
 void CSceneStreamer::i_LoadRows(CVector3 focus)
 {
     int budget = m_settings.rowBudget;
-    while (budget > 0 && !m_loading.empty())
+    while (budget > 0 && !m_loading.empty() && m_frame >= m_loadFrame)
     {
         const auto nearest = std::min_element(m_loading.begin(), m_loading.end(),
                                               [&](const Cell* a, const Cell* b)
@@ -218,10 +258,16 @@ void CSceneStreamer::i_LoadRows(CVector3 focus)
             if (m_store.FindEntity(row))
                 continue;
             --budget;
-            if (m_store.LoadRow(row))
+            bool storeFailed = false;
+            if (m_store.LoadRow(row, &storeFailed))
                 ++m_statistics.loaded;
             else
                 m_failed = true;
+            if (storeFailed)
+            {
+                m_loadFrame = m_frame + kRetryFrames;
+                return;
+            }
         }
         if (cell.nextRow < cell.rows.size())
             return;
@@ -234,44 +280,50 @@ void CSceneStreamer::i_LoadRows(CVector3 focus)
 
 void CSceneStreamer::i_ReleaseCells(CVector3 focus)
 {
+    if (m_frame < m_releaseFrame)
+        return;
     m_distant.clear();
     for (const auto& [key, cell] : m_cells)
     {
-        if (cell->retryFrame <= m_frame && i_GetDistance(key, focus) > static_cast<double>(m_settings.keepRadius))
+        if (i_GetDistance(key, focus) > static_cast<double>(m_settings.keepRadius))
             m_distant.push_back(key);
     }
+    m_leaving.clear();
     for (const CellKey key : m_distant)
     {
-        const auto budget = static_cast<std::size_t>(std::max(m_settings.rowBudget - m_statistics.released, 0));
-        if (budget == 0)
-            return;
+        if (m_leaving.size() >= static_cast<std::size_t>(m_settings.rowBudget))
+            break;
         Cell& cell = *m_cells[key];
         std::erase(m_loading, &cell);
         cell.rows = {};
         cell.state = Cell::State::Idle;
-        if (!i_Release(cell, budget))
-        {
-            cell.retryFrame = m_frame + kRetryFrames;
-            m_failed = true;
-        }
-        i_Forget(key);
+        i_GatherLeaving(cell, focus);
     }
+    if (!i_LetGo())
+    {
+        m_releaseFrame = m_frame + kRetryFrames;
+        m_failed = true;
+    }
+    for (const CellKey key : m_distant)
+        i_Forget(key);
 }
 
-// Lets up to `budget` stored entities of the cell go. Those that have wandered into another cell move there instead.
-bool CSceneStreamer::i_Release(Cell& cell, std::size_t budget)
+// Adds stored entities of the cell to `m_leaving`, up to the budget. Those that have wandered to where they are to stay
+// move there.
+void CSceneStreamer::i_GatherLeaving(Cell& cell, CVector3 focus)
 {
-    m_leaving.clear();
+    const auto budget = static_cast<std::size_t>(m_settings.rowBudget);
     for (std::size_t i = cell.entities.size(); i-- > 0 && m_leaving.size() < budget;)
     {
         CEntity* entity = cell.entities[i];
-        const auto found = m_cells.find(i_GetKey(entityStorage::GetPosition(*entity)));
-        if (found != m_cells.end() && found->second.get() != &cell && found->second->state != Cell::State::Idle)
+        const CellKey key = i_GetKey(entityStorage::GetPosition(*entity));
+        const auto found = m_cells.find(key);
+        const bool isLoaded = found != m_cells.end() && found->second->state != Cell::State::Idle;
+        if (isLoaded || i_GetDistance(key, focus) <= static_cast<double>(m_settings.keepRadius))
             i_Track(entity);
         else if (m_store.FindRow(entity) >= 0)
             m_leaving.push_back(entity);
     }
-    return i_LetGo();
 }
 
 // Saves the entities in `m_leaving` and takes them out of the scene.
@@ -284,10 +336,11 @@ bool CSceneStreamer::i_LetGo()
     const std::vector<RefPtr<CEntity>> leaving(m_leaving.begin(), m_leaving.end());
     for (const auto& entity : leaving)
     {
-        m_store.RemoveEntity(entity.Get());
-        // A listener may have taken it out before.
+        // A listener may have taken it out before. The store knows it for as long as it is in the scene: a listener
+        // may also save.
         if (m_array.Contains(entity.Get()))
             m_array.Remove(entity.Get());
+        m_store.RemoveEntity(entity.Get());
     }
     m_statistics.released += static_cast<int>(leaving.size());
     return true;
@@ -296,24 +349,31 @@ bool CSceneStreamer::i_LetGo()
 void CSceneStreamer::i_Forget(CellKey key)
 {
     const auto found = m_cells.find(key);
-    if (found != m_cells.end() && found->second->entities.empty())
+    if (found != m_cells.end() && found->second->state == Cell::State::Idle && found->second->entities.empty())
         m_cells.erase(found);
 }
 
 bool CSceneStreamer::Finish(CVector3 focus)
 {
+    if (m_updating || !std::isfinite(focus.x) || !std::isfinite(focus.y))
+        return false;
     m_failed = false;
-    for (auto& [key, cell] : m_cells)
-        cell->retryFrame = 0;
+    m_loadFrame = 0;
+    m_releaseFrame = 0;
+    for (int i = 0; i < m_array.GetCount(); ++i)
+        i_Follow(m_array.Get(i));
     do
     {
         Update(focus);
-    } while (!m_loading.empty() || m_started > 0 || m_statistics.released > 0);
+    } while ((!m_loading.empty() && m_frame >= m_loadFrame) || m_started > 0 || m_statistics.loaded > 0 ||
+             m_statistics.released > 0);
     return !m_failed;
 }
 
 bool CSceneStreamer::ReleaseAll()
 {
+    if (m_updating)
+        return false;
     m_leaving.clear();
     for (const auto& [key, cell] : m_cells)
     {

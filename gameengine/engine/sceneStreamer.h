@@ -24,10 +24,11 @@
 ///     ...
 ///     streamer.Update(camera);            // every frame
 ///
-/// Entities count for the cell of their current position, wherever they were loaded. Only entities that have a row in
-/// the store are let go: new ones stay until they were saved, those without a transform for ever. An entity that
-/// somebody else still references leaves the scene all the same, and is loaded as another object later. When saving
-/// fails, the entities stay, and the streamer tries again some hundred frames later.
+/// Entities count for the cell of their current position, wherever they were loaded; the streamer looks after some of
+/// them each frame, so that it notices a move some frames later. Only entities that have a row in the store are let go:
+/// new ones stay until they were saved, those without a transform for ever. An entity that somebody else still
+/// references leaves the scene all the same, and is loaded as another object later. When the store fails, in saving or
+/// in reading, the streamer leaves everything as it is and tries again some hundred frames later.
 ///
 /// A frame in which nothing is loaded or let go allocates nothing.
 class TAMRAGAMEENGINE_API CSceneStreamer
@@ -57,11 +58,12 @@ public:
     CSceneStreamer& operator=(const CSceneStreamer&) = delete;
     ~CSceneStreamer();
 
-    /// One frame's work around the focus, of which x and y count. A focus that is not finite changes nothing.
+    /// One frame's work around the focus, of which x and y count. A focus that is not finite changes nothing, nor does
+    /// a call by a listener of the array during another one.
     const Statistics& Update(CVector3 focus);
 
-    /// Updates until everything within reach is loaded and everything beyond is gone. False when a row or a save
-    /// failed.
+    /// Updates until everything within reach is loaded and everything beyond is gone. False when a row could not be
+    /// read or a save failed, or for a focus that is not finite.
     bool Finish(CVector3 focus);
 
     /// Saves what changed and lets every stored entity go. False when saving failed; everything is then still loaded.
@@ -94,7 +96,6 @@ private:
 
         CellKey key;
         State state = State::Idle;
-        std::uint64_t retryFrame = 0; // after a failure, not before this update
         std::vector<std::int64_t> rows;
         std::size_t nextRow = 0;
         std::vector<CEntity*> entities;
@@ -107,15 +108,18 @@ private:
 
     CellKey i_GetKey(CVector3 position) const;
     double i_GetDistance(CellKey key, CVector3 focus) const;
+    float i_GetLowestCoordinate(std::int32_t number) const;
     Cell& i_GetCell(CellKey key);
     void i_Track(CEntity* entity);
     void i_Untrack(CEntity* entity);
+    void i_Follow(CEntity* entity);
+    void i_FollowSome();
     void i_OnArrayChanged(const EventMessage& message);
     void i_StartCells(CVector3 focus);
     bool i_StartCell(Cell& cell);
     void i_LoadRows(CVector3 focus);
     void i_ReleaseCells(CVector3 focus);
-    bool i_Release(Cell& cell, std::size_t budget);
+    void i_GatherLeaving(Cell& cell, CVector3 focus);
     bool i_LetGo();
     void i_Forget(CellKey key);
 
@@ -124,8 +128,12 @@ private:
     Settings m_settings;
     Statistics m_statistics;
     bool m_failed = false;
+    bool m_updating = false;
     int m_started = 0; // cells started by the last update
+    int m_nextFollowed = 0;
     std::uint64_t m_frame = 0;
+    std::uint64_t m_loadFrame = 0;    // after a failure of the store, not before this update
+    std::uint64_t m_releaseFrame = 0; // likewise
     std::unordered_map<CellKey, std::unique_ptr<Cell>, CellKeyHash> m_cells;
     std::vector<Place> m_places; // by entity index
     std::vector<Cell*> m_loading;

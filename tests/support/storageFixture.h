@@ -1,0 +1,152 @@
+#pragma once
+
+#include "gameengine/engine/componentEditorData.h"
+#include "gameengine/engine/componentTransformDirect.h"
+#include "gameengine/engine/entityArraySaveLoadSerialized.h"
+#include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
+#include "gameengine/engine/entityComponentTypeDatabase.h"
+#include "gameengine/engine/scene.h"
+#include "support/expectations.h"
+#include "tamradeps/math/matrix.h"
+
+#include <cstdint>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace test
+{
+inline std::string Label(const char* text, int number)
+{
+    std::string label(text);
+    return label.append(std::to_string(number));
+}
+
+inline const char* GetName(const CEntity* entity)
+{
+    const auto* data = entity->Find<ComponentEditorData>();
+    return data ? data->GetData() : "";
+}
+
+inline CVector3 GetPosition(const CEntity* entity)
+{
+    auto* transform = entity->Find<ComponentTransform>();
+    return transform ? transform->GetTransform().Translation() : CVector3();
+}
+
+inline void Move(CEntity* entity, CVector3 position)
+{
+    CMatrix matrix;
+    matrix.SetTranslation(position);
+    entity->Find<ComponentTransform>()->SetTransform(matrix);
+}
+
+inline void Rename(CEntity* entity, const std::string& name)
+{
+    entity->Find<ComponentEditorData>()->SetData(name.c_str());
+}
+
+/// The bytes under which the entity would be stored, with its components in their own order.
+inline std::vector<std::byte> GetBytes(CEntity* entity)
+{
+    UDBDatabase data;
+    UDBGroup* group = data.AllocateGroup();
+    entity->SerializerSave(*group);
+    std::vector<std::byte> bytes;
+    EXPECT_TRUE(UDBReadWriteBinary(true).Write(*group, bytes));
+    return bytes;
+}
+
+/// A scene of entities that have a place and a name.
+class StorageScene : public CScene
+{
+public:
+    StorageScene() { RegisterBuiltInComponents(); }
+
+    CEntity* Add(const std::string& name, CVector3 position)
+    {
+        const RefPtr<CEntity> entity(new CEntity(GetInterfaces()));
+        entity->LockComponentList();
+        ComponentTransformDirect::CreateComponent(entity.Get());
+        ComponentEditorData::CreateComponent(entity.Get());
+        entity->UnlockComponentList();
+        Move(entity.Get(), position);
+        Rename(entity.Get(), name);
+        GetArray().Add(entity.Get());
+        return entity.Get();
+    }
+
+    /// One line for each entity.
+    std::multimap<std::string, CVector3> GetContent() const
+    {
+        std::multimap<std::string, CVector3> content;
+        for (int i = 0; i < GetArray().GetCount(); ++i)
+            content.emplace(GetName(GetArray().Get(i)), GetPosition(GetArray().Get(i)));
+        return content;
+    }
+
+    CEntity* Find(const std::string& name) const
+    {
+        for (int i = 0; i < GetArray().GetCount(); ++i)
+            if (GetName(GetArray().Get(i)) == name)
+                return GetArray().Get(i);
+        return nullptr;
+    }
+};
+
+using Content = std::multimap<std::string, CVector3>;
+
+/// What a new scene holds after loading the whole file.
+inline Content LoadContent(const std::string& path)
+{
+    StorageScene scene;
+    EXPECT_TRUE(CEntityArray_SaveLoad::Load(path.c_str(), scene.GetInterfaces(), nullptr, nullptr));
+    return scene.GetContent();
+}
+
+/// Runs one statement on a scene file and gives its rows, columns separated by '|'.
+inline std::vector<std::string> Query(const std::string& path, const std::string& sql)
+{
+    std::vector<std::string> rows;
+    sqlite::database database;
+    sqlite::query query;
+    EXPECT_TRUE(database.open(path) && query.prepare(database, sql.c_str()));
+    sqlite::query::Step step = sqlite::query::Step::Done;
+    while ((step = query.step()) == sqlite::query::Step::Row)
+    {
+        std::string row;
+        for (int i = 0; i < query.columnCount(); ++i)
+            row.append(i > 0 ? "|" : "").append(query.getText(i));
+        rows.push_back(row);
+    }
+    EXPECT_EQ(step, sqlite::query::Step::Done);
+    return rows;
+}
+
+/// Replaces the data of a row.
+inline void SetBlob(sqlite::database& database, std::int64_t row, const std::vector<std::byte>& blob)
+{
+    sqlite::query update;
+    EXPECT_TRUE(update.prepare(database, "UPDATE entities SET componentData=? WHERE id=?") &&
+                update.bind(1, blob.data(), blob.size()) && update.bind(2, row) &&
+                update.step() == sqlite::query::Step::Done);
+}
+
+inline std::vector<std::byte> ReadFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    const std::string content{std::istreambuf_iterator<char>(file), {}};
+    const auto* bytes = reinterpret_cast<const std::byte*>(content.data());
+    return {bytes, bytes + content.size()};
+}
+
+inline void WriteFile(const std::string& path, const std::vector<std::byte>& content)
+{
+    std::ofstream file(path, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+}
+} // namespace test
