@@ -1,14 +1,15 @@
 #pragma once
 
-#include <cstdint>
-#include <span>
-#include <vector>
-
 #include "corvex/export.h"
 #include "tamradeps/collision/primAABB.h"
 #include "tamraengine/renderer/renderQueue.h"
 
-/// Collects lines and boxes that a programmer wants to see for one frame: bounds, paths, contacts. Colours are 0xAABBGGRR.
+#include <cstdint>
+#include <span>
+#include <vector>
+
+/// Collects lines and boxes that a programmer wants to see for one frame: bounds, paths, contacts. Colours are
+/// 0xAABBGGRR.
 class CORVEX_API CAuxRenderer
 {
 public:

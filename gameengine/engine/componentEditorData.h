@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "gameengine/engine/entityComponent.h"
+
+#include <string>
 
 /// The entity's name in the editor: a UTF-8 text of any length, empty at first.
 class TAMRAGAMEENGINE_API ComponentEditorData : public CEntityComponent
@@ -15,7 +15,8 @@ public:
     ComponentEditorData& operator=(const ComponentEditorData& other) = default;
     ~ComponentEditorData() override;
 
-    /// "Editor Name", a text. One that does not fit the record's buffer is pointed at, and valid until the name changes.
+    /// "Editor Name", a text. One that does not fit the record's buffer is pointed at, and valid until the name
+    /// changes.
     CEntityComponentProperty* GetProperty(int index, CEntityComponentProperty* out) override;
     void SetProperty(int index, CEntityComponentProperty* in) override;
     void SerializerSave(UDBGroup& group) override;

@@ -1,8 +1,8 @@
 #include "gameengine/engine/componentRenderSettings.h"
 
-#include <algorithm>
-
 #include "tamradeps/udb/udbGroup.h"
+
+#include <algorithm>
 
 TAMRA_COMPONENT_IMPLEMENT(ComponentRenderSettings, CEntityComponentRepository);
 

@@ -2,7 +2,8 @@
 
 #include "gameengine/engine/entityComponent.h"
 
-/// Scene-wide settings of the renderer: clear colour, ambient light and fog. Colours are four floats R, G, B, A, 0 at first.
+/// Scene-wide settings of the renderer: clear colour, ambient light and fog. Colours are four floats R, G, B, A, 0 at
+/// first.
 class TAMRAGAMEENGINE_API ComponentRenderSettings : public CEntityComponent
 {
     TAMRA_COMPONENT(ComponentRenderSettings, CEntityComponentRepository, 10040);
@@ -13,8 +14,8 @@ public:
     ComponentRenderSettings& operator=(const ComponentRenderSettings& other) = default;
     ~ComponentRenderSettings() override;
 
-    /// "Clear Color", "Ambient Color" (colours), "Fog" (choice of "Inactive" and "Active"), "Fog Near/Far" (the first two of
-    /// three floats).
+    /// "Clear Color", "Ambient Color" (colours), "Fog" (choice of "Inactive" and "Active"), "Fog Near/Far" (the first
+    /// two of three floats).
     CEntityComponentProperty* GetProperty(int index, CEntityComponentProperty* out) override;
     void SetProperty(int index, CEntityComponentProperty* in) override;
     /// "clear_r" to "clear_a", "ambient_r" to "ambient_a", "fog" (1 or 0), "fogNear", "fogFar".

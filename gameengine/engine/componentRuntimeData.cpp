@@ -9,7 +9,10 @@ RuntimeData_Base::~RuntimeData_Base() = default;
 ComponentRuntimeData::ComponentRuntimeData(CEntity* entity) : CEntityComponent(TYPEID(), entity) {}
 
 ComponentRuntimeData::ComponentRuntimeData(const ComponentRuntimeData& other)
-    : CEntityComponent(other), flags(other.flags), index(other.index), m_lastVisibleFrame(other.m_lastVisibleFrame)
+    : CEntityComponent(other),
+      flags(other.flags),
+      index(other.index),
+      m_lastVisibleFrame(other.m_lastVisibleFrame)
 {
 }
 

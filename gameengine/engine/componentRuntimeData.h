@@ -1,10 +1,10 @@
 #pragma once
 
+#include "gameengine/engine/entityComponent.h"
+
 #include <array>
 #include <cstdint>
 #include <memory>
-
-#include "gameengine/engine/entityComponent.h"
 
 /// Base of the payloads that subsystems keep with an entity. The entity's `ComponentRuntimeData` owns and deletes them.
 class TAMRAGAMEENGINE_API RuntimeData_Base
@@ -16,8 +16,8 @@ public:
     virtual ~RuntimeData_Base();
 };
 
-/// The renderer's bookkeeping for one entity: when it was seen last, its slot in a visibility structure, and payloads of
-/// other subsystems. Every entity that is drawn has one; it has no properties and is never saved.
+/// The renderer's bookkeeping for one entity: when it was seen last, its slot in a visibility structure, and payloads
+/// of other subsystems. Every entity that is drawn has one; it has no properties and is never saved.
 class TAMRAGAMEENGINE_API ComponentRuntimeData : public CEntityComponent
 {
     TAMRA_COMPONENT(ComponentRuntimeData, CEntityComponentRepositoryFast, 11000);
@@ -37,11 +37,11 @@ public:
     CEntityComponentProperty* GetProperty(int index, CEntityComponentProperty* out) override;
     void SetProperty(int index, CEntityComponentProperty* in) override;
 
-    /// Marks the entity as drawn in the active renderer's current frame, and raises `kBecameVisible` when it is the first
-    /// time in that frame. Does nothing without an active renderer.
+    /// Marks the entity as drawn in the active renderer's current frame, and raises `kBecameVisible` when it is the
+    /// first time in that frame. Does nothing without an active renderer.
     void UpdateLastVisibleFrame();
-    /// True in the frame in which the entity was drawn last and in the next one: what the last frame's culling found counts
-    /// as visible. False without an active renderer.
+    /// True in the frame in which the entity was drawn last and in the next one: what the last frame's culling found
+    /// counts as visible. False without an active renderer.
     bool WasVisibleThisFrame() const;
 
     /// Low 32 bits of the frame number in which the entity was drawn last.

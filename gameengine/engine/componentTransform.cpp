@@ -1,9 +1,9 @@
 #include "gameengine/engine/componentTransform.h"
 
+#include "tamradeps/udb/udbGroup.h"
+
 #include <algorithm>
 #include <cmath>
-
-#include "tamradeps/udb/udbGroup.h"
 
 namespace
 {

@@ -4,8 +4,9 @@
 #include "tamradeps/collision/primAABB.h"
 #include "tamradeps/math/matrix.h"
 
-/// Where an entity is and how large: the base of all transforms. Everybody else finds an entity's transform, of whatever
-/// class, in `ComponentTransform::REPOSITORY()`; all of them share one type id, and an entity carries at most one.
+/// Where an entity is and how large: the base of all transforms. Everybody else finds an entity's transform, of
+/// whatever class, in `ComponentTransform::REPOSITORY()`; all of them share one type id, and an entity carries at most
+/// one.
 ///
 ///     if (auto* transform = entity->Find<ComponentTransform>())
 ///         Draw(transform->GetTransform(), transform->GetBoundingBox());
@@ -24,26 +25,24 @@ public:
 
     static constexpr std::int32_t TYPEID() noexcept { return 10000; }
     /// Every transform, whatever its class.
-    static CEntityComponentRepositoryFast& REPOSITORY()
-    {
-        return s_repository ? *s_repository : i_CreateRepository();
-    }
+    static CEntityComponentRepositoryFast& REPOSITORY() { return s_repository ? *s_repository : i_CreateRepository(); }
 
     ~ComponentTransform() override;
 
     const char* GetTypeString() override;
     const char* GetTypeString() const override;
 
-    /// "Translation" and "Rotation" (degrees about the fixed X, Y, Z axes), each three floats, and "Scale", the length of
-    /// the local X axis (not to be written while that length is 0). Reads show the world matrix, writes go through `SetTransform`: exact for a transform without a
-    /// parent.
+    /// "Translation" and "Rotation" (degrees about the fixed X, Y, Z axes), each three floats, and "Scale", the length
+    /// of the local X axis (not to be written while that length is 0). Reads show the world matrix, writes go through
+    /// `SetTransform`: exact for a transform without a parent.
     CEntityComponentProperty* GetProperty(int index, CEntityComponentProperty* out) override;
     void SetProperty(int index, CEntityComponentProperty* in) override;
     /// The 16 elements of the world matrix, "m11" to "m44" in storage order.
     void SerializerSave(UDBGroup& group) override;
     /// Elements that the group lacks are those of the identity.
     void SerializerLoad(UDBGroup& group) override;
-    /// Takes over the local box, then the source's world matrix through `SetTransform`. A source that is no transform is ignored.
+    /// Takes over the local box, then the source's world matrix through `SetTransform`. A source that is no transform
+    /// is ignored.
     void Copy(CEntityComponent* source) override;
 
     /// Moves the entity. The base, which has no matrix, ignores it.
@@ -54,8 +53,8 @@ public:
     /// The world box.
     collision::PrimAABB& GetBoundingBox() noexcept { return m_bounds; }
 
-    /// Sets the box in local space from six floats (min x, y, z, max x, y, z) and updates the world box. Whoever gives the
-    /// entity a shape calls this.
+    /// Sets the box in local space from six floats (min x, y, z, max x, y, z) and updates the world box. Whoever gives
+    /// the entity a shape calls this.
     void SetUntransformedBoundingBox(const float* box);
 
 protected:

@@ -1,8 +1,8 @@
 #include "gameengine/engine/componentTransformParent.h"
 
-#include <algorithm>
-
 #include "tamradeps/core/log.h"
+
+#include <algorithm>
 
 TAMRA_COMPONENT_IMPLEMENT(ComponentTransformParent, CEntityComponentRepository);
 
@@ -10,12 +10,13 @@ TAMRA_COMPONENT_IMPLEMENT(ComponentTransformParent, CEntityComponentRepository);
 struct ComponentTransformParent::Link
 {
     Link(ComponentTransformParent& child, ComponentTransform& followed)
-        : source(&followed), subscription(
-                                 [&child](const EventMessage& message)
-                                 {
-                                     if (message.id == kBoundsChanged)
-                                         child.i_Rebuild();
-                                 })
+        : source(&followed),
+          subscription(
+              [&child](const EventMessage& message)
+              {
+                  if (message.id == kBoundsChanged)
+                      child.i_Rebuild();
+              })
     {
         subscription.Subscribe(followed.Events());
     }
@@ -29,7 +30,9 @@ struct ComponentTransformParent::Link
 ComponentTransformParent::ComponentTransformParent(CEntity* entity) : ComponentTransform(entity) {}
 
 ComponentTransformParent::ComponentTransformParent(const ComponentTransformParent& other)
-    : ComponentTransform(other), m_selfTransform(other.m_selfTransform), m_transform(other.m_transform)
+    : ComponentTransform(other),
+      m_selfTransform(other.m_selfTransform),
+      m_transform(other.m_transform)
 {
 }
 

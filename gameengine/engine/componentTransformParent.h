@@ -1,12 +1,12 @@
 #pragma once
 
+#include "gameengine/engine/componentTransform.h"
+
 #include <memory>
 #include <vector>
 
-#include "gameengine/engine/componentTransform.h"
-
-/// A transform that follows another: its world matrix is the parent's times its own local matrix. Without a parent the local
-/// matrix is the world matrix.
+/// A transform that follows another: its world matrix is the parent's times its own local matrix. Without a parent the
+/// local matrix is the world matrix.
 ///
 /// A change anywhere in a hierarchy rebuilds all that follows, parents before children. The link to the parent is not
 /// saved: a saved child loads with its world matrix and no parent.
@@ -33,8 +33,8 @@ public:
 
     /// Follows a parent from now on. Call it once: a former parent is not left, so the transform rebuilds when either
     /// changes, always against the one set last. When the parent dies, the child keeps its last world matrix until its
-    /// next change. A parent that follows this transform itself would never come to rest: it is refused with a log line.
-    /// Null takes the parent away.
+    /// next change. A parent that follows this transform itself would never come to rest: it is refused with a log
+    /// line. Null takes the parent away.
     void SetParent(ComponentTransform* parent);
     /// Null without a parent and after the parent's death.
     ComponentTransform* GetParent() const noexcept;

@@ -1,10 +1,5 @@
 #include "gameengine/engine/entity.h"
 
-#include <algorithm>
-#include <functional>
-#include <utility>
-#include <vector>
-
 #include "gameengine/engine/entityArray.h"
 #include "gameengine/engine/entityComponent.h"
 #include "gameengine/engine/entityComponentTypeDatabase.h"
@@ -12,6 +7,11 @@
 #include "tamradeps/core/assertion.h"
 #include "tamradeps/core/memoryDynamicPoolAllocator.h"
 #include "tamradeps/udb/udbGroup.h"
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -50,7 +50,9 @@ std::uint32_t g_nextSerial = 0;
 } // namespace
 
 CEntity::CEntity(CInterfaceCollection* interfaces)
-    : m_interfaces(interfaces), m_index(GetIndices().Take()), m_serial(g_nextSerial++)
+    : m_interfaces(interfaces),
+      m_index(GetIndices().Take()),
+      m_serial(g_nextSerial++)
 {
     if (!interfaces)
         AssertionFailed(kModule, 52);

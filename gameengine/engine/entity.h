@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-
 #include "gameengine/export.h"
 #include "tamradeps/core/eventHandler.h"
 #include "tamradeps/core/pointerArray.h"
 #include "tamradeps/core/refPtr.h"
+
+#include <cstddef>
+#include <cstdint>
 
 class CEntityArray;
 class CEntityComponent;
@@ -15,8 +15,8 @@ class UDBGroup;
 
 /// A thing in a scene: a counted bag of components with a small index that finds them.
 ///
-/// The index is dense and recycled (the one released last is taken first); it is the key of every component repository and
-/// does not survive saving and loading. Components are added and removed only between `LockComponentList()` and
+/// The index is dense and recycled (the one released last is taken first); it is the key of every component repository
+/// and does not survive saving and loading. Components are added and removed only between `LockComponentList()` and
 /// `UnlockComponentList()`.
 ///
 ///     RefPtr<CEntity> entity = new CEntity(scene);
@@ -27,7 +27,8 @@ class UDBGroup;
 class TAMRAGAMEENGINE_API CEntity : public RefClass
 {
 public:
-    /// Events on `Events()`. The first value of the first two is the component ("CEntityComponent"), the second the entity
+    /// Events on `Events()`. The first value of the first two is the component ("CEntityComponent"), the second the
+    /// entity
     /// ("CEntity"); `kDestroyed` has the entity and the integer 0.
     enum Event : std::int32_t
     {
@@ -52,13 +53,13 @@ public:
     CEntityComponent* GetComponent(int i) const noexcept
     {
         return static_cast<std::uint32_t>(i) < m_components.GetCount() ? m_components[static_cast<std::uint32_t>(i)]
-                                                                        : nullptr;
+                                                                       : nullptr;
     }
     int GetComponentCount() const noexcept { return static_cast<int>(m_components.GetCount()); }
     /// Linear search. To find a component by type, ask the type's repository.
     bool HasComponent(const CEntityComponent* component) const noexcept;
-    /// Takes the component out of the list without deleting it; it then belongs to the caller, who deletes it before the
-    /// entity dies.
+    /// Takes the component out of the list without deleting it; it then belongs to the caller, who deletes it before
+    /// the entity dies.
     void RemoveComponent(CEntityComponent* component);
 
     /// The entity's component of a class, or null: one read of the class's repository.
@@ -86,11 +87,11 @@ public:
     CInterfaceCollection& GetInterfaces() const noexcept { return *m_interfaces; }
     CInterfaceCollection* GetInterfacesPtr() const noexcept { return m_interfaces.Get(); }
 
-    /// Adds a sub-group "component" for each component of a registered type, last constructed first, with the type's name
-    /// under "type". Other components are left out.
+    /// Adds a sub-group "component" for each component of a registered type, last constructed first, with the type's
+    /// name under "type". Other components are left out.
     void SerializerSave(UDBGroup& group);
-    /// Creates a component for each sub-group of a known type, then lets each load; the list must be locked. All of them
-    /// exist before the first one loads.
+    /// Creates a component for each sub-group of a known type, then lets each load; the list must be locked. All of
+    /// them exist before the first one loads.
     void SerializerLoad(UDBGroup& group);
 
     /// Entities alive in the process.

@@ -1,9 +1,9 @@
 #include "gameengine/engine/entityArray.h"
 
-#include <algorithm>
-
 #include "gameengine/engine/entityComponent.h"
 #include "gameengine/engine/entityComponentDatabase.h"
+
+#include <algorithm>
 
 CEntityArray::CEntityArray() = default;
 

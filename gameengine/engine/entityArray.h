@@ -1,14 +1,14 @@
 #pragma once
 
-#include <cstdint>
-#include <memory>
-#include <vector>
-
 #include "gameengine/engine/entity.h"
 #include "gameengine/export.h"
 #include "tamradeps/core/eventHandler.h"
 #include "tamradeps/core/refClass.h"
 #include "tamradeps/core/sortedPointerArray.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
 
 class CEntityComponent;
 class CEntityComponentDatabase;
@@ -16,8 +16,8 @@ class CEntityComponentDatabase;
 /// A scene: a set of entities, and for each component type that somebody asked for a database of the components of that
 /// type on them.
 ///
-/// Entities are kept sorted by address and referenced. While an entity's component list is locked, its components are in no
-/// database.
+/// Entities are kept sorted by address and referenced. While an entity's component list is locked, its components are
+/// in no database.
 class TAMRAGAMEENGINE_API CEntityArray : public RefClass
 {
 public:
@@ -42,8 +42,8 @@ public:
     /// there takes another reference and does the rest again; match each call with a `Remove`.
     void Add(CEntity* entity);
 
-    /// Raises `kEntityRemoved`, withdraws the components and releases one reference, whether or not the entity is in the
-    /// array: remove only what you added.
+    /// Raises `kEntityRemoved`, withdraws the components and releases one reference, whether or not the entity is in
+    /// the array: remove only what you added.
     void Remove(CEntity* entity);
 
     /// Removes every entity once.
@@ -57,8 +57,8 @@ public:
     }
     int GetCount() const noexcept { return static_cast<int>(m_entities.GetCount()); }
 
-    /// The database of a component type, created and filled on the first call (which walks all entities). It lives as long
-    /// as the array.
+    /// The database of a component type, created and filled on the first call (which walks all entities). It lives as
+    /// long as the array.
     CEntityComponentDatabase* CreateComponentDatabase(std::int32_t typeId);
     /// The database if it exists, else null.
     CEntityComponentDatabase* FindComponentDatabase(std::int32_t typeId) const noexcept;

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <functional>
-
 #include "gameengine/export.h"
+
+#include <functional>
 
 class CEntity;
 class CInterfaceCollection;
 
-/// A way to store a scene. Obtained by constructing a back end, or handed to the callback of `CEntityArray_SaveLoad::Load`.
+/// A way to store a scene. Obtained by constructing a back end, or handed to the callback of
+/// `CEntityArray_SaveLoad::Load`.
 ///
 /// Back ends answer false where they could not do what was asked; the reason is in the log.
 class TAMRAGAMEENGINE_API CEntityArray_SaveLoad_Base
@@ -20,8 +21,8 @@ public:
 
     /// Stores the scene's entities.
     virtual bool Save();
-    /// Adds the stored entities whose position lies in the box to the scene. `min` and `max` are three floats each, bounds
-    /// included; a null pointer leaves that side open.
+    /// Adds the stored entities whose position lies in the box to the scene. `min` and `max` are three floats each,
+    /// bounds included; a null pointer leaves that side open.
     virtual bool Load(const float* min, const float* max);
     /// Makes the file an empty scene. What it held is gone.
     virtual bool CreateEmpty();
@@ -33,21 +34,21 @@ public:
     virtual CEntity* Get(int i);
     virtual int GetEntityCount();
     virtual void IterateOverEntities(const std::function<void(CEntity*)>& visit);
-    /// Whether loaded entities are added to the scene's array, as they are at first. Without it they are only kept by the
-    /// back end (see `Get`).
+    /// Whether loaded entities are added to the scene's array, as they are at first. Without it they are only kept by
+    /// the back end (see `Get`).
     virtual void SetSceneAddition(bool enabled);
 };
 
-/// Saves and loads scenes by file name. The last three letters choose the back end, in any case: "mfs" is a file with the
-/// whole scene (`CEntityArray_SaveLoad_Serialized`), "sdb" a database with a row for each entity
+/// Saves and loads scenes by file name. The last three letters choose the back end, in any case: "mfs" is a file with
+/// the whole scene (`CEntityArray_SaveLoad_Serialized`), "sdb" a database with a row for each entity
 /// (`CEntityArray_SaveLoad_SqliteDB`). Other names do nothing.
 ///
 ///     CEntityArray_SaveLoad::Save("town.sdb", scene.GetInterfaces());
 ///     CEntityArray_SaveLoad::Load("town.sdb", scene.GetInterfaces(), nullptr, nullptr);
 ///
-/// Each call makes a back end and destroys it again, so an "sdb" file does not learn from one call to the next which row is
-/// which entity: saving twice this way stores everything twice, and loading twice loads everything twice. To go on
-/// with a file, keep a `CEntityArray_SaveLoad_SqliteDB`.
+/// Each call makes a back end and destroys it again, so an "sdb" file does not learn from one call to the next which
+/// row is which entity: saving twice this way stores everything twice, and loading twice loads everything twice. To go
+/// on with a file, keep a `CEntityArray_SaveLoad_SqliteDB`.
 class TAMRAGAMEENGINE_API CEntityArray_SaveLoad
 {
 public:
@@ -58,7 +59,8 @@ public:
     static bool Save(const char* file, CInterfaceCollection* scene);
     /// Bounds as in `CEntityArray_SaveLoad_Base::Load`.
     static bool Load(const char* file, CInterfaceCollection* scene, const float* min, const float* max);
-    /// Hands the back end to `setup` before loading, and every loaded entity to `loaded` afterwards. Either may be empty.
+    /// Hands the back end to `setup` before loading, and every loaded entity to `loaded` afterwards. Either may be
+    /// empty.
     static bool Load(const char* file, CInterfaceCollection* scene, const Setup& setup, const float* min = nullptr,
                      const float* max = nullptr, const Visit& loaded = nullptr);
 };

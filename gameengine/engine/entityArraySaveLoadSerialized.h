@@ -1,21 +1,26 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "gameengine/engine/entityArraySaveLoad.h"
+#include "gameengine/engine/interfaceArrayManager.h"
+#include "gameengine/engine/interfaceCollection.h"
 #include "gameengine/export.h"
 #include "tamradeps/core/refPtr.h"
 
+#include <cstddef>
+#include <span>
+#include <string>
+#include <vector>
+
 /// A whole scene in one file, replaced in one step: whoever reads it finds the old scene or the new one.
 ///
-/// The file is little-endian: the eight bytes "TAMRAMFS", a 32-bit version (1), a 32-bit count of entities, the CRC-64 of
-/// all that follows the header; then for each entity a 32-bit length and the binary form of its data group. A file that
-/// is damaged anywhere is refused as a whole, with one log line.
+/// The file is little-endian: the eight bytes "TAMRAMFS", a 32-bit version (1), a 32-bit count of entities, the CRC-64
+/// of all that follows the header; then for each entity a 32-bit length and the binary form of its data group. A file
+/// that is damaged anywhere is refused as a whole, with one log line.
 class TAMRAGAMEENGINE_API CEntityArray_SaveLoad_Serialized : public CEntityArray_SaveLoad_Base
 {
 public:
-    /// Names are resolved as for the database. The scene must outlive the back end.
+    /// Names are resolved as for the database. A scene without an array manager is reported; nothing can then be saved
+    /// or loaded.
     CEntityArray_SaveLoad_Serialized(const char* file, CInterfaceCollection* scene);
     ~CEntityArray_SaveLoad_Serialized() override;
 
@@ -34,9 +39,9 @@ public:
 
 private:
     bool i_Write(std::span<CEntity* const> entities);
-    bool i_ReadEntities(std::span<const std::byte> content, const float* min, const float* max);
 
     RefPtr<CInterfaceCollection> m_scene;
+    RefPtr<CInterfaceArrayManager> m_manager;
     std::string m_path;
     std::vector<RefPtr<CEntity>> m_entities; // loaded or saved by this back end
     bool m_sceneAddition = true;

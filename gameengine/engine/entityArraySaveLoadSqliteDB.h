@@ -1,13 +1,8 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <span>
-#include <string>
-#include <unordered_map>
-#include <vector>
-
 #include "gameengine/engine/entityArraySaveLoad.h"
+#include "gameengine/engine/interfaceArrayManager.h"
+#include "gameengine/engine/interfaceCollection.h"
 #include "gameengine/export.h"
 #include "tamradeps/core/refPtr.h"
 #include "tamradeps/sqlite/database.h"
@@ -15,8 +10,13 @@
 #include "tamradeps/udb/udbDatabase.h"
 #include "tamradeps/udb/udbReadWriteBinary.h"
 
-class CEntityArray;
-class CInterfaceArrayManager;
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
 class UDBGroup;
 
 /// A scene in an SQLite file, one row for each entity with its position, so that a large world is loaded by region and
@@ -35,8 +35,8 @@ class UDBGroup;
 class TAMRAGAMEENGINE_API CEntityArray_SaveLoad_SqliteDB : public CEntityArray_SaveLoad_Base
 {
 public:
-    /// Opens the file, or makes it. A relative name starts at the file system's temporary folder, which is the current one
-    /// unless set. A scene without an array manager is reported. The scene must outlive the back end.
+    /// Opens the file, or makes it. A relative name starts at the file system's temporary folder, which is the current
+    /// one unless set. A scene without an array manager is reported; nothing can then be saved or loaded.
     CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene);
     ~CEntityArray_SaveLoad_SqliteDB() override;
 
@@ -44,14 +44,15 @@ public:
     /// without the "entities" table gets it. When anything fails, file and back end are as before, and the next save
     /// writes it all again.
     bool Save() override;
-    /// The same for some entities; pending deletions are left for `Save`.
+    /// The same for some entities, of the scene or not; pending deletions are left for `Save`.
     bool SaveEntities(std::span<CEntity* const> entities);
 
     bool Load(const float* min, const float* max) override;
     bool CreateEmpty() override;
     void ClearCache() override;
     void RemoveEntity(CEntity* entity) override;
-    /// Forgets the entity and deletes its row with the next `Save`. An entity that has no row is only forgotten.
+    /// Forgets the entity and deletes its row with the next `Save`; until then the row is not loaded again. Take the
+    /// entity out of the scene too, or the next save stores it anew. Without a row, nothing happens.
     void DeleteEntity(CEntity* entity);
 
     CEntity* Get(int i) override;
@@ -72,7 +73,8 @@ public:
     /// Appends the ids of all rows with a position in the box (bounds included, null for open), loaded or not, without
     /// reading their data.
     bool CollectRows(const float* min, const float* max, std::vector<std::int64_t>& rows);
-    /// Loads one row, as `Load` does; null when it is gone or unreadable. An entity that is loaded already is given back.
+    /// Loads one row, as `Load` does; null when it is gone or unreadable. An entity that is loaded already is given
+    /// back.
     CEntity* LoadRow(std::int64_t row);
 
     /// Rows read, inserted, updated and deleted since the back end was made; of failed saves, none.
@@ -91,7 +93,7 @@ private:
         RefPtr<CEntity> entity;
         std::int64_t row = 0;
         std::uint64_t hash = 0;
-        // The stored data has the components in the order of an earlier life; see i_IsStored.
+        // The row may hold the components in the opposite order; see i_IsReversal.
         bool asLoaded = false;
     };
     // What a save in progress has done, to be remembered once it is committed.
@@ -103,21 +105,23 @@ private:
     };
 
     bool i_Prepare();
-    bool i_CreateTable();
     bool i_BindRegion(sqlite::query& query, const float* min, const float* max);
     CEntity* i_LoadBlob(std::int64_t row, std::span<const std::byte> blob);
-    bool i_Begin();
+    std::uint64_t i_HashUnchanged(CEntity* entity, UDBGroup& group, std::uint64_t storedHash);
+    template <class WriteRows>
+    bool i_SaveInTransaction(WriteRows writeRows);
     bool i_SaveEntity(CEntity* entity);
-    bool i_IsStored(Cached& cached, UDBGroup& group, std::uint64_t hash);
-    bool i_Insert(CEntity* entity, std::uint64_t hash);
-    bool i_Update(CEntity* entity, const Cached& cached, std::uint64_t hash);
-    bool i_BindEntity(sqlite::query& query, CEntity* entity);
+    bool i_Serialize(CEntity* entity, UDBGroup& group);
+    bool i_IsReversal(UDBGroup& group, std::uint64_t hash);
+    bool i_WriteRow(sqlite::query& query, CEntity* entity);
     bool i_DeleteRows();
     void i_Remember();
+    std::int32_t& i_Slot(const CEntity* entity);
     Cached* i_FindCached(const CEntity* entity);
     void i_AddToCache(CEntity* entity, std::int64_t row, std::uint64_t hash, bool asLoaded);
 
     RefPtr<CInterfaceCollection> m_scene;
+    RefPtr<CInterfaceArrayManager> m_manager;
     sqlite::database m_database;
     sqlite::query m_select;
     sqlite::query m_update;
@@ -125,15 +129,19 @@ private:
     sqlite::query m_delete;
     sqlite::query m_selectIds;
     sqlite::query m_selectRow;
+    bool m_prepared = false;
 
     std::vector<Cached> m_cache;
-    std::vector<std::int32_t> m_slotByEntityIndex; // position in m_cache, -1 for none
+    // By entity index: the place in m_cache, kNoSlot, or kWritten while a save has written the entity for the first
+    // time.
+    std::vector<std::int32_t> m_slots;
     std::unordered_map<std::int64_t, std::int32_t> m_slotByRow;
-    std::vector<std::int64_t> m_rowsToDelete;
+    std::unordered_set<std::int64_t> m_rowsToDelete;
 
     UDBDatabase m_data;
     UDBReadWriteBinary m_readWrite;
     std::vector<std::byte> m_buffer;
+    std::vector<std::byte> m_reversed;
     std::vector<Written> m_written;
     Counters m_counters;
     Counters m_pending;

@@ -1,14 +1,14 @@
 #include "gameengine/engine/entityComponent.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <limits>
-
 #include "gameengine/engine/entity.h"
 #include "gameengine/engine/entityComponentDatabase.h"
 #include "tamradeps/core/assertion.h"
 #include "tamradeps/udb/udbGroup.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
 
 namespace
 {
@@ -39,7 +39,9 @@ CEntityComponent::CEntityComponent(std::int32_t type, CEntity* entity) : m_type(
 }
 
 CEntityComponent::CEntityComponent(const CEntityComponent& other) noexcept
-    : BaseObject(other), m_type(other.m_type), m_entity(other.m_entity)
+    : BaseObject(other),
+      m_type(other.m_type),
+      m_entity(other.m_entity)
 {
 }
 
@@ -166,7 +168,9 @@ void CEntityComponent::i_SerializeProperty(int index, UDBGroup& group)
     {
     case CEntityComponentProperty::kInt:
     case CEntityComponentProperty::kChoice: group.AddNumber(property.name, property.GetInt()); break;
-    case CEntityComponentProperty::kFloat: group.AddNumber(property.name, static_cast<double>(property.GetFloat())); break;
+    case CEntityComponentProperty::kFloat:
+        group.AddNumber(property.name, static_cast<double>(property.GetFloat()));
+        break;
     case CEntityComponentProperty::kText:
     case CEntityComponentProperty::kFile: group.AddString(property.name, property.GetText()); break;
     case CEntityComponentProperty::kVector3:

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-
 #include "gameengine/engine/entityComponentProperty.h"
 #include "gameengine/engine/entityComponentRepository.h"
 #include "gameengine/export.h"
@@ -12,22 +9,26 @@
 #include "tamradeps/core/refPtr.h"
 #include "tamradeps/core/variant.h"
 
+#include <cstddef>
+#include <cstdint>
+
 class CEntity;
 class UDBGroup;
 
 /// A typed piece of data and behaviour that belongs to one entity.
 ///
-/// An entity owns its components and deletes them with itself. They are made by their class's `CreateComponent`, between
-/// the entity's `LockComponentList()` and `UnlockComponentList()`:
+/// An entity owns its components and deletes them with itself. They are made by their class's `CreateComponent`,
+/// between the entity's `LockComponentList()` and `UnlockComponentList()`:
 ///
 ///     entity->LockComponentList();
 ///     auto* camera = static_cast<ComponentCamera*>(ComponentCamera::CreateComponent(entity));
 ///     entity->UnlockComponentList();
 ///
-/// To write a component, derive from this class, put `TAMRA_COMPONENT` into the class and `TAMRA_COMPONENT_IMPLEMENT` into
-/// its source file, and register it in the type database to have it saved.
+/// To write a component, derive from this class, put `TAMRA_COMPONENT` into the class and `TAMRA_COMPONENT_IMPLEMENT`
+/// into its source file, and register it in the type database to have it saved.
 ///
-/// The order of the virtual functions is a contract with other modules: add new ones at the end of derived classes only.
+/// The order of the virtual functions is a contract with other modules: add new ones at the end of derived classes
+/// only.
 class TAMRAGAMEENGINE_API CEntityComponent : public BaseObject
 {
 public:
@@ -51,7 +52,8 @@ public:
     /// A named command with eight values that go in and out; true when it was handled.
     virtual bool Execute(const CHashFixedString& command, variant& a1, variant& a2, variant& a3, variant& a4,
                          variant& a5, variant& a6, variant& a7, variant& a8);
-    /// Takes over the state of another component of the same class. The base copies the type id; overrides call it first.
+    /// Takes over the state of another component of the same class. The base copies the type id; overrides call it
+    /// first.
     virtual void Copy(CEntityComponent* source);
     /// Called on every component after the entity's list of components was unlocked: all siblings are there.
     virtual void i_OnEntityUnlockComponentList();
@@ -92,8 +94,8 @@ protected:
     /// Lets all listeners go. For destructors of classes whose listeners must not see them half destroyed.
     void i_DropListeners() noexcept;
 
-    /// Raises an event with this component as the first value, if anybody may listen. False when a listener destroyed this
-    /// component: return at once.
+    /// Raises an event with this component as the first value, if anybody may listen. False when a listener destroyed
+    /// this component: return at once.
     bool i_RaiseEvent(std::int32_t id, const variant& second)
     {
         return !m_events || m_events->Raise(id, variant(this, "CEntityComponent"), second);
@@ -135,68 +137,71 @@ private:
     bool m_inEntity = false;
 };
 
-/// What every concrete component class provides: `TYPEID()`, `REPOSITORY()`, `CreateComponent`, its name, and memory from a
-/// pool of its own. Stands in the class, `TAMRA_COMPONENT_IMPLEMENT` in its source file. The repository kind is
+/// What every concrete component class provides: `TYPEID()`, `REPOSITORY()`, `CreateComponent`, its name, and memory
+/// from a pool of its own. Stands in the class, `TAMRA_COMPONENT_IMPLEMENT` in its source file. The repository kind is
 /// `CEntityComponentRepositoryFast` for types that almost every entity has, else `CEntityComponentRepository`.
-#define TAMRA_COMPONENT(Class, RepositoryClass, typeId)                                                                \
-public:                                                                                                                \
-    static constexpr std::int32_t TYPEID() noexcept { return typeId; }                                                 \
-    static RepositoryClass& REPOSITORY()                                                                               \
-    {                                                                                                                  \
-        return s_repository ? *s_repository : i_CreateRepository();                                                    \
-    }                                                                                                                  \
-    static CEntityComponent* CreateComponent(CEntity* entity);                                                         \
-    const char* GetTypeString() override;                                                                              \
-    const char* GetTypeString() const override;                                                                        \
-    static void* operator new(std::size_t size);                                                                       \
-    static void operator delete(void* memory, std::size_t size) noexcept;                                              \
-                                                                                                                       \
-private:                                                                                                               \
-    template <class Component>                                                                                         \
-    friend CEntityComponent* i_CreateComponent(CEntity* entity);                                                       \
-    static RepositoryClass& i_CreateRepository();                                                                      \
-    static CMemoryDynamicPoolAllocator& i_GetPool();                                                                   \
+#define TAMRA_COMPONENT(Class, RepositoryClass, typeId)                   \
+public:                                                                   \
+    static constexpr std::int32_t TYPEID() noexcept                       \
+    {                                                                     \
+        return typeId;                                                    \
+    }                                                                     \
+    static RepositoryClass& REPOSITORY()                                  \
+    {                                                                     \
+        return s_repository ? *s_repository : i_CreateRepository();       \
+    }                                                                     \
+    static CEntityComponent* CreateComponent(CEntity* entity);            \
+    const char* GetTypeString() override;                                 \
+    const char* GetTypeString() const override;                           \
+    static void* operator new(std::size_t size);                          \
+    static void operator delete(void* memory, std::size_t size) noexcept; \
+                                                                          \
+private:                                                                  \
+    template <class Component>                                            \
+    friend CEntityComponent* i_CreateComponent(CEntity* entity);          \
+    static RepositoryClass& i_CreateRepository();                         \
+    static CMemoryDynamicPoolAllocator& i_GetPool();                      \
     static RepositoryClass* s_repository
 
-#define TAMRA_COMPONENT_IMPLEMENT(Class, RepositoryClass)                                                              \
-    RepositoryClass* Class::s_repository = nullptr;                                                                    \
-    RepositoryClass& Class::i_CreateRepository()                                                                       \
-    {                                                                                                                  \
-        s_repository = new RepositoryClass(TYPEID());                                                                  \
-        return *s_repository;                                                                                          \
-    }                                                                                                                  \
-    CEntityComponent* Class::CreateComponent(CEntity* entity)                                                          \
-    {                                                                                                                  \
-        return i_CreateComponent<Class>(entity);                                                                       \
-    }                                                                                                                  \
-    const char* Class::GetTypeString()                                                                                 \
-    {                                                                                                                  \
-        return #Class;                                                                                                 \
-    }                                                                                                                  \
-    const char* Class::GetTypeString() const                                                                           \
-    {                                                                                                                  \
-        return #Class;                                                                                                 \
-    }                                                                                                                  \
-    CMemoryDynamicPoolAllocator& Class::i_GetPool()                                                                    \
-    {                                                                                                                  \
-        static auto& pool = *new CMemoryDynamicPoolAllocator(sizeof(Class), 64);                                       \
-        return pool;                                                                                                   \
-    }                                                                                                                  \
-    void* Class::operator new(std::size_t size)                                                                        \
-    {                                                                                                                  \
-        return size == sizeof(Class) ? i_GetPool().Allocate() : ::operator new(size);                                  \
-    }                                                                                                                  \
-    void Class::operator delete(void* memory, std::size_t size) noexcept                                               \
-    {                                                                                                                  \
-        if (size == sizeof(Class))                                                                                     \
-            i_GetPool().Deallocate(memory);                                                                            \
-        else                                                                                                           \
-            ::operator delete(memory);                                                                                 \
-    }                                                                                                                  \
+#define TAMRA_COMPONENT_IMPLEMENT(Class, RepositoryClass)                             \
+    RepositoryClass* Class::s_repository = nullptr;                                   \
+    RepositoryClass& Class::i_CreateRepository()                                      \
+    {                                                                                 \
+        s_repository = new RepositoryClass(TYPEID());                                 \
+        return *s_repository;                                                         \
+    }                                                                                 \
+    CEntityComponent* Class::CreateComponent(CEntity* entity)                         \
+    {                                                                                 \
+        return i_CreateComponent<Class>(entity);                                      \
+    }                                                                                 \
+    const char* Class::GetTypeString()                                                \
+    {                                                                                 \
+        return #Class;                                                                \
+    }                                                                                 \
+    const char* Class::GetTypeString() const                                          \
+    {                                                                                 \
+        return #Class;                                                                \
+    }                                                                                 \
+    CMemoryDynamicPoolAllocator& Class::i_GetPool()                                   \
+    {                                                                                 \
+        static auto& pool = *new CMemoryDynamicPoolAllocator(sizeof(Class), 64);      \
+        return pool;                                                                  \
+    }                                                                                 \
+    void* Class::operator new(std::size_t size)                                       \
+    {                                                                                 \
+        return size == sizeof(Class) ? i_GetPool().Allocate() : ::operator new(size); \
+    }                                                                                 \
+    void Class::operator delete(void* memory, std::size_t size) noexcept              \
+    {                                                                                 \
+        if (size == sizeof(Class))                                                    \
+            i_GetPool().Deallocate(memory);                                           \
+        else                                                                          \
+            ::operator delete(memory);                                                \
+    }                                                                                 \
     static_assert(true)
 
-/// The pattern that every `CreateComponent` follows: construct, register under the entity's index, tell the entity. Null for
-/// a null entity.
+/// The pattern that every `CreateComponent` follows: construct, register under the entity's index, tell the entity.
+/// Null for a null entity.
 template <class Component>
 CEntityComponent* i_CreateComponent(CEntity* entity)
 {

@@ -13,7 +13,8 @@ CEntityComponentDatabase::CEntityComponentDatabase()
 }
 
 CEntityComponentDatabase::CEntityComponentDatabase(const CEntityComponentDatabase& other)
-    : BaseObject(other), m_components(other.m_components)
+    : BaseObject(other),
+      m_components(other.m_components)
 {
     i_Link();
     i_CountEntries(1);

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <cstdint>
-#include <memory>
-
 #include "gameengine/engine/entityComponentPositionIndex.h"
 #include "gameengine/export.h"
 #include "tamradeps/core/eventHandler.h"
 #include "tamradeps/core/pointerArray.h"
 #include "tamradeps/core/refPtr.h"
+
+#include <cstdint>
+#include <memory>
 
 class CEntityComponent;
 
@@ -16,8 +16,8 @@ class CEntityComponent;
 ///     for (int i = 0; i < lights->GetCount(); ++i)
 ///         Shade(*static_cast<ComponentLight*>(lights->Get_Unsafe(i)));
 ///
-/// Adding and removing take constant time; removing moves the last component into the gap, so order is not kept. The first
-/// 16 entries need no heap memory. A component leaves its databases before it dies.
+/// Adding and removing take constant time; removing moves the last component into the gap, so order is not kept. The
+/// first 16 entries need no heap memory. A component leaves its databases before it dies.
 class TAMRAGAMEENGINE_API CEntityComponentDatabase : public BaseObject
 {
 public:
@@ -69,8 +69,8 @@ private:
     void i_CountEntries(int change) noexcept;
 
     CPointerArray<CEntityComponent, 16> m_components;
-    // Each component remembers the position where it was listed last. The index is needed only for components in several
-    // databases, and is made when the first such question comes.
+    // Each component remembers the position where it was listed last. The index is needed only for components in
+    // several databases, and is made when the first such question comes.
     mutable std::unique_ptr<CEntityComponentPositionIndex> m_index;
     RefPtr<CEventHandler> m_events;
 

@@ -1,18 +1,18 @@
 #pragma once
 
-#include <cstdint>
-
 #include "gameengine/export.h"
 #include "tamradeps/core/memoryDynamicPoolAllocator.h"
 #include "tamradeps/core/pointerArray.h"
+
+#include <cstdint>
 
 class CEntityComponent;
 
 /// Where a component database lists its components: a hash table of 1024 chains whose nodes hold four (hash, position)
 /// pairs each.
 ///
-/// The hash mixes the low 32 bits of the pointer; distinct pointers may share it, so a look-up confirms each match against
-/// the component stored at that position.
+/// The hash mixes the low 32 bits of the pointer; distinct pointers may share it, so a look-up confirms each match
+/// against the component stored at that position.
 class CEntityComponentPositionIndex
 {
 public:

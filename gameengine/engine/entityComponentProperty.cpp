@@ -3,7 +3,8 @@
 #include <cstring>
 
 CEntityComponentProperty::CEntityComponentProperty(const CEntityComponentProperty& other) noexcept
-    : BaseObject(other), data(buffer)
+    : BaseObject(other),
+      data(buffer)
 {
     *this = other;
 }

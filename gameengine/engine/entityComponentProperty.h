@@ -1,17 +1,17 @@
 #pragma once
 
+#include "gameengine/export.h"
+#include "tamradeps/core/baseObject.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
-#include "gameengine/export.h"
-#include "tamradeps/core/baseObject.h"
-
 /// One property of a component on its way between the component and an editor or a file.
 ///
-/// A component fills the record in `GetProperty` and reads it in `SetProperty`. The value lies where `data` points: in the
-/// record's own buffer by default, or in the component itself when it does not fit, as with long texts. It stays valid
-/// until the record or the component changes.
+/// A component fills the record in `GetProperty` and reads it in `SetProperty`. The value lies where `data` points: in
+/// the record's own buffer by default, or in the component itself when it does not fit, as with long texts. It stays
+/// valid until the record or the component changes.
 ///
 ///     CEntityComponentProperty property;
 ///     property.SetFloat("FOV", 60.0F);
@@ -49,7 +49,8 @@ public:
     void SetColor(const char* propertyName, const float* rgba) noexcept;
     /// `names` ends with a null pointer and lives as long as the program.
     void SetChoice(const char* propertyName, std::int32_t value, const char* const* names) noexcept;
-    /// Copies a text that fits the buffer with its terminator; points at a longer one, which must then outlive the record.
+    /// Copies a text that fits the buffer with its terminator; points at a longer one, which must then outlive the
+    /// record.
     void SetText(const char* propertyName, const char* text, Kind textKind = kText) noexcept;
 
     // Read the value. A record of another kind, or without data, gives 0, zeros or "".

@@ -1,9 +1,9 @@
 #include "gameengine/engine/entityComponentRepository.h"
 
+#include "tamradeps/core/assertion.h"
+
 #include <map>
 #include <utility>
-
-#include "tamradeps/core/assertion.h"
 
 namespace
 {
@@ -44,7 +44,9 @@ CEntityComponentRepositoryBase* CEntityComponentRepositoryBase::GetRepository(st
 }
 
 CEntityComponentRepository::CEntityComponentRepository(std::int32_t typeId)
-    : CEntityComponentRepositoryBase(typeId), m_threshold(GetThreshold(kFirstCapacity)), m_mask(kFirstCapacity - 1),
+    : CEntityComponentRepositoryBase(typeId),
+      m_threshold(GetThreshold(kFirstCapacity)),
+      m_mask(kFirstCapacity - 1),
       m_slots(std::make_unique<Slot[]>(kFirstCapacity))
 {
 }

@@ -1,18 +1,18 @@
 #pragma once
 
+#include "gameengine/export.h"
+#include "tamradeps/core/baseObject.h"
+
 #include <cstdint>
 #include <memory>
 #include <unordered_map>
-
-#include "gameengine/export.h"
-#include "tamradeps/core/baseObject.h"
 
 /// From an entity's index to its component of one type: how components find their siblings.
 ///
 ///     auto* transform = static_cast<ComponentTransform*>(ComponentTransform::REPOSITORY().Find(entity->GetIndex()));
 ///
-/// Repositories hold plain pointers and live until the process exits. A repository enters itself into a process-wide map
-/// under its type id, replacing the former one of that id, and leaves it when destroyed.
+/// Repositories hold plain pointers and live until the process exits. A repository enters itself into a process-wide
+/// map under its type id, replacing the former one of that id, and leaves it when destroyed.
 class TAMRAGAMEENGINE_API CEntityComponentRepositoryBase : public BaseObject
 {
 public:

@@ -1,7 +1,5 @@
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 
-#include <string_view>
-
 #include "gameengine/engine/componentAlwaysVisible.h"
 #include "gameengine/engine/componentCamera.h"
 #include "gameengine/engine/componentEditorData.h"
@@ -9,6 +7,8 @@
 #include "gameengine/engine/componentTransformDirect.h"
 #include "gameengine/engine/componentTransformParent.h"
 #include "gameengine/engine/interfaceCollection.h"
+
+#include <string_view>
 
 CEntityComponentTypeDatabase& CEntityComponentTypeDatabase::Instance()
 {

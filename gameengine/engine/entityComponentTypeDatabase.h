@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "gameengine/engine/entity.h"
 #include "gameengine/export.h"
 #include "tamradeps/core/refPtr.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
 
 class CEntityComponent;
 
@@ -30,7 +30,8 @@ public:
 
     const char* GetTypeString() override;
 
-    /// Appends a record; the name is copied. Nothing keeps a name or an id from being added twice: the first one is found.
+    /// Appends a record; the name is copied. Nothing keeps a name or an id from being added twice: the first one is
+    /// found.
     void Add(const char* name, std::int32_t typeId, Factory factory);
     /// Removes the record at a position and deletes its prototype; the last record moves there.
     void Remove(int position);
@@ -48,8 +49,8 @@ public:
 
     /// A new component on the entity, whose list must be locked. Null outside the records.
     CEntityComponent* Create(int position, CEntity* entity);
-    /// The type's prototype, made on the first call: an instance on a private entity that shows the type's properties. Owned
-    /// by the database. Null outside the records.
+    /// The type's prototype, made on the first call: an instance on a private entity that shows the type's properties.
+    /// Owned by the database. Null outside the records.
     CEntityComponent* GetComponent(int position);
 
 private:
@@ -73,7 +74,7 @@ private:
 };
 
 /// Registers every built-in component type that is saved: `ComponentTransformDirect`, `ComponentTransformParent`,
-/// `ComponentEditorData`, `ComponentAlwaysVisible`, `ComponentCamera`, `ComponentRenderSettings`, in this order. Names that are
-/// registered already are left alone, so calling it again is harmless. `ComponentRuntimeData` is not among them: it is
-/// never saved, and loading makes one for each entity.
+/// `ComponentEditorData`, `ComponentAlwaysVisible`, `ComponentCamera`, `ComponentRenderSettings`, in this order. Names
+/// that are registered already are left alone, so calling it again is harmless. `ComponentRuntimeData` is not among
+/// them: it is never saved, and loading makes one for each entity.
 TAMRAGAMEENGINE_API void RegisterBuiltInComponents();

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cstdint>
-
 #include "gameengine/export.h"
 #include "tamradeps/core/hashFixedString.h"
 #include "tamradeps/core/refClass.h"
 #include "tamradeps/core/variant.h"
+
+#include <cstdint>
 
 /// A service of a scene, kept in its `CInterfaceCollection` under its type id.
 ///

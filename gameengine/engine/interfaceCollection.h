@@ -1,11 +1,11 @@
 #pragma once
 
-#include <array>
-#include <cstdint>
-
 #include "gameengine/engine/interfaceBase.h"
 #include "gameengine/export.h"
 #include "tamradeps/core/refPtr.h"
+
+#include <array>
+#include <cstdint>
 
 class CInterfaceArrayManager;
 class CInterfaceCVX;
@@ -27,7 +27,8 @@ public:
     /// The interface in a slot; null when the slot is empty or there is no such slot.
     CInterfaceBase* GetInterface(std::int32_t typeId) const noexcept
     {
-        return static_cast<std::uint32_t>(typeId) < kSlotCount ? m_slots[static_cast<std::size_t>(typeId)].Get() : nullptr;
+        return static_cast<std::uint32_t>(typeId) < kSlotCount ? m_slots[static_cast<std::size_t>(typeId)].Get()
+                                                               : nullptr;
     }
 
     /// Stores an interface, by convention in the slot of its own `TYPEID()`, and references it; null empties the slot.

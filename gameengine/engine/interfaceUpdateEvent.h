@@ -3,10 +3,11 @@
 #include "gameengine/engine/interfaceBase.h"
 #include "tamradeps/core/eventHandler.h"
 
-/// Turns the frame clock into events: one for every whole fixed step in the time that has passed, then one for the frame.
+/// Turns the frame clock into events: one for every whole fixed step in the time that has passed, then one for the
+/// frame.
 ///
-/// Both handlers raise event 0 with the interface ("CInterfaceUpdateEvent") and a float: the step, or the frame's time, in
-/// seconds.
+/// Both handlers raise event 0 with the interface ("CInterfaceUpdateEvent") and a float: the step, or the frame's time,
+/// in seconds.
 class TAMRAGAMEENGINE_API CInterfaceUpdateEvent : public CInterfaceBase
 {
 public:
@@ -22,8 +23,8 @@ public:
     CEventHandler& GetUpdate_EachFrame() noexcept { return m_eachFrame; }
     CEventHandler& GetUpdate_FixedStep() noexcept { return m_fixedStep; }
 
-    /// Call once a frame with the frame's time in seconds. A long frame raises as many fixed steps as fit, without a bound;
-    /// the rest carries over. Time that is not finite raises no fixed step.
+    /// Call once a frame with the frame's time in seconds. A long frame raises as many fixed steps as fit, without a
+    /// bound; the rest carries over. Time that is not finite raises no fixed step.
     void DoUpdate(float dt);
 
     float GetStep() const noexcept { return m_step; }

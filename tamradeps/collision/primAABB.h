@@ -6,8 +6,8 @@
 
 namespace collision
 {
-/// An axis-aligned box: six floats, the smaller corner first. Tests are inclusive: boxes that touch overlap, a point on a
-/// face is inside. A box with a NaN overlaps and holds nothing.
+/// An axis-aligned box: six floats, the smaller corner first. Tests are inclusive: boxes that touch overlap, a point on
+/// a face is inside. A box with a NaN overlaps and holds nothing.
 class TAMRADEPS_API PrimAABB
 {
 public:
@@ -45,7 +45,8 @@ public:
                point.z >= m_values[2] && point.z <= m_values[5];
     }
 
-    /// Makes this the axis-aligned box around `box` moved by `matrix`. The identity gives the same six numbers.
+    /// Makes this the axis-aligned box around `box` moved by `matrix`. The identity gives the same six numbers. The
+    /// sides must be finite; "everywhere" is a box of large numbers.
     void TransformAABB(const PrimAABB& box, const CMatrix& matrix) noexcept;
 
     friend constexpr bool operator==(const PrimAABB&, const PrimAABB&) noexcept = default;

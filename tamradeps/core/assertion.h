@@ -6,8 +6,9 @@
 /// in a source file.
 using AssertionSink = void (*)(void* context, const char* module, int line);
 
-/// Reports a breach of contract by a caller: prints "Assertion failed: %s %d" and a line end to standard output, with the
-/// module's path without extension ("gameengine/engine/entity") and the check's number, and returns. The program goes on.
+/// Reports a breach of contract by a caller: prints "Assertion failed: %s %d" and a line end to standard output, with
+/// the module's path without extension ("gameengine/engine/entity") and the check's number, and returns. The program
+/// goes on.
 TAMRADEPS_API void AssertionFailed(const char* module, int line);
 
 /// Replaces the sink and hands the former one back through the two pointers (either may be null). A null sink restores

@@ -1,8 +1,8 @@
 #include "tamradeps/core/eventHandler.h"
 
-#include <algorithm>
-
 #include "tamradeps/core/memoryDynamicPoolAllocator.h"
+
+#include <algorithm>
 
 namespace
 {

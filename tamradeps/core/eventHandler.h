@@ -1,11 +1,11 @@
 #pragma once
 
+#include "tamradeps/core/refClass.h"
+#include "tamradeps/core/variant.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-
-#include "tamradeps/core/refClass.h"
-#include "tamradeps/core/variant.h"
 
 class CEventHandler;
 
@@ -70,8 +70,8 @@ private:
 /// handler together with its owner: delivery then goes on with those who still listen, or ends. Raising an event
 /// allocates nothing; with no listener it costs one comparison.
 ///
-/// A listener keeps its position while it stays, save that a list at least half empty is closed up, in order, instead of
-/// growing; the subscriptions then know their new positions.
+/// A listener keeps its position while it stays, save that a list at least half empty is closed up, in order, instead
+/// of growing; the subscriptions then know their new positions.
 class TAMRADEPS_API CEventHandler final : public RefClass
 {
 public:

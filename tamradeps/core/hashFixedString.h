@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
-/// A short text with its hash, for names that are compared often: commands, events, keys. It lives in place, without heap
-/// memory, and comparing two usually compares two numbers.
+/// A short text with its hash, for names that are compared often: commands, events, keys. It lives in place, without
+/// heap memory, and comparing two usually compares two numbers.
 ///
 /// Texts longer than `kMaxLength` bytes are cut there.
 class CHashFixedString

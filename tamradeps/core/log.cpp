@@ -87,13 +87,17 @@ void Write(Level level, std::string_view text)
 
 std::string Quoted(std::string_view text, std::size_t maxLength)
 {
-    std::string result(text.substr(0, maxLength));
+    std::size_t length = std::min(text.size(), maxLength);
+    // Not between the bytes of one character.
+    while (length > 0 && length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80U)
+        --length;
+    std::string result(text.substr(0, length));
     for (char& c : result)
     {
         if (static_cast<unsigned char>(c) < 32 || c == 127)
             c = '?';
     }
-    if (text.size() > maxLength)
+    if (length < text.size())
         result += "...";
     return result;
 }

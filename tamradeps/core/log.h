@@ -1,9 +1,9 @@
 #pragma once
 
+#include "tamradeps/export.h"
+
 #include <string>
 #include <string_view>
-
-#include "tamradeps/export.h"
 
 /// The log: lines of text that go to every registered sink. Errors and warnings carry the prefixes "[ERROR] " and
 /// "[WARNING] ". At the start there is one sink, standard error; the console and tests add their own.
@@ -38,11 +38,20 @@ TAMRADEPS_API void SetStandardErrorEnabled(bool enabled);
 
 TAMRADEPS_API void Write(Level level, std::string_view text);
 
-inline void Info(std::string_view text) { Write(Level::Info, text); }
-inline void Warning(std::string_view text) { Write(Level::Warning, text); }
-inline void Error(std::string_view text) { Write(Level::Error, text); }
+inline void Info(std::string_view text)
+{
+    Write(Level::Info, text);
+}
+inline void Warning(std::string_view text)
+{
+    Write(Level::Warning, text);
+}
+inline void Error(std::string_view text)
+{
+    Write(Level::Error, text);
+}
 
-/// The text with its control characters (line ends, escape sequences) shown as '?' and cut at `maxLength` bytes, so
-/// that a name from a file cannot forge or flood log lines.
+/// The text with its control characters (line ends, escape sequences) shown as '?' and cut after at most `maxLength`
+/// bytes, so that a name from a file cannot forge or flood log lines.
 TAMRADEPS_API std::string Quoted(std::string_view text, std::size_t maxLength = 120);
 } // namespace tamra::log

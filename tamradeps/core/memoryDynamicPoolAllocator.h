@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstddef>
-
 #include "tamradeps/export.h"
+
+#include <cstddef>
 
 #if defined(__SANITIZE_ADDRESS__)
 #define TAMRADEPS_POOL_POISONS 1
@@ -14,16 +14,17 @@
 
 /// Fixed-size elements from growing blocks.
 ///
-/// `Allocate` returns the element released last, else the next one of the current block; a full block is followed by one
-/// of twice its size, so elements taken in a row lie in a row. Memory is not cleared. Blocks are given back when the
-/// pool is destroyed, whether or not elements are still in use.
+/// `Allocate` returns the element released last, else the next one of the current block; a full block is followed by
+/// one of twice its size, so elements taken in a row lie in a row. Memory is not cleared. Blocks are given back when
+/// the pool is destroyed, whether or not elements are still in use.
 ///
 /// Both operations take constant time. Elements are aligned for any object of their size, up to
 /// `alignof(std::max_align_t)`. Under AddressSanitizer released elements are poisoned.
 class TAMRADEPS_API CMemoryDynamicPoolAllocator
 {
 public:
-    /// `elementSize` in bytes, enlarged to hold a pointer; `count` elements in the first block. Values below 1 count as 1.
+    /// `elementSize` in bytes, enlarged to hold a pointer; `count` elements in the first block. Values below 1 count
+    /// as 1.
     CMemoryDynamicPoolAllocator(std::size_t elementSize, std::size_t count) noexcept;
     CMemoryDynamicPoolAllocator(const CMemoryDynamicPoolAllocator&) = delete;
     CMemoryDynamicPoolAllocator& operator=(const CMemoryDynamicPoolAllocator&) = delete;

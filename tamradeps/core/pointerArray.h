@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <span>
 
-/// A growing array of pointers whose first `InlineCount` entries lie inside the object: short lists cost no heap memory.
-/// Copies copy the pointers.
+/// A growing array of pointers whose first `InlineCount` entries lie inside the object: short lists cost no heap
+/// memory. Copies copy the pointers.
 template <class T, std::uint32_t InlineCount>
 class CPointerArray
 {

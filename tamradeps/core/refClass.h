@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
-
 #include "tamradeps/core/baseObject.h"
+
+#include <cstdint>
 
 /// Base of everything that is shared by counted references.
 ///

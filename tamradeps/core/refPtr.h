@@ -1,7 +1,7 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
-#include <functional>
 #include <utility>
 
 /// A counted reference to a `RefClass` object, null allowed. The size of one pointer.
@@ -22,9 +22,8 @@ public:
     RefPtr(const RefPtr& other) noexcept : RefPtr(other.m_object) {}
     RefPtr(RefPtr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
     template <class U>
-    RefPtr(const RefPtr<U>& other) noexcept : RefPtr(other.Get())
-    {
-    }
+    requires std::convertible_to<U*, T*> RefPtr(const RefPtr<U>& other)
+    noexcept : RefPtr(other.Get()) {}
     ~RefPtr()
     {
         if (m_object)

@@ -9,9 +9,9 @@
 
 /// A set of pointers in the order of their values, with access by position.
 ///
-/// Pointers lie in blocks of up to 512, so adding or removing one moves a few kilobytes at most, whatever the order of the
-/// addresses: about the logarithm of the count plus one short move. Going through all positions in a row costs an array
-/// read each; a jump to any position costs a binary search over the blocks, and after a change a pass over them.
+/// Pointers lie in blocks of up to 512, so adding or removing one moves a few kilobytes at most, whatever the order of
+/// the addresses: about the logarithm of the count plus one short move. Going through all positions in a row costs an
+/// array read each; a jump to any position costs a binary search over the blocks, and after a change a pass over them.
 template <class T>
 class CSortedPointerArray
 {
@@ -131,14 +131,15 @@ private:
         if (m_hint < m_blocks.size() && !less(item, m_blocks[m_hint].first) &&
             (m_hint + 1 == m_blocks.size() || less(item, m_blocks[m_hint + 1].first)))
             return m_hint;
-        const auto above = std::upper_bound(m_blocks.begin(), m_blocks.end(), item,
-                                            [less](const T* p, const BlockEntry& entry) { return less(p, entry.first); });
+        const auto above =
+            std::upper_bound(m_blocks.begin(), m_blocks.end(), item,
+                             [less](const T* p, const BlockEntry& entry) { return less(p, entry.first); });
         m_hint = above == m_blocks.begin() ? 0 : static_cast<std::size_t>(above - m_blocks.begin()) - 1;
         return m_hint;
     }
 
-    // Makes room in a full block. At either end of the block the new pointer gets a block of its own, so that rising and
-    // falling addresses fill blocks to the brim.
+    // Makes room in a full block. At either end of the block the new pointer gets a block of its own, so that rising
+    // and falling addresses fill blocks to the brim.
     void i_Split(std::size_t index, std::uint32_t at)
     {
         Block& full = *m_blocks[index].items;

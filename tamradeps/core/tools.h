@@ -1,10 +1,10 @@
 #pragma once
 
+#include "tamradeps/export.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "tamradeps/export.h"
 
 // String helpers. Case is that of ASCII letters; every other byte, UTF-8 sequences included, stays as it is.
 

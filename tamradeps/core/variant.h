@@ -1,10 +1,10 @@
 #pragma once
 
+#include "tamradeps/export.h"
+
 #include <cstdint>
 #include <string_view>
 #include <utility>
-
-#include "tamradeps/export.h"
 
 /// A small value that travels with an event or a named command: empty, int, float, double, bool, text, or a pointer to
 /// an object together with the name of its class.
@@ -38,14 +38,18 @@ public:
     explicit variant(const char* text);
     /// `className` must be a literal or live as long as the variant and its copies.
     variant(void* object, const char* className) noexcept
-        : m_kind(Kind::Object), m_tag(className), m_value{.object = object}
+        : m_kind(Kind::Object),
+          m_tag(className),
+          m_value{.object = object}
     {
     }
     variant(const void* object, const char* className) noexcept : variant(const_cast<void*>(object), className) {}
 
     variant(const variant& other);
     variant(variant&& other) noexcept
-        : m_kind(std::exchange(other.m_kind, Kind::Empty)), m_tag(other.m_tag), m_value(other.m_value)
+        : m_kind(std::exchange(other.m_kind, Kind::Empty)),
+          m_tag(other.m_tag),
+          m_value(other.m_value)
     {
     }
     variant& operator=(variant other) noexcept
@@ -82,7 +86,8 @@ public:
     }
 
 private:
-    union Value {
+    union Value
+    {
         std::int32_t integer;
         float real;
         double number;
@@ -96,7 +101,8 @@ private:
         if (m_kind != Kind::Object)
             return nullptr;
         // The same literal usually has one address; across shared libraries it may have two.
-        return m_tag == className || std::string_view(m_tag) == className ? m_value.object : nullptr;
+        const bool same = m_tag == className || (m_tag && className && std::string_view(m_tag) == className);
+        return same ? m_value.object : nullptr;
     }
     void i_FreeText() noexcept;
 

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <string>
-#include <string_view>
 #include <vector>
 
 /// Finds, reads and replaces whole files. All names and paths are UTF-8 with either separator of the system; names with
@@ -31,7 +30,8 @@ public:
     void SetTemporaryFolder(const std::string& folder) { m_temporaryFolder = folder; }
     const std::string& GetTemporaryFolder() const noexcept { return m_temporaryFolder; }
 
-    /// The name in the temporary folder, whether or not the file exists; an absolute name as it is.
+    /// The name in the temporary folder, whether or not the file exists; an absolute name as it is. Empty
+    /// for no name.
     std::string GetTemporaryFilePath(const std::string& name) const;
 
     /// The path of an existing file (not a folder): an absolute name as it is, a relative one below the first folder
@@ -51,8 +51,6 @@ public:
     bool FileReplace(const std::string& path, const void* data, std::size_t size) const;
 
 private:
-    bool i_Fail(std::string_view action, std::string_view name, std::string_view reason) const;
-
     std::vector<std::string> m_roots;
     std::string m_userFolder;
     std::string m_temporaryFolder;

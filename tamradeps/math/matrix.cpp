@@ -61,10 +61,12 @@ CVector3 CMatrix::GetEuler() const noexcept
     const CVector3 localY = UnitOr(GetLocalY(), {0, 1, 0});
     const CVector3 localZ = UnitOr(GetLocalZ(), {0, 0, 1});
     const float cosY = std::hypot(localX.x, localX.y);
-    const float y = std::atan2(-localX.z, cosY);
-    if (cosY < 1e-6F)
-        return {std::atan2(-localZ.y, localY.y), y, 0.0F};
-    return {std::atan2(localY.z, localZ.z), y, std::atan2(localX.y, localX.x)};
+    const float z = cosY < 1e-6F ? 0.0F : std::atan2(localX.y, localX.x);
+    // Near the poles z is mostly rounding error; x is read with that z taken back, which makes up for it.
+    const float sinZ = std::sin(z);
+    const float cosZ = std::cos(z);
+    const float x = std::atan2(sinZ * localZ.x - cosZ * localZ.y, cosZ * localY.y - sinZ * localY.x);
+    return {x, std::atan2(-localX.z, cosY), z};
 }
 
 void CMatrix::Scale3(float x, float y, float z) noexcept
@@ -111,7 +113,11 @@ CMatrix CMatrix::Projection(float fovDegrees, float aspect, float nearDistance, 
 CMatrix CMatrix::View(CVector3 eye, CVector3 target, CVector3 up) noexcept
 {
     const CVector3 forward = UnitOr(target - eye, {1, 0, 0});
-    const CVector3 right = UnitOr(forward.Cross(UnitOr(up, {0, 0, 1})), SomePerpendicular(forward));
+    // The product of nearly parallel vectors is mostly rounding error and need not be across the view.
+    constexpr float kParallel = 1e-6F;
+    CVector3 right = forward.Cross(UnitOr(up, {0, 0, 1}));
+    right = right.Length() > kParallel ? right.Normalized() : SomePerpendicular(forward);
+    right = (right - forward * right.Dot(forward)).Normalized();
     const CVector3 above = right.Cross(forward);
     CMatrix m;
     const CVector3 rows[3] = {right, above, forward * -1.0F};

@@ -3,9 +3,9 @@
 #include "tamradeps/export.h"
 #include "tamradeps/math/vector3.h"
 
-/// A 4 x 4 matrix of floats for column vectors, stored column by column: elements 0-2 are the local X axis, 4-6 the local
-/// Y axis, 8-10 the local Z axis, 12-14 the translation. The world is right-handed with Z up, and an object looks along
-/// its local +X axis.
+/// A 4 x 4 matrix of floats for column vectors, stored column by column: elements 0-2 are the local X axis, 4-6 the
+/// local Y axis, 8-10 the local Z axis, 12-14 the translation. The world is right-handed with Z up, and an object looks
+/// along its local +X axis.
 ///
 /// A child's world matrix is `parent * local`. Angles are radians. A new matrix is the identity.
 class TAMRADEPS_API CMatrix
@@ -34,8 +34,8 @@ public:
     /// Turns the local axes: about the fixed X axis by `x`, then Y by `y`, then Z by `z` (Rz * Ry * Rx).
     void RotateEuler(float x, float y, float z) noexcept;
 
-    /// The angles that `RotateEuler` takes, of the matrix's rotation with its axes at length 1. At the poles (y at plus or
-    /// minus a quarter turn) z is 0 and x takes all of the turn. Axes without length count as those of the identity.
+    /// The angles that `RotateEuler` takes, of the matrix's rotation with its axes at length 1. At the poles (y at plus
+    /// or minus a quarter turn) z is 0 and x takes all of the turn. Axes without length count as those of the identity.
     CVector3 GetEuler() const noexcept;
 
     /// Scales the local axes and leaves the translation.
@@ -52,8 +52,8 @@ public:
     /// height, distances of the near and far plane. Any numbers are taken as they are.
     static CMatrix Projection(float fovDegrees, float aspect, float nearDistance, float farDistance) noexcept;
 
-    /// World to view space (right +X, up +Y, looking along -Z) of an eye that looks at `target`. With a target at the eye
-    /// or an `up` along the view, some right-angled frame is chosen.
+    /// World to view space (right +X, up +Y, looking along -Z) of an eye that looks at `target`. With a target at the
+    /// eye or an `up` along the view, some right-angled frame is chosen.
     static CMatrix View(CVector3 eye, CVector3 target, CVector3 up) noexcept;
 
     /// Applies `b` first, then `a`.

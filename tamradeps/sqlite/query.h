@@ -95,7 +95,6 @@ private:
 
     int i_GetPosition(const char* name);
     bool i_CheckBind(int result);
-    bool i_FailUnprepared(const char* action);
 
     sqlite3_stmt* m_statement = nullptr;
     database* m_database = nullptr;

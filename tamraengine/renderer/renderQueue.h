@@ -1,11 +1,11 @@
 #pragma once
 
+#include "tamradeps/math/vector3.h"
+#include "tamraengine/export.h"
+
 #include <cstdint>
 #include <span>
 #include <vector>
-
-#include "tamradeps/math/vector3.h"
-#include "tamraengine/export.h"
 
 /// One end of a coloured line in world space. `color` is 0xAABBGGRR: R, G, B, A bytes in memory order.
 struct RenderLineVertex

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <cstdint>
-
 #include "tamradeps/core/baseObject.h"
 #include "tamraengine/export.h"
 
+#include <cstdint>
+
 namespace renderer
 {
-/// The renderer as a clock: it counts frames and knows how long the last one took. It needs no device, so scene code runs
-/// without a GPU.
+/// The renderer as a clock: it counts frames and knows how long the last one took. It needs no device, so scene code
+/// runs without a GPU.
 ///
 /// The renderer constructed last is the active one until it is destroyed or another is activated.
 class TAMRAENGINE_API CRenderer : public BaseObject

@@ -1,0 +1,408 @@
+#include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
+
+#include "gameengine/engine/entityStorage.h"
+#include "tamradeps/core/crc64.h"
+#include "tamradeps/core/log.h"
+#include "tamradeps/io/fileSystem.h"
+#include "tamradeps/sqlite/transaction.h"
+#include "tamradeps/udb/udbGroup.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <utility>
+
+namespace
+{
+constexpr const char* kSchema[] = {
+    R"(DROP TABLE IF EXISTS "entities")",
+    R"(CREATE TABLE "entities" ( "id"  INTEGER PRIMARY KEY AUTOINCREMENT ,"sceneID"  INTEGER NOT NULL,"pos_x"  REAL NOT NULL,"pos_y"  REAL NOT NULL,"pos_z"  REAL NOT NULL,"componentData"  BLOB))",
+    R"(CREATE INDEX "entity_sceneID" ON "entities" ("sceneID"))",
+    R"(CREATE INDEX "entity_position" ON "entities" ("pos_x", "pos_y", "pos_z"))"};
+
+constexpr const char* kSelect = "SELECT id, componentData FROM entities WHERE pos_x >= ? AND pos_y >= ? AND pos_z >= ? "
+                                "AND pos_x <= ? AND pos_y <= ? AND pos_z <= ?";
+constexpr const char* kUpdate = "UPDATE entities SET pos_x=?, pos_y=?, pos_z=?, componentData=? WHERE id=:id";
+constexpr const char* kInsert = "INSERT INTO entities VALUES (NULL, 1, ?, ?, ?, ?)";
+constexpr const char* kDelete = "DELETE FROM entities WHERE id=?";
+constexpr const char* kSelectIds = "SELECT id FROM entities WHERE pos_x >= ? AND pos_y >= ? AND pos_z >= ? "
+                                   "AND pos_x <= ? AND pos_y <= ? AND pos_z <= ?";
+constexpr const char* kSelectRow = "SELECT componentData FROM entities WHERE id=?";
+constexpr int kUpdateIdPosition = 5;
+
+constexpr std::int32_t kNoSlot = -1;
+constexpr std::int32_t kWritten = -2;
+
+using Step = sqlite::query::Step;
+} // namespace
+
+CEntityArray_SaveLoad_SqliteDB::CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene)
+    : m_scene(scene),
+      m_manager(nullptr)
+{
+    if (m_database.open(GetFileSystem().GetTemporaryFilePath(file ? file : "")) && m_database.tableExists("entities"))
+        i_Prepare();
+    m_manager = entityStorage::GetManager(scene);
+}
+
+CEntityArray_SaveLoad_SqliteDB::~CEntityArray_SaveLoad_SqliteDB() = default;
+
+bool CEntityArray_SaveLoad_SqliteDB::i_Prepare()
+{
+    if (!m_prepared)
+        m_prepared = m_select.prepare(m_database, kSelect) && m_update.prepare(m_database, kUpdate) &&
+                     m_insert.prepare(m_database, kInsert) && m_delete.prepare(m_database, kDelete) &&
+                     m_selectIds.prepare(m_database, kSelectIds) && m_selectRow.prepare(m_database, kSelectRow);
+    return m_prepared;
+}
+
+bool CEntityArray_SaveLoad_SqliteDB::CreateEmpty()
+{
+    if (!IsOpen())
+        return false;
+    for (sqlite::query* query : {&m_select, &m_selectIds, &m_selectRow})
+        query->reset();
+    sqlite::transaction transaction(m_database);
+    if (!transaction.isActive() || !std::all_of(std::begin(kSchema), std::end(kSchema),
+                                                [this](const char* sql) { return m_database.execute(sql); }))
+        return false;
+    if (!transaction.commit())
+        return false;
+    ClearCache();
+    m_rowsToDelete.clear();
+    return i_Prepare();
+}
+
+// ---- Loading
+
+bool CEntityArray_SaveLoad_SqliteDB::i_BindRegion(sqlite::query& query, const float* min, const float* max)
+{
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    query.reset();
+    for (int axis = 0; axis < 3; ++axis)
+    {
+        if (!query.bind(1 + axis, min ? static_cast<double>(min[axis]) : -kInfinity) ||
+            !query.bind(4 + axis, max ? static_cast<double>(max[axis]) : kInfinity))
+            return false;
+    }
+    return true;
+}
+
+bool CEntityArray_SaveLoad_SqliteDB::Load(const float* min, const float* max)
+{
+    if (!IsOpen() || !m_manager)
+        return false;
+    if (!m_prepared && !m_database.tableExists("entities"))
+        return true;
+    if (!i_Prepare() || !i_BindRegion(m_select, min, max))
+        return false;
+    for (;;)
+    {
+        const Step step = m_select.step();
+        if (step != Step::Row)
+            return step == Step::Done;
+        const std::int64_t row = m_select.getInt64(0);
+        if (!m_slotByRow.contains(row) && !m_rowsToDelete.contains(row))
+            i_LoadBlob(row, m_select.getBlob(1));
+    }
+}
+
+bool CEntityArray_SaveLoad_SqliteDB::CollectRows(const float* min, const float* max, std::vector<std::int64_t>& rows)
+{
+    if (!IsOpen())
+        return false;
+    if (!m_prepared && !m_database.tableExists("entities"))
+        return true;
+    if (!i_Prepare() || !i_BindRegion(m_selectIds, min, max))
+        return false;
+    Step step = Step::Row;
+    while ((step = m_selectIds.step()) == Step::Row)
+    {
+        const std::int64_t row = m_selectIds.getInt64(0);
+        if (!m_rowsToDelete.contains(row))
+            rows.push_back(row);
+    }
+    return step == Step::Done;
+}
+
+CEntity* CEntityArray_SaveLoad_SqliteDB::LoadRow(std::int64_t row)
+{
+    if (CEntity* loaded = FindEntity(row))
+        return loaded;
+    if (!m_prepared || !m_manager || m_rowsToDelete.contains(row))
+        return nullptr;
+    m_selectRow.reset();
+    if (!m_selectRow.bind(1, row) || m_selectRow.step() != Step::Row)
+        return nullptr;
+    CEntity* entity = i_LoadBlob(row, m_selectRow.getBlob(0));
+    m_selectRow.reset();
+    return entity;
+}
+
+CEntity* CEntityArray_SaveLoad_SqliteDB::i_LoadBlob(std::int64_t row, std::span<const std::byte> blob)
+{
+    m_data.Clear();
+    UDBGroup* group = m_data.AllocateGroup();
+    if (!m_readWrite.Read(blob.data(), blob.size(), *group))
+    {
+        tamra::log::Error(m_database.getPath() + ": the data of entity " + std::to_string(row) +
+                          " cannot be read; it is left as it is");
+        return nullptr;
+    }
+    const std::uint64_t storedHash = HashCRC64Data(blob.data(), blob.size());
+    const RefPtr<CEntity> entity = entityStorage::CreateEntity(m_scene.Get(), *group);
+    const std::uint64_t hash = i_HashUnchanged(entity.Get(), *group, storedHash);
+    // Known before anybody hears of it: a listener may save.
+    i_AddToCache(entity.Get(), row, hash, hash == storedHash);
+    ++m_counters.read;
+    if (m_sceneAddition)
+        m_manager->AddEntity(entity.Get());
+    return FindEntity(row);
+}
+
+// The hash by which a save will see that a loaded entity has not changed. Components of unknown types are not loaded:
+// the row is still not to be written, and so to lose them, before somebody changes the rest.
+std::uint64_t CEntityArray_SaveLoad_SqliteDB::i_HashUnchanged(CEntity* entity, UDBGroup& group,
+                                                              std::uint64_t storedHash)
+{
+    std::int64_t stored = 0;
+    for (const UDBEntry& entry : group)
+        stored += entry.GetGroup() && entry.GetKey() == "component" ? 1 : 0;
+    const std::int64_t withoutRuntimeData = entity->GetComponentCount() - 1;
+    if (stored == withoutRuntimeData || !i_Serialize(entity, *m_data.AllocateGroup()))
+        return storedHash;
+    return HashCRC64Data(m_buffer.data(), m_buffer.size());
+}
+
+// ---- Saving
+
+template <class WriteRows>
+bool CEntityArray_SaveLoad_SqliteDB::i_SaveInTransaction(WriteRows writeRows)
+{
+    if (!IsOpen() || !m_manager)
+        return false;
+    sqlite::transaction transaction(m_database);
+    if (!transaction.isActive())
+        return false;
+    m_written.clear();
+    m_pending = m_counters;
+    const bool hadTable = m_prepared || m_database.tableExists("entities");
+    bool done = (hadTable || std::all_of(std::begin(kSchema), std::end(kSchema),
+                                         [this](const char* sql) { return m_database.execute(sql); })) &&
+                i_Prepare() && writeRows() && transaction.commit();
+    if (done)
+    {
+        i_Remember();
+        m_counters = m_pending;
+        return true;
+    }
+    for (const Written& written : m_written)
+    {
+        if (std::int32_t& slot = i_Slot(written.entity); slot == kWritten)
+            slot = kNoSlot;
+    }
+    transaction.rollback();
+    m_prepared = m_prepared && hadTable;
+    return false;
+}
+
+bool CEntityArray_SaveLoad_SqliteDB::Save()
+{
+    return i_SaveInTransaction(
+               [this]
+               {
+                   const CEntityArray& entities = *m_manager->GetArray();
+                   for (int i = 0; i < entities.GetCount(); ++i)
+                   {
+                       if (!i_SaveEntity(entities.Get(i)))
+                           return false;
+                   }
+                   return i_DeleteRows();
+               }) &&
+           (m_rowsToDelete.clear(), true);
+}
+
+bool CEntityArray_SaveLoad_SqliteDB::SaveEntities(std::span<CEntity* const> entities)
+{
+    return i_SaveInTransaction(
+        [this, entities]
+        { return std::all_of(entities.begin(), entities.end(), [this](CEntity* e) { return i_SaveEntity(e); }); });
+}
+
+bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
+{
+    m_data.Clear();
+    UDBGroup* group = m_data.AllocateGroup();
+    if (!i_Serialize(entity, *group))
+    {
+        tamra::log::Error(m_database.getPath() +
+                          ": the data of an entity cannot be written: it is too large or too deep");
+        return false;
+    }
+    const std::uint64_t hash = HashCRC64Data(m_buffer.data(), m_buffer.size());
+    Cached* cached = i_FindCached(entity);
+    if (!cached)
+    {
+        std::int32_t& slot = i_Slot(entity);
+        if (slot == kWritten)
+            return true;
+        if (!i_WriteRow(m_insert, entity))
+            return false;
+        slot = kWritten;
+        m_written.push_back({entity, m_database.lastInsertRowID(), hash});
+        ++m_pending.inserted;
+        return true;
+    }
+    if (hash == cached->hash)
+        return true;
+    if (cached->asLoaded && i_IsReversal(*group, cached->hash))
+    {
+        cached->hash = hash;
+        cached->asLoaded = false;
+        return true;
+    }
+    if (!m_update.bind(kUpdateIdPosition, cached->row) || !i_WriteRow(m_update, entity))
+        return false;
+    m_written.push_back({entity, cached->row, hash});
+    ++m_pending.updated;
+    return true;
+}
+
+bool CEntityArray_SaveLoad_SqliteDB::i_Serialize(CEntity* entity, UDBGroup& group)
+{
+    entity->SerializerSave(group);
+    return m_readWrite.Write(group, m_buffer);
+}
+
+// Saving writes components in the opposite order of loading, so an entity that was loaded and not touched comes out
+// reversed. Turning it around once more tells whether that is all.
+bool CEntityArray_SaveLoad_SqliteDB::i_IsReversal(UDBGroup& group, std::uint64_t hash)
+{
+    group.ReverseEntries();
+    return m_readWrite.Write(group, m_reversed) && HashCRC64Data(m_reversed.data(), m_reversed.size()) == hash;
+}
+
+bool CEntityArray_SaveLoad_SqliteDB::i_WriteRow(sqlite::query& query, CEntity* entity)
+{
+    const CVector3 position = entityStorage::GetPosition(*entity);
+    return query.bind(1, static_cast<double>(position.x)) && query.bind(2, static_cast<double>(position.y)) &&
+           query.bind(3, static_cast<double>(position.z)) && query.bind(4, m_buffer.data(), m_buffer.size()) &&
+           query.step() == Step::Done;
+}
+
+bool CEntityArray_SaveLoad_SqliteDB::i_DeleteRows()
+{
+    for (const std::int64_t row : m_rowsToDelete)
+    {
+        if (!m_delete.bind(1, row) || m_delete.step() != Step::Done)
+            return false;
+        ++m_pending.deleted;
+    }
+    return true;
+}
+
+void CEntityArray_SaveLoad_SqliteDB::i_Remember()
+{
+    for (const Written& written : m_written)
+    {
+        if (Cached* cached = i_FindCached(written.entity))
+        {
+            cached->hash = written.hash;
+            cached->asLoaded = false;
+        }
+        else
+        {
+            i_AddToCache(written.entity, written.row, written.hash, false);
+        }
+    }
+}
+
+// ---- The cache
+
+std::int32_t& CEntityArray_SaveLoad_SqliteDB::i_Slot(const CEntity* entity)
+{
+    const auto index = static_cast<std::size_t>(entity->GetIndex());
+    if (index >= m_slots.size())
+        m_slots.resize(std::max(index + 1, m_slots.size() * 2), kNoSlot);
+    return m_slots[index];
+}
+
+CEntityArray_SaveLoad_SqliteDB::Cached* CEntityArray_SaveLoad_SqliteDB::i_FindCached(const CEntity* entity)
+{
+    if (!entity || entity->GetIndex() < 0)
+        return nullptr;
+    const std::int32_t slot = i_Slot(entity);
+    return slot >= 0 && m_cache[static_cast<std::size_t>(slot)].entity == entity
+               ? &m_cache[static_cast<std::size_t>(slot)]
+               : nullptr;
+}
+
+void CEntityArray_SaveLoad_SqliteDB::i_AddToCache(CEntity* entity, std::int64_t row, std::uint64_t hash, bool asLoaded)
+{
+    const auto slot = static_cast<std::int32_t>(m_cache.size());
+    m_cache.push_back({entity, row, hash, asLoaded});
+    m_slotByRow[row] = slot;
+    i_Slot(entity) = slot;
+}
+
+void CEntityArray_SaveLoad_SqliteDB::RemoveEntity(CEntity* entity)
+{
+    Cached* const cached = i_FindCached(entity);
+    if (!cached)
+        return;
+    const std::int32_t slot = i_Slot(entity);
+    m_slotByRow.erase(cached->row);
+    i_Slot(entity) = kNoSlot;
+    const RefPtr<CEntity> releaseLast = cached->entity;
+    if (cached != &m_cache.back())
+    {
+        *cached = std::move(m_cache.back());
+        m_slotByRow[cached->row] = slot;
+        i_Slot(cached->entity.Get()) = slot;
+    }
+    m_cache.pop_back();
+}
+
+void CEntityArray_SaveLoad_SqliteDB::DeleteEntity(CEntity* entity)
+{
+    if (const std::int64_t row = FindRow(entity); row >= 0)
+    {
+        m_rowsToDelete.insert(row);
+        RemoveEntity(entity);
+    }
+}
+
+void CEntityArray_SaveLoad_SqliteDB::ClearCache()
+{
+    // Emptied before the references go: the last one of an entity may call anything.
+    const auto releaseLast = std::exchange(m_cache, {});
+    m_slots.clear();
+    m_slotByRow.clear();
+}
+
+CEntity* CEntityArray_SaveLoad_SqliteDB::Get(int i)
+{
+    return static_cast<std::size_t>(i) < m_cache.size() ? m_cache[static_cast<std::size_t>(i)].entity.Get() : nullptr;
+}
+
+void CEntityArray_SaveLoad_SqliteDB::IterateOverEntities(const std::function<void(CEntity*)>& visit)
+{
+    std::vector<RefPtr<CEntity>> entities;
+    entities.reserve(m_cache.size());
+    for (const Cached& cached : m_cache)
+        entities.push_back(cached.entity);
+    for (const auto& entity : entities)
+        visit(entity.Get());
+}
+
+std::int64_t CEntityArray_SaveLoad_SqliteDB::FindRow(const CEntity* entity) const
+{
+    const Cached* cached = const_cast<CEntityArray_SaveLoad_SqliteDB*>(this)->i_FindCached(entity);
+    return cached ? cached->row : -1;
+}
+
+CEntity* CEntityArray_SaveLoad_SqliteDB::FindEntity(std::int64_t row) const
+{
+    const auto found = m_slotByRow.find(row);
+    return found != m_slotByRow.end() ? m_cache[static_cast<std::size_t>(found->second)].entity.Get() : nullptr;
+}
