@@ -2,6 +2,7 @@
 
 #include "tamradeps/core/log.h"
 #include "tamradeps/core/tools.h"
+#include "tamradeps/io/utf8Path.h"
 
 #include <algorithm>
 #include <cstring>
@@ -190,7 +191,7 @@ bool ReadExtract(const std::string& path, std::size_t maxNodes, const std::funct
                  Extract& extract)
 {
     std::error_code error;
-    const auto status = std::filesystem::status(std::filesystem::u8path(path), error);
+    const auto status = std::filesystem::status(tamra::ToPath(path), error);
     if (!std::filesystem::exists(status))
         return Fail(path, "there is no such file");
     if (!std::filesystem::is_regular_file(status))

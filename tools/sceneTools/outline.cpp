@@ -11,7 +11,12 @@ namespace
 {
 constexpr double kMaxSlices = 512.0;
 // Slices in each direction of a compact shape: enough for a shore to look like one.
-constexpr double kSlicesPerSide = 24.0;
+constexpr double kSlicesPerSide = 32.0;
+// Slices up to this many times wider than long follow the outline's direction, if it climbs at most so steeply.
+constexpr double kMaxFollowingWidth = 3.0;
+constexpr double kMaxFollowingSlope = 2.0;
+// How far, in widths, they reach into their neighbours, so that no wedge stays open where the outline bends.
+constexpr double kOverlap = 0.12;
 // Hull edges that are tried as the rectangle's direction.
 constexpr std::size_t kMaxDirections = 512;
 
@@ -83,11 +88,16 @@ void AddSlice(std::span<const Ring> rings, double from, double to, std::vector<R
         if (width < 0.5)
             continue;
         Rectangle slice{{from + length * 0.5, (middle[i] + middle[i + 1]) * 0.5}, 1.0, 0.0, length, width};
-        if (width < length && start.size() == middle.size() && end.size() == middle.size())
+        if (width < length * kMaxFollowingWidth && start.size() == middle.size() && end.size() == middle.size())
         {
-            slice =
-                GetSegmentRectangle({from, (start[i] + start[i + 1]) * 0.5}, {to, (end[i] + end[i + 1]) * 0.5}, width);
-            slice.width *= length / slice.length;
+            const double startY = (start[i] + start[i + 1]) * 0.5;
+            const double endY = (end[i] + end[i + 1]) * 0.5;
+            if (width < length || std::abs(endY - startY) < length * kMaxFollowingSlope)
+            {
+                slice = GetSegmentRectangle({from, startY}, {to, endY}, width);
+                slice.width *= length / slice.length;
+                slice.length += slice.width * kOverlap;
+            }
         }
         out.push_back(slice);
     }

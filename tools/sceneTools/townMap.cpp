@@ -48,6 +48,8 @@ constexpr float kLegendLayer = 9.0F;
 constexpr float kRealStreet = 3.5F;
 constexpr float kMainStreetWidth = 9.0F;
 constexpr float kHighwayWidth = 15.0F;
+// Small streets that have fewer pixels than this are a single dark line.
+constexpr float kThinStreet = 2.0F;
 
 // Where the end of one metre's shadow falls, in metres: the light comes from the upper left.
 constexpr float kShadowX = 0.30F;
@@ -192,6 +194,8 @@ void CTownMap::i_DrawStreet(Point a, Point b, float metres)
         return;
     }
     const StreetStyle style = GetStreetStyle(metres);
+    if (metres * m_scale < kThinStreet && metres < kMainStreetWidth)
+        return m_raster.AddLine(a, b, style.minimumPixels, style.edge, kStreetLayer + order);
     const float width = std::max(metres * m_scale, style.minimumPixels);
     m_raster.AddLine(a, b, width + std::min(2.0F, width * 0.6F), style.edge, kStreetEdgeLayer + order);
     m_raster.AddLine(a, b, width, style.color, kStreetLayer + order);

@@ -1,0 +1,112 @@
+#include "tools/sceneTools/sceneConvert.h"
+
+#include "gameengine/engine/entityArraySaveLoad.h"
+#include "gameengine/engine/scene.h"
+#include "tamradeps/core/log.h"
+#include "tamradeps/io/utf8Path.h"
+
+#include <filesystem>
+#include <system_error>
+
+namespace
+{
+namespace fs = std::filesystem;
+
+bool Fail(const std::string& path, const std::string& reason)
+{
+    tamra::log::Error(tamra::log::Quoted(path) + " " + reason);
+    return false;
+}
+
+bool CanWrite(const std::string& path, bool force)
+{
+    if (CSceneFile::GetFormat(path) == CSceneFile::Format::None)
+        return Fail(path, "cannot be written: its name ends neither in .sdb nor in .mfs");
+    std::error_code error;
+    const auto status = fs::status(tamra::ToPath(path), error);
+    if (!fs::exists(status))
+        return true;
+    if (!fs::is_regular_file(status))
+        return Fail(path, "cannot be written: it is not a file");
+    if (!force)
+        return Fail(path, "exists already; --force replaces it");
+    if (fs::exists(tamra::ToPath(path + "-journal"), error))
+        return Fail(path, "cannot be replaced: it is being written, or was interrupted; open it once to repair it");
+    return true;
+}
+
+void Remove(const std::string& path)
+{
+    std::error_code ignored;
+    fs::remove(tamra::ToPath(path), ignored);
+    fs::remove(tamra::ToPath(path + "-journal"), ignored);
+}
+
+std::string GetAbsolute(const std::string& path)
+{
+    std::error_code ignored;
+    return tamra::ToUtf8(fs::absolute(tamra::ToPath(path), ignored));
+}
+
+bool IsSameFile(const std::string& a, const std::string& b)
+{
+    std::error_code error;
+    return fs::equivalent(tamra::ToPath(a), tamra::ToPath(b), error) && !error;
+}
+} // namespace
+
+bool WriteSceneFile(const std::string& path, CInterfaceCollection* scene, bool force)
+{
+    if (!CanWrite(path, force))
+        return false;
+    const std::string absolute = GetAbsolute(path);
+    if (CSceneFile::GetFormat(path) == CSceneFile::Format::Serialized)
+        return CEntityArray_SaveLoad::Save(absolute.c_str(), scene);
+
+    // A database is written beside and takes the file's place when it is whole.
+    const std::string scratch = absolute + ".partial.sdb";
+    Remove(scratch);
+    std::error_code error;
+    if (!CEntityArray_SaveLoad::Save(scratch.c_str(), scene))
+    {
+        Remove(scratch);
+        return false;
+    }
+    fs::rename(tamra::ToPath(scratch), tamra::ToPath(absolute), error);
+    if (!error)
+        return true;
+    Remove(scratch);
+    return Fail(path, "cannot be replaced: " + error.message());
+}
+
+bool LoadSceneFile(const std::string& path, CInterfaceCollection* scene)
+{
+    return CEntityArray_SaveLoad::Load(GetAbsolute(path).c_str(), scene, nullptr, nullptr);
+}
+
+bool ConvertScene(const std::string& from, const std::string& to, bool force, const SceneProgress& progress)
+{
+    CSceneFile file;
+    if (!CanWrite(to, force) || !file.Open(from))
+        return false;
+    if (IsSameFile(from, to))
+        return Fail(to, "is the file to be converted");
+    std::size_t problems = 0;
+    if (!CheckScene(
+            file, [&problems](const std::string&) { ++problems; }, progress))
+        return false;
+    if (problems > 0)
+        return Fail(from, "has " + std::to_string(problems) + " problems and is not converted; 'check' names them");
+    CScene scene;
+    return LoadSceneFile(from, scene.GetInterfaces()) && WriteSceneFile(to, scene.GetInterfaces(), force);
+}
+
+bool ImportOsmToFile(const std::string& pbfPath, const std::string& to, bool force, const OsmImportOptions& options,
+                     OsmImportStatistics& statistics, const SceneProgress& progress)
+{
+    if (!CanWrite(to, force))
+        return false;
+    CScene scene;
+    return ImportOsm(pbfPath, scene.GetInterfaces(), options, &statistics, progress) &&
+           WriteSceneFile(to, scene.GetInterfaces(), force);
+}
