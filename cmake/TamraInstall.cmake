@@ -10,7 +10,7 @@ install(TARGETS ${libraries} EXPORT TamraGameEngineTargets)
 install(EXPORT TamraGameEngineTargets NAMESPACE TamraGameEngine:: DESTINATION ${package_folder})
 foreach(folder IN LISTS folders)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/${folder} ${PROJECT_BINARY_DIR}/generated/${folder}
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h" PATTERN "*Internal.h" EXCLUDE)
 endforeach()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/assets/ DESTINATION ${CMAKE_INSTALL_DATADIR}/TamraGameEngine)
 

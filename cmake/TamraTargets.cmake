@@ -33,6 +33,7 @@ function(tamra_add_library name folder)
     set_target_properties(${name} PROPERTIES
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
+        INSTALL_RPATH "$ORIGIN"  # the libraries lie side by side, wherever the prefix is moved
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR})
     string(TOUPPER ${name} upper)
@@ -45,6 +46,11 @@ function(tamra_add_library name folder)
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     target_compile_features(${name} PUBLIC cxx_std_20)
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:TamraCompileOptions>)
+    # Nobody replaces our functions from outside: calls inside a library may be direct and inlined.
+    target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-fno-semantic-interposition>)
+    if(UNIX AND NOT APPLE)
+        target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
+    endif()
     set_property(GLOBAL APPEND PROPERTY TAMRA_LIBRARIES ${name})
     set_property(GLOBAL APPEND PROPERTY TAMRA_LIBRARY_FOLDERS ${folder})
 endfunction()

@@ -118,8 +118,8 @@ protected:
     template <class Repository>
     void i_Unregister(Repository& repository, const void* self)
     {
-        if (m_index >= 0 && repository.Find(static_cast<unsigned int>(m_index)) == self)
-            repository.Remove(static_cast<unsigned int>(m_index));
+        if (m_index >= 0)
+            repository.RemoveIf(static_cast<unsigned int>(m_index), self);
     }
 
 private:

@@ -56,14 +56,6 @@ const char* CEntityComponentRepository::GetTypeString()
     return "CEntityComponentRepository";
 }
 
-CEntityComponentRepository::Slot& CEntityComponentRepository::i_FindSlot(unsigned int index) noexcept
-{
-    const Slot* slot = &m_slots[index & m_mask];
-    while (slot->key != index && slot->key != kEmptyKey)
-        slot = i_Next(slot);
-    return const_cast<Slot&>(*slot);
-}
-
 void CEntityComponentRepository::Set(unsigned int index, void* component)
 {
     if (index == kEmptyKey)
@@ -149,6 +141,13 @@ void CEntityComponentRepositoryFast::Remove(unsigned int index)
     }
     AssertionFailed(kModule, 53);
     m_overflow.erase(index);
+}
+
+void CEntityComponentRepositoryFast::i_RemoveOverflow(unsigned int index, const void* component)
+{
+    AssertionFailed(kModule, 53);
+    if (const auto found = m_overflow.find(index); found != m_overflow.end() && found->second == component)
+        m_overflow.erase(found);
 }
 
 void* CEntityComponentRepositoryFast::i_FindOverflow(unsigned int index)

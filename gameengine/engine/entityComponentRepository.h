@@ -66,6 +66,19 @@ public:
     }
     void Set(unsigned int index, void* component) override;
     void Remove(unsigned int index) override { Set(index, nullptr); }
+    /// Stores null for the index if it has just this component.
+    void RemoveIf(unsigned int index, const void* component) noexcept
+    {
+        if (index == kEmptyKey)
+        {
+            if (m_zeroValue == component)
+                m_zeroValue = nullptr;
+        }
+        else if (Slot& slot = i_FindSlot(index); slot.value == component)
+        {
+            slot.value = nullptr;
+        }
+    }
 
     /// Indices that ever had a component.
     unsigned int GetOccupiedCount() const noexcept { return m_occupied; }
@@ -84,7 +97,14 @@ private:
     };
 
     const Slot* i_Next(const Slot* slot) const noexcept { return slot == &m_slots[m_mask] ? &m_slots[0] : slot + 1; }
-    Slot& i_FindSlot(unsigned int index) noexcept;
+    // The slot of the index, or the empty one where it would go.
+    Slot& i_FindSlot(unsigned int index) noexcept
+    {
+        const Slot* slot = &m_slots[index & m_mask];
+        while (slot->key != index && slot->key != kEmptyKey)
+            slot = i_Next(slot);
+        return const_cast<Slot&>(*slot);
+    }
     void i_Double();
 
     unsigned int m_occupied = 0;
@@ -114,8 +134,17 @@ public:
     }
     void Set(unsigned int index, void* component) override;
     void Remove(unsigned int index) override;
+    /// Stores null for the index if it has just this component.
+    void RemoveIf(unsigned int index, const void* component)
+    {
+        if (index >= kCapacity) [[unlikely]]
+            i_RemoveOverflow(index, component);
+        else if (m_components[index] == component)
+            m_components[index] = nullptr;
+    }
 
 private:
+    void i_RemoveOverflow(unsigned int index, const void* component);
     void* i_FindOverflow(unsigned int index);
 
     std::unordered_map<unsigned int, void*> m_overflow;

@@ -29,7 +29,7 @@ void CEventSubscription::Leave() noexcept
     m_position = -1;
 }
 
-CEventHandler::~CEventHandler()
+void CEventHandler::i_Destroy() noexcept
 {
     DropAll();
     if (m_list != &m_single)

@@ -78,7 +78,11 @@ public:
     CEventHandler() noexcept = default;
     CEventHandler(const CEventHandler&) = delete;
     CEventHandler& operator=(const CEventHandler&) = delete;
-    ~CEventHandler() override;
+    ~CEventHandler() override
+    {
+        if (m_length != 0)
+            i_Destroy();
+    }
 
     const char* GetTypeString() override;
 
@@ -117,6 +121,7 @@ private:
     void i_Leave(std::int32_t position) noexcept;
     bool i_Deliver(const EventMessage& message);
     void i_MakeRoom();
+    void i_Destroy() noexcept;
 
     std::uint32_t m_used = 0;
     std::uint32_t m_length = 0;

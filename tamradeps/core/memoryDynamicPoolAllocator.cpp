@@ -43,17 +43,6 @@ CMemoryDynamicPoolAllocator::~CMemoryDynamicPoolAllocator()
     }
 }
 
-void CMemoryDynamicPoolAllocator::Deallocate(void* element) noexcept
-{
-    if (!element)
-        return;
-    auto* freed = static_cast<FreeElement*>(element);
-    freed->next = m_free;
-    m_free = freed;
-    --m_used;
-    ASAN_POISON_MEMORY_REGION(element, m_elementSize);
-}
-
 void CMemoryDynamicPoolAllocator::i_AddBlock()
 {
     const std::size_t size = m_blockElements * m_elementSize;
@@ -72,5 +61,10 @@ void CMemoryDynamicPoolAllocator::i_AddBlock()
 void CMemoryDynamicPoolAllocator::i_Unpoison(void* element) const noexcept
 {
     ASAN_UNPOISON_MEMORY_REGION(element, m_elementSize);
+}
+
+void CMemoryDynamicPoolAllocator::i_Poison(void* element) const noexcept
+{
+    ASAN_POISON_MEMORY_REGION(element, m_elementSize);
 }
 #endif

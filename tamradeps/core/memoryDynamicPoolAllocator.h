@@ -45,7 +45,16 @@ public:
     }
 
     /// Takes back an element of this pool; null is ignored.
-    void Deallocate(void* element) noexcept;
+    void Deallocate(void* element) noexcept
+    {
+        if (!element)
+            return;
+        auto* freed = static_cast<FreeElement*>(element);
+        freed->next = m_free;
+        m_free = freed;
+        --m_used;
+        i_Poison(element);
+    }
 
     std::size_t GetElementSize() const noexcept { return m_elementSize; }
     /// Elements handed out and not yet taken back.
@@ -71,7 +80,9 @@ private:
     void i_AddBlock();
 #if defined(TAMRADEPS_POOL_POISONS)
     void i_Unpoison(void* element) const noexcept;
+    void i_Poison(void* element) const noexcept;
 #else
+    void i_Poison(void*) const noexcept {}
     void i_Unpoison(void*) const noexcept {}
 #endif
 

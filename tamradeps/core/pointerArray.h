@@ -81,5 +81,5 @@ private:
     T** m_items = m_inline;
     std::uint32_t m_count = 0;
     std::uint32_t m_capacity = InlineCount;
-    T* m_inline[InlineCount] = {};
+    T* m_inline[InlineCount];
 };

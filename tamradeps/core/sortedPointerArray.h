@@ -9,7 +9,7 @@
 
 /// A set of pointers in the order of their values, with access by position.
 ///
-/// Pointers lie in blocks of up to 512, so adding or removing one moves a few kilobytes at most, whatever the order of
+/// Pointers lie in blocks of up to 128, so adding or removing one moves a kilobyte at most, whatever the order of
 /// the addresses: about the logarithm of the count plus one short move. Going through all positions in a row costs an
 /// array read each; a jump to any position costs a binary search over the blocks, and after a change a pass over them.
 template <class T>
@@ -102,7 +102,7 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t kBlockSize = 512;
+    static constexpr std::uint32_t kBlockSize = 128;
 
     struct Block
     {

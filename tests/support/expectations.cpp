@@ -1,13 +1,13 @@
 #include "support/expectations.h"
 
+#include "tamradeps/core/assertion.h"
+
 #include <cstdio>
 #include <filesystem>
 #include <random>
 #include <string_view>
 
 #include <gtest/gtest.h>
-
-#include "tamradeps/core/assertion.h"
 
 namespace test
 {
@@ -58,7 +58,8 @@ std::vector<std::string> TakeFrom(std::vector<std::string>& lines, std::size_t s
 } // namespace
 
 ExpectAssertions::ExpectAssertions(std::initializer_list<std::string> lines)
-    : m_expected(lines), m_start(g_assertions.size())
+    : m_expected(lines),
+      m_start(g_assertions.size())
 {
 }
 

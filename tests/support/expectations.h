@@ -1,9 +1,9 @@
 #pragma once
 
+#include "tamradeps/core/log.h"
+
 #include <string>
 #include <vector>
-
-#include "tamradeps/core/log.h"
 
 // In the test programs an assertion line, or an [ERROR] or [WARNING] log line, fails the test that caused it unless one
 // of these scopes announces it.
