@@ -9,6 +9,8 @@ namespace
 // the picture and stays in the cache.
 constexpr int kSamples = 4;
 constexpr int kBandRows = 16;
+// Farther out the arithmetic of edges has no meaning.
+constexpr float kMaxCoordinate = 1e9F;
 constexpr unsigned kShadowBrightness = 184; // of 256
 } // namespace
 
@@ -19,21 +21,20 @@ CMapRaster::CMapRaster(int width, int height, Color ground)
 {
 }
 
-bool CMapRaster::i_Add(std::span<const Point> corners, float radius, Color color, float layer, bool isShadow)
+void CMapRaster::i_Add(std::span<const Point> corners, float radius, Color color, float layer, bool isShadow)
 {
     Shape shape{layer,        radius,           corners[0].y,
                 corners[0].y, m_corners.size(), static_cast<std::uint32_t>(corners.size()),
                 color,        isShadow};
     for (const Point corner : corners)
     {
-        if (!std::isfinite(corner.x) || !std::isfinite(corner.y))
-            return false;
+        if (!(std::abs(corner.x) < kMaxCoordinate && std::abs(corner.y) < kMaxCoordinate))
+            return;
         shape.top = std::min(shape.top, corner.y - radius);
         shape.bottom = std::max(shape.bottom, corner.y + radius);
     }
     m_corners.insert(m_corners.end(), corners.begin(), corners.end());
     m_shapes.push_back(shape);
-    return true;
 }
 
 void CMapRaster::AddPolygon(std::span<const Point> corners, Color color, float layer)

@@ -8,7 +8,8 @@
 
 /// Turns polygons, discs and lines into an antialiased picture. Shapes are kept until `Render`, which draws them in
 /// order of their layers, those of one layer in the order of the calls. Coordinates are pixels: x to the right, y down,
-/// the first pixel from 0 to 1. Shapes that are not finite are left out.
+/// the first pixel from 0 to 1. Shapes that reach farther than 1e9 pixels,
+/// or are not finite, are left out.
 class CMapRaster
 {
 public:
@@ -64,7 +65,7 @@ private:
         bool isInShadow;
     };
 
-    bool i_Add(std::span<const Point> corners, float radius, Color color, float layer, bool isShadow);
+    void i_Add(std::span<const Point> corners, float radius, Color color, float layer, bool isShadow);
     bool i_GetSpan(const Shape& shape, float y, float& from, float& to) const;
     void i_DrawBand(int firstRow, int rowCount, std::vector<Sample>& samples) const;
     void i_FillRow(const Shape& shape, float from, float to, std::span<Sample> row) const;

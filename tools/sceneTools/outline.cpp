@@ -14,7 +14,7 @@ constexpr double kMaxSlices = 512.0;
 constexpr double kSlicesPerSide = 32.0;
 // Slices up to this many times wider than long follow the outline's direction, if it climbs at most so steeply.
 constexpr double kMaxFollowingWidth = 3.0;
-constexpr double kMaxFollowingSlope = 2.0;
+constexpr double kMaxFollowingSlope = 3.0;
 // How far, in widths, they reach into their neighbours, so that no wedge stays open where the outline bends.
 constexpr double kOverlap = 0.12;
 // Hull edges that are tried as the rectangle's direction.
@@ -88,15 +88,16 @@ void AddSlice(std::span<const Ring> rings, double from, double to, std::vector<R
         if (width < 0.5)
             continue;
         Rectangle slice{{from + length * 0.5, (middle[i] + middle[i + 1]) * 0.5}, 1.0, 0.0, length, width};
-        if (width < length * kMaxFollowingWidth && start.size() == middle.size() && end.size() == middle.size())
+        if (start.size() == middle.size() && end.size() == middle.size())
         {
-            const double startY = (start[i] + start[i + 1]) * 0.5;
-            const double endY = (end[i] + end[i + 1]) * 0.5;
-            if (width < length || std::abs(endY - startY) < length * kMaxFollowingSlope)
+            const Point a{from, (start[i] + start[i + 1]) * 0.5};
+            const Point b{to, (end[i] + end[i + 1]) * 0.5};
+            Rectangle along = GetSegmentRectangle(a, b, width);
+            along.width *= length / along.length;
+            if (along.width < along.length * kMaxFollowingWidth && std::abs(b.y - a.y) < length * kMaxFollowingSlope)
             {
-                slice = GetSegmentRectangle({from, startY}, {to, endY}, width);
-                slice.width *= length / slice.length;
-                slice.length += slice.width * kOverlap;
+                along.length += along.width * kOverlap;
+                slice = along;
             }
         }
         out.push_back(slice);

@@ -25,11 +25,15 @@ bool CanWrite(const std::string& path, bool force)
     std::error_code error;
     const auto status = fs::status(tamra::ToPath(path), error);
     if (!fs::exists(status))
-        return true;
+    {
+        const fs::path folder = tamra::ToPath(path).parent_path();
+        return folder.empty() || fs::is_directory(folder, error) ||
+               Fail(path, "cannot be written: there is no such folder");
+    }
     if (!fs::is_regular_file(status))
         return Fail(path, "cannot be written: it is not a file");
     if (!force)
-        return Fail(path, "exists already; --force replaces it");
+        return Fail(path, "exists already; it is replaced only by force");
     if (fs::exists(tamra::ToPath(path + "-journal"), error))
         return Fail(path, "cannot be replaced: it is being written, or was interrupted; open it once to repair it");
     return true;

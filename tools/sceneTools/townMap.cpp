@@ -123,7 +123,8 @@ CTownMap::Point CTownMap::i_ToPixel(CVector3 position) const noexcept
 
 std::array<int, 2> CTownMap::GetPixelAt(float x, float y) const noexcept
 {
-    const auto toInt = [](float value) { return static_cast<int>(std::clamp(std::floor(value), -1e6F, 1e6F)); };
+    const auto toInt = [](float value)
+    { return std::isnan(value) ? -1 : static_cast<int>(std::clamp(std::floor(value), -1e6F, 1e6F)); };
     const Point pixel = i_ToPixel({x, y, 0.0F});
     return {toInt(pixel.x), toInt(pixel.y)};
 }
@@ -203,10 +204,11 @@ void CTownMap::i_DrawStreet(Point a, Point b, float metres)
 
 void CTownMap::i_DrawBuilding(const Corners& corners, float bottom, float top)
 {
-    const float height = std::clamp(top, 0.0F, kMaxHeight);
+    const auto limit = [](float value) { return value > 0.0F ? std::min(value, kMaxHeight) : 0.0F; };
+    const float height = limit(top);
     i_DrawShadow(corners, height);
     // What starts above the ground lies on top of what stands on it.
-    const float order = (height + std::clamp(bottom, 0.0F, kMaxHeight)) / (2.1F * kMaxHeight);
+    const float order = (height + limit(bottom)) / (2.1F * kMaxHeight);
     const Color roof = Mix(kLowRoof, kTallRoof, std::sqrt(std::min(height / kTallBuilding, 1.0F)));
     const float layer = kBuildingLayer + order;
     m_raster.AddPolygon(corners, roof, layer);
