@@ -2,7 +2,6 @@
 
 #include "tamradeps/udb/udbGroup.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace
@@ -137,8 +136,7 @@ void ComponentTransform::Copy(CEntityComponent* source)
 
 void ComponentTransform::i_CopyBox(const ComponentTransform& source) noexcept
 {
-    std::copy_n(source.m_untransformedMin, 3, m_untransformedMin);
-    std::copy_n(source.m_untransformedMax, 3, m_untransformedMax);
+    m_untransformed = source.m_untransformed;
 }
 
 void ComponentTransform::SetTransform(const CMatrix&) {}
@@ -151,20 +149,11 @@ const CMatrix& ComponentTransform::GetTransform()
 
 void ComponentTransform::SetUntransformedBoundingBox(const float* box)
 {
-    std::copy_n(box, 3, m_untransformedMin);
-    std::copy_n(box + 3, 3, m_untransformedMax);
+    m_untransformed = collision::PrimAABB(box);
     i_UpdateBbox();
 }
 
 void ComponentTransform::i_UpdateBbox()
 {
     i_UpdateBbox(GetTransform());
-}
-
-void ComponentTransform::i_UpdateBbox(const CMatrix& world)
-{
-    const collision::PrimAABB local({m_untransformedMin[0], m_untransformedMin[1], m_untransformedMin[2]},
-                                    {m_untransformedMax[0], m_untransformedMax[1], m_untransformedMax[2]});
-    m_bounds.TransformAABB(local, world);
-    i_RaiseEvent(kBoundsChanged, variant(0));
 }

@@ -67,13 +67,17 @@ protected:
     /// Recomputes the world box and raises `kBoundsChanged`.
     void i_UpdateBbox();
     /// The same, with the world matrix that `GetTransform()` would give.
-    void i_UpdateBbox(const CMatrix& world);
+    void i_UpdateBbox(const CMatrix& world)
+    {
+        m_bounds.TransformAABB(m_untransformed, world);
+        if (HasEvents())
+            i_RaiseEvent(kBoundsChanged, variant(0));
+    }
 
 private:
     static CEntityComponentRepositoryFast& i_CreateRepository();
     static CEntityComponentRepositoryFast* s_repository;
 
-    float m_untransformedMin[3] = {};
-    float m_untransformedMax[3] = {};
-    collision::PrimAABB m_bounds;
+    collision::PrimAABB m_untransformed; // in local space
+    collision::PrimAABB m_bounds;        // in world space
 };

@@ -12,8 +12,9 @@ ComponentTransformDirect::~ComponentTransformDirect()
 void ComponentTransformDirect::SetTransform(const CMatrix& matrix)
 {
     m_transform = matrix;
-    if (i_RaiseEvent(kTransformChanged, variant(&m_transform, "CMatrix")))
-        i_UpdateBbox(m_transform);
+    if (HasEvents() && !i_RaiseEvent(kTransformChanged, variant(&m_transform, "CMatrix")))
+        return;
+    i_UpdateBbox(m_transform);
 }
 
 const CMatrix& ComponentTransformDirect::GetTransform()

@@ -108,6 +108,7 @@ void ComponentTransformParent::i_Rebuild()
 {
     ComponentTransform* const parent = GetParent();
     m_transform = parent ? parent->GetTransform() * m_selfTransform : m_selfTransform;
-    if (i_RaiseEvent(kTransformChanged, variant(&m_transform, "CMatrix")))
-        i_UpdateBbox(m_transform);
+    if (HasEvents() && !i_RaiseEvent(kTransformChanged, variant(&m_transform, "CMatrix")))
+        return;
+    i_UpdateBbox(m_transform);
 }

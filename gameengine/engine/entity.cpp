@@ -110,7 +110,7 @@ void CEntity::RemoveComponent(CEntityComponent* component)
     i_RemovedComponent(component);
 }
 
-void CEntity::i_ScanInArrays(bool add)
+void CEntity::i_ScanInEachArray(bool add)
 {
     // A listener of a database may take the entity out of an array.
     for (std::uint32_t i = 0; i < m_arrays.GetCount(); ++i)
@@ -131,18 +131,9 @@ void CEntity::UnlockComponentList()
         m_components[i]->i_OnEntityUnlockComponentList();
 }
 
-void CEntity::i_AddedComponent(CEntityComponent* component)
+void CEntity::i_ReportUnlocked(int line)
 {
-    if (!m_componentListLocked)
-        AssertionFailed(kModule, 131);
-    m_events.Raise(kComponentAdded, variant(component, "CEntityComponent"), variant(this, "CEntity"));
-}
-
-void CEntity::i_RemovedComponent(CEntityComponent* component)
-{
-    if (!m_componentListLocked)
-        AssertionFailed(kModule, 139);
-    m_events.Raise(kComponentRemoved, variant(component, "CEntityComponent"), variant(this, "CEntity"));
+    AssertionFailed(kModule, line);
 }
 
 void CEntity::i_AddedToArray(CEntityArray* array)

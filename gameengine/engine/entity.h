@@ -101,14 +101,32 @@ protected:
     friend class CEntityArray;
     friend class CEntityComponent;
 
-    void i_AddedComponent(CEntityComponent* component);
-    void i_RemovedComponent(CEntityComponent* component);
+    void i_AddedComponent(CEntityComponent* component)
+    {
+        if (!m_componentListLocked) [[unlikely]]
+            i_ReportUnlocked(131);
+        if (!m_events.Empty())
+            m_events.Raise(kComponentAdded, variant(component, "CEntityComponent"), variant(this, "CEntity"));
+    }
+    void i_RemovedComponent(CEntityComponent* component)
+    {
+        if (!m_componentListLocked) [[unlikely]]
+            i_ReportUnlocked(139);
+        if (!m_events.Empty())
+            m_events.Raise(kComponentRemoved, variant(component, "CEntityComponent"), variant(this, "CEntity"));
+    }
     void i_AddedToArray(CEntityArray* array);
     void i_RemovedFromArray(CEntityArray* array);
     void i_DestroyComponents();
 
 private:
-    void i_ScanInArrays(bool add);
+    static void i_ReportUnlocked(int line);
+    void i_ScanInArrays(bool add)
+    {
+        if (!m_arrays.IsEmpty())
+            i_ScanInEachArray(add);
+    }
+    void i_ScanInEachArray(bool add);
 
     RefPtr<CInterfaceCollection> m_interfaces;
     CPointerArray<CEntityComponent, 8> m_components;

@@ -103,8 +103,9 @@ bool CFileSystem::FileIn(const std::string& name, std::vector<std::byte>& conten
         if (!file)
             return Fail(kAction, found, "it cannot be opened");
         std::vector<std::byte> bytes(static_cast<std::size_t>(size));
-        if (!file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size)))
-            return Fail(kAction, found, "it ends early or the disk has an error");
+        const bool read = !!file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size));
+        if (!read || file.peek() != std::ifstream::traits_type::eof() || file.bad())
+            return Fail(kAction, found, "it is not as long as it says, or the disk has an error");
         content = std::move(bytes);
         return true;
     }

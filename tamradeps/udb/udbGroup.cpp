@@ -22,7 +22,7 @@ std::uint64_t Load(const char* from)
 }
 
 // Never leaves the process, so byte order does not matter.
-std::uint64_t HashOf(std::string_view key, UDBEntry::Kind kind)
+inline std::uint64_t HashOf(std::string_view key, UDBEntry::Kind kind)
 {
     constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15;
     const char* next = key.data();
@@ -39,6 +39,21 @@ std::uint64_t HashOf(std::string_view key, UDBEntry::Kind kind)
                Load<std::uint8_t>(next + left - 1) << 16;
     hash = (hash ^ tail) * kMultiplier;
     return hash ^ hash >> 32;
+}
+
+// The multiplication mixes the highest bits best. Small groups take seven of them for the place of their bit, which is
+// two words and a bit in one of them; the next seven distinguish the entries that still meet.
+std::uint64_t WordOf(std::uint64_t hash)
+{
+    return hash >> 63;
+}
+std::uint64_t BitOf(std::uint64_t hash)
+{
+    return std::uint64_t{1} << (hash >> 57 & 63);
+}
+unsigned ShortHash(std::uint64_t hash)
+{
+    return static_cast<unsigned>(hash >> 50 & 0x7F);
 }
 } // namespace
 
@@ -77,7 +92,12 @@ void UDBGroup::i_ForgetIndex() noexcept
 const UDBEntry* UDBGroup::i_FindElsewhere(std::string_view key, UDBEntry::Kind kind) const
 {
     if (m_indexed != m_last)
+    {
         i_IndexNewEntries();
+        if (!m_cursor)
+            m_cursor = m_first;
+        return i_Find(key, kind);
+    }
     if (!m_first)
         return nullptr;
     const UDBEntry* found = m_table ? *i_FindSlot(key, kind) : i_FindInList(key, kind);
@@ -89,18 +109,19 @@ const UDBEntry* UDBGroup::i_FindElsewhere(std::string_view key, UDBEntry::Kind k
 const UDBEntry* UDBGroup::i_FindInList(std::string_view key, UDBEntry::Kind kind) const noexcept
 {
     const std::uint64_t hash = HashOf(key, kind);
-    if (!(m_hashBits[hash >> 6 & 1] >> (hash & 63) & 1))
+    if (!(m_hashBits[WordOf(hash)] & BitOf(hash)))
         return nullptr;
 
+    const auto is = [&](const UDBEntry& entry) { return entry.m_hash == ShortHash(hash) && entry.i_Is(key, kind); };
     for (const UDBEntry* entry = m_cursor; entry; entry = entry->m_next)
-        if (entry->i_Is(key, kind))
+        if (is(*entry))
         {
             if (entry->m_isFirst)
                 return entry;
             break;
         }
     for (const UDBEntry* entry = m_first; entry; entry = entry->m_next)
-        if (entry->i_Is(key, kind))
+        if (is(*entry))
         {
             entry->m_isFirst = true;
             return entry;
@@ -123,20 +144,26 @@ void UDBGroup::i_IndexNewEntries() const
     m_indexed = m_last;
     if (m_count <= kMaxWalk)
     {
+        // Kept in registers: a loop through memory would wait for every store.
+        auto [bits0, bits1] = m_hashBits;
         for (; next; next = next->m_next)
         {
             const std::uint64_t hash = HashOf(next->GetKey(), next->m_kind);
-            std::uint64_t& bits = m_hashBits[hash >> 6 & 1];
-            const std::uint64_t bit = std::uint64_t{1} << (hash & 63);
-            next->m_isFirst = (bits & bit) == 0;
-            bits |= bit;
+            const std::uint64_t in1 = 0 - WordOf(hash);
+            const std::uint64_t bit0 = BitOf(hash) & ~in1;
+            const std::uint64_t bit1 = BitOf(hash) & in1;
+            next->m_isFirst = ((bits0 & bit0) | (bits1 & bit1)) == 0;
+            next->m_hash = ShortHash(hash) & 0x7F;
+            bits0 |= bit0;
+            bits1 |= bit1;
         }
+        m_hashBits = {bits0, bits1};
         return;
     }
     if (m_count > m_tableSize / 2)
     {
         m_tableSize = std::bit_ceil(m_count * 3);
-        m_table = static_cast<const UDBEntry**>(m_database->i_Allocate(m_tableSize * sizeof(const UDBEntry*)));
+        m_table = static_cast<const UDBEntry**>(m_database->i_Allocate(m_tableSize * sizeof(void*)));
         std::fill_n(m_table, m_tableSize, nullptr);
         next = m_first;
     }

@@ -59,7 +59,9 @@ private:
 
     bool i_Is(std::string_view key, Kind kind) const noexcept
     {
-        return m_keyLength == key.size() && m_kind == kind && GetKey() == key;
+        // With a literal's length this is a comparison or two of words.
+        return m_keyLength == key.size() && m_kind == kind &&
+               (key.empty() || std::memcmp(m_key, key.data(), key.size()) == 0);
     }
 
     const char* m_key;
@@ -69,7 +71,9 @@ private:
     std::uint16_t m_keyLength;
     Kind m_kind;
     // Known to be the first entry of its group with this key and kind. False may only mean "not known".
-    mutable bool m_isFirst = false;
+    mutable bool m_isFirst : 1 = false;
+    // Some bits of the hash of key and kind, once the group's index knows the entry.
+    mutable std::uint8_t m_hash : 7 = 0;
 };
 static_assert(sizeof(void*) != 8 || sizeof(UDBEntry) == 32, "saving a scene makes 25 of these for each entity");
 

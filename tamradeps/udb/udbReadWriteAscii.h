@@ -35,7 +35,7 @@ public:
     /// carriage returns do not matter.
     ///
     /// False, with `root` empty and the database's memory filled as before the call, when the text is not well-formed;
-    /// `error` then tells the line and what is wrong with it. Logs nothing. Takes at most 100 bytes of the database's
-    /// memory for each byte of text.
+    /// `error` then tells the line and what is wrong with it. Logs nothing. Beside the database's first block it takes
+    /// at most 100 bytes for each byte of text.
     bool Read(std::string_view text, UDBGroup& root, std::string* error = nullptr) const;
 };

@@ -56,6 +56,28 @@ char* StoreLength(char* to, std::size_t length)
     return Store(Store(to, kLongLength), static_cast<std::uint32_t>(length));
 }
 
+// For 1 to 16 bytes, which most keys have: cheaper than a call.
+char* CopyShort(char* to, const char* from, std::size_t size)
+{
+    if (size >= 8)
+    {
+        Store(to, Load<std::uint64_t>(from));
+        Store(to + size - 8, Load<std::uint64_t>(from + size - 8));
+    }
+    else if (size >= 4)
+    {
+        Store(to, Load<std::uint32_t>(from));
+        Store(to + size - 4, Load<std::uint32_t>(from + size - 4));
+    }
+    else
+    {
+        to[0] = from[0];
+        to[size / 2] = from[size / 2];
+        to[size - 1] = from[size - 1];
+    }
+    return to + size;
+}
+
 bool SameBits(double a, double b)
 {
     return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
@@ -114,12 +136,10 @@ private:
         if (length < kLongKey)
         {
             to = Store(to, static_cast<std::uint8_t>(length << 4 | encoding));
+            return CopyShort(to, entry.m_key, length + 1);
         }
-        else
-        {
-            to = Store(to, static_cast<std::uint8_t>(kLongKey << 4 | encoding));
-            to = Store(to, entry.m_keyLength);
-        }
+        to = Store(to, static_cast<std::uint8_t>(kLongKey << 4 | encoding));
+        to = Store(to, entry.m_keyLength);
         std::memcpy(to, entry.m_key, length + 1);
         return to + length + 1;
     }

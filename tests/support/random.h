@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+
+namespace test
+{
+/// The same numbers on every machine.
+class Random
+{
+public:
+    explicit Random(std::uint64_t seed) : m_state(seed) {}
+
+    std::uint64_t Bits()
+    {
+        std::uint64_t z = m_state += 0x9E3779B97F4A7C15;
+        z = (z ^ z >> 30) * 0xBF58476D1CE4E5B9;
+        z = (z ^ z >> 27) * 0x94D049BB133111EB;
+        return z ^ z >> 31;
+    }
+    std::uint64_t Below(std::uint64_t end) { return Bits() % end; }
+    float Between(float low, float high)
+    {
+        return low + (high - low) * static_cast<float>(static_cast<double>(Bits() >> 11) * 0x1p-53);
+    }
+
+private:
+    std::uint64_t m_state;
+};
+} // namespace test

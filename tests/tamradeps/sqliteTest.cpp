@@ -1,0 +1,335 @@
+#include "support/expectations.h"
+#include "tamradeps/sqlite/database.h"
+#include "tamradeps/sqlite/query.h"
+#include "tamradeps/sqlite/transaction.h"
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <memory>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+namespace fs = std::filesystem;
+using sqlite::OpenMode;
+using Step = sqlite::query::Step;
+
+class SQLite : public testing::Test
+{
+protected:
+    SQLite()
+    {
+        EXPECT_TRUE(m_database.open(m_path) && m_database.execute("CREATE TABLE t(id INTEGER PRIMARY KEY, v)"));
+    }
+
+    std::int64_t Count(sqlite::database& database)
+    {
+        sqlite::query count;
+        EXPECT_TRUE(count.prepare(database, "SELECT count(*) FROM t"));
+        EXPECT_EQ(count.step(), Step::Row);
+        return count.getInt64(0);
+    }
+    std::int64_t Count() { return Count(m_database); }
+    bool Insert() { return m_database.execute("INSERT INTO t(v) VALUES(1)"); }
+
+    test::TemporaryFolder m_folder;
+    std::string m_path = m_folder.Path("a scene \xC3\xA4\xE2\x82\xAC.sdb");
+    sqlite::database m_database;
+};
+
+TEST_F(SQLite, ValuesComeBackAsTheyWereBound)
+{
+    sqlite::query insert;
+    ASSERT_TRUE(insert.prepare(m_database, "INSERT INTO t(v) VALUES(:v) ; \n"));
+    constexpr std::int64_t kSmallest = std::numeric_limits<std::int64_t>::min();
+    const std::string text("zero\0inside", 11);
+    const unsigned char bytes[] = {0, 255, 0, 1};
+    const auto add = [&](bool bound) { return bound && insert.step() == Step::Done; };
+    EXPECT_TRUE(add(insert.bind(1, -5)));
+    EXPECT_EQ(m_database.lastInsertRowID(), 1);
+    EXPECT_TRUE(add(insert.bindName(":v", kSmallest)));
+    EXPECT_TRUE(add(insert.bind(1, -0.0)));
+    EXPECT_TRUE(add(insert.bind(1, text)));
+    EXPECT_TRUE(add(insert.bindName(":v", bytes, sizeof(bytes))));
+    EXPECT_TRUE(add(insert.bind(1, std::string_view())));
+    EXPECT_TRUE(add(insert.bind(1, nullptr, 0)));
+    EXPECT_TRUE(add(insert.bindNull(1)));
+    EXPECT_EQ(m_database.changes(), 1);
+    EXPECT_EQ(m_database.totalChanges(), 8);
+
+    sqlite::query select;
+    ASSERT_TRUE(select.prepare(m_database, "SELECT v, typeof(v) FROM t ORDER BY id"));
+    EXPECT_EQ(select.columnCount(), 2);
+    const auto next = [&] { return select.step() == Step::Row ? select.getText(1) : "no row"; };
+    EXPECT_EQ(next(), "integer");
+    EXPECT_EQ(select.getInt(0), -5);
+    EXPECT_EQ(next(), "integer");
+    EXPECT_EQ(select.getInt64(0), kSmallest);
+    EXPECT_EQ(next(), "real");
+    EXPECT_EQ(select.getDouble(0), 0.0);
+    EXPECT_EQ(next(), "text");
+    EXPECT_EQ(select.getText(0), text);
+    EXPECT_EQ(next(), "blob");
+    const std::span<const std::byte> blob = select.getBlob(0);
+    ASSERT_EQ(blob.size(), sizeof(bytes));
+    EXPECT_EQ(std::memcmp(blob.data(), bytes, sizeof(bytes)), 0);
+    EXPECT_EQ(next(), "text") << "an empty text is not NULL";
+    EXPECT_EQ(next(), "blob") << "nor is an empty blob";
+    EXPECT_TRUE(select.getBlob(0).empty() && !select.isNull(0));
+    EXPECT_EQ(next(), "null");
+    EXPECT_TRUE(select.isNull(0) && select.getText(0).empty() && select.getInt64(0) == 0);
+    EXPECT_EQ(select.step(), Step::Done);
+    EXPECT_TRUE(select.isNull(0)) << "no row";
+    EXPECT_EQ(next(), "integer") << "after the end it starts again";
+    EXPECT_TRUE(select.isNull(7) && select.isNull(-1));
+    select.reset();
+    EXPECT_EQ(next(), "integer");
+    EXPECT_EQ(select.getInt(0), -5);
+}
+
+TEST_F(SQLite, EveryFailureIsLoggedOnce)
+{
+    sqlite::query q;
+    const test::ExpectLog expected{"not prepared",  "not prepared",      "no such table", "one statement",
+                                   "one statement", "no parameter :x",   "out of range",  "API misuse",
+                                   "too big",       "UNIQUE constraint", "near \"BAD\"",  "not open",
+                                   "not open",      "not open",          "not prepared"};
+    EXPECT_EQ(q.step(), Step::Failed);
+    EXPECT_FALSE(q.bind(1, 5));
+    EXPECT_FALSE(q.prepare(m_database, "SELECT * FROM missing"));
+    EXPECT_FALSE(q.prepare(m_database, "SELECT 1; DELETE FROM t"));
+    EXPECT_FALSE(q.prepare(m_database, ""));
+    EXPECT_FALSE(q.isPrepared());
+    ASSERT_TRUE(q.prepare(m_database, "INSERT INTO t(id) VALUES(?1) RETURNING id"));
+    EXPECT_FALSE(q.bindName(":x", 1));
+    EXPECT_FALSE(q.bind(2, 1));
+    EXPECT_TRUE(q.bind(1, 9));
+    EXPECT_EQ(q.step(), Step::Row);
+    EXPECT_FALSE(q.bind(1, 1)) << "between rows";
+    EXPECT_EQ(q.step(), Step::Done);
+    EXPECT_FALSE(q.bind(1, "", std::size_t{1} << 40)) << "refused without being read";
+    EXPECT_TRUE(q.bind(1, 9));
+    EXPECT_EQ(q.step(), Step::Failed);
+    q.reset();
+    EXPECT_TRUE(q.bind(1, 10));
+    EXPECT_EQ(q.step(), Step::Row) << "a failed query can be used again";
+    EXPECT_FALSE(m_database.execute("INSERT INTO t(v) VALUES(1); BAD; INSERT INTO t(v) VALUES(2)"));
+    EXPECT_NE(m_database.lastError().find(m_path), std::string::npos);
+    EXPECT_EQ(q.step(), Step::Done);
+    EXPECT_EQ(Count(), 3);
+
+    m_database.close();
+    EXPECT_FALSE(m_database.execute("SELECT 1"));
+    EXPECT_FALSE(sqlite::transaction(m_database).isActive());
+    EXPECT_FALSE(m_database.tableExists("t"));
+    EXPECT_EQ(q.step(), Step::Failed) << "the query went with its database";
+    EXPECT_EQ(q.columnCount() + q.getInt(0), 0);
+}
+
+TEST_F(SQLite, QueriesAndTransactionsMayOutliveTheirDatabase)
+{
+    sqlite::query queries[3];
+    auto database = std::make_unique<sqlite::database>();
+    sqlite::transaction transaction;
+    ASSERT_TRUE(database->open(m_path));
+    for (sqlite::query& q : queries)
+        ASSERT_TRUE(q.prepare(*database, "SELECT id FROM t"));
+    ASSERT_TRUE(transaction.begin(*database));
+    EXPECT_TRUE(database->execute("INSERT INTO t(v) VALUES(1)"));
+    EXPECT_EQ(queries[0].step(), Step::Row);
+    queries[1].finalize();
+    ASSERT_TRUE(queries[2].prepare(m_database, "SELECT 1")) << "to another database";
+    database.reset();
+    EXPECT_FALSE(queries[0].isPrepared() || transaction.isActive());
+    EXPECT_EQ(queries[2].step(), Step::Row);
+    EXPECT_EQ(Count(), 0) << "rolled back, and the lock is gone";
+    EXPECT_TRUE(Insert());
+}
+
+TEST_F(SQLite, TransactionsKeepAllOrNothing)
+{
+    {
+        sqlite::transaction lost(m_database);
+        EXPECT_TRUE(Insert());
+        const test::ExpectLog expected{"under way", "under way"};
+        EXPECT_FALSE(sqlite::transaction(m_database).isActive());
+        EXPECT_FALSE(lost.begin(m_database));
+        EXPECT_EQ(Count(), 1) << "the refused ones roll nothing back";
+    }
+    EXPECT_EQ(Count(), 0);
+    sqlite::transaction kept(m_database);
+    EXPECT_TRUE(Insert());
+    EXPECT_TRUE(fs::exists(m_path + "-journal"));
+    EXPECT_TRUE(kept.commit());
+    kept.rollback();
+    const test::ExpectLog expected{"cannot commit"};
+    EXPECT_FALSE(kept.commit());
+    EXPECT_EQ(Count(), 1);
+    EXPECT_FALSE(fs::exists(m_path + "-journal")) << "a scene is one file";
+    EXPECT_FALSE(fs::exists(m_path + "-wal"));
+}
+
+TEST_F(SQLite, ACommitThatFailsIsRolledBack)
+{
+    sqlite::database reader;
+    ASSERT_TRUE(Insert() && reader.open(m_path));
+    sqlite::query reading;
+    ASSERT_TRUE(reading.prepare(reader, "SELECT id FROM t"));
+    ASSERT_EQ(reading.step(), Step::Row);
+    m_database.setBusyTimeout(5);
+    sqlite::transaction transaction(m_database);
+    EXPECT_TRUE(Insert());
+    {
+        const test::ExpectLog expected{"locked"};
+        EXPECT_FALSE(transaction.commit());
+    }
+    EXPECT_FALSE(transaction.isActive());
+    reading.reset();
+    EXPECT_EQ(Count(), 1);
+    EXPECT_TRUE(transaction.begin(m_database) && Insert() && transaction.commit());
+}
+
+TEST_F(SQLite, AFullDiskUndoesTheWholeTransaction)
+{
+    ASSERT_TRUE(m_database.execute("PRAGMA max_page_count=16"));
+    sqlite::transaction transaction(m_database);
+    EXPECT_TRUE(Insert());
+    const test::ExpectLog expected{"full", "rolled back"};
+    EXPECT_FALSE(m_database.execute("INSERT INTO t(v) VALUES(zeroblob(1000000))"));
+    EXPECT_FALSE(transaction.commit()) << "SQLite has ended it by itself";
+    EXPECT_EQ(Count(), 0);
+}
+
+TEST_F(SQLite, LocksOfOthersShowAtTheStart)
+{
+    sqlite::database other;
+    ASSERT_TRUE(other.open(m_path));
+    other.setBusyTimeout(5);
+    {
+        sqlite::transaction writing(m_database);
+        const test::ExpectLog expected{"locked"};
+        EXPECT_FALSE(sqlite::transaction(other).isActive());
+        EXPECT_EQ(Count(other), 0) << "reading goes on";
+    }
+    ASSERT_TRUE(m_database.execute("BEGIN EXCLUSIVE"));
+    {
+        const test::ExpectLog expected{"locked"};
+        EXPECT_FALSE(other.open(m_path)) << "the timeout holds for opening too";
+        EXPECT_FALSE(other.isOpen());
+    }
+    other.setBusyTimeout(60000);
+    std::thread release(
+        [&]
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            m_database.execute("COMMIT");
+        });
+    EXPECT_TRUE(other.open(m_path)) << "waits for the lock";
+    release.join();
+}
+
+TEST_F(SQLite, WhatIsNoDatabaseIsRefusedAtOpen)
+{
+    const auto write = [&](const char* name, const std::string& content)
+    {
+        std::ofstream(m_folder.Path(name), std::ios::binary) << content;
+        return m_folder.Path(name);
+    };
+    const std::string junk = write("junk", std::string(5000, 'x'));
+    ASSERT_TRUE(m_database.execute("INSERT INTO t(v) VALUES(zeroblob(20000))"));
+    std::ifstream whole(m_path, std::ios::binary);
+    std::string bytes(9000, '\0');
+    whole.read(bytes.data(), 9000);
+    const std::string cut = write("cut", bytes);
+    std::memset(&bytes[100], 0xEE, 3000);
+    const std::string spoiled = write("spoiled", bytes);
+    const std::string pipe = m_folder.Path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+
+    sqlite::database database;
+    const test::ExpectLog expected{"not a database", "malformed", "malformed",      "folder",        "no regular file",
+                                   "empty",          "zero byte", "unable to open", "unable to open"};
+    const std::string missing = m_folder.Path("missing");
+    for (const std::string& path : {junk, cut, spoiled, m_folder.Path(""), pipe, std::string(), std::string("a\0b", 3)})
+        EXPECT_FALSE(database.open(path)) << path;
+    EXPECT_FALSE(database.open(missing, OpenMode::ReadWrite));
+    EXPECT_FALSE(database.open(missing, OpenMode::ReadOnly));
+    EXPECT_FALSE(fs::exists(missing) || database.isOpen());
+    EXPECT_EQ(database.getPath(), "");
+    EXPECT_TRUE(database.open(write("new", "")) && !database.tableExists("t")) << "an empty file is an empty database";
+}
+
+TEST_F(SQLite, ReadOnlyFilesOpenForReading)
+{
+    ASSERT_TRUE(Insert());
+    m_database.close();
+    fs::permissions(m_path, fs::perms(0444));
+    fs::permissions(fs::path(m_path).parent_path(), fs::perms(0755));
+    // For the superuser no file is read-only.
+    const uid_t user = geteuid();
+    ASSERT_TRUE(user != 0 || seteuid(65534) == 0);
+    for (const OpenMode mode : {OpenMode::ReadWriteCreate, OpenMode::ReadWrite, OpenMode::ReadOnly})
+    {
+        EXPECT_TRUE(m_database.open(m_path, mode) && m_database.isReadOnly());
+        EXPECT_EQ(Count(), 1);
+        const test::ExpectLog expected{"readonly"};
+        EXPECT_FALSE(Insert());
+    }
+    ASSERT_EQ(seteuid(user), 0);
+}
+
+TEST_F(SQLite, FilesWithAWriteAheadLogBecomeOneFile)
+{
+    ASSERT_TRUE(m_database.execute("PRAGMA journal_mode=WAL") && Insert());
+    EXPECT_TRUE(fs::exists(m_path + "-wal"));
+    ASSERT_TRUE(m_database.open(m_path) && Insert());
+    EXPECT_FALSE(fs::exists(m_path + "-wal"));
+    EXPECT_EQ(Count(), 2);
+}
+
+TEST_F(SQLite, AKilledProcessLeavesTheLastCommit)
+{
+    m_database.close();
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        sqlite::database database;
+        database.open(m_path);
+        database.execute("PRAGMA cache_size=1; INSERT INTO t(v) VALUES(1)");
+        sqlite::transaction transaction(database);
+        // More than the cache holds, so that the file itself has been written to.
+        for (int i = 0; i < 200; ++i)
+            database.execute("INSERT INTO t(v) VALUES(zeroblob(10000))");
+        kill(getpid(), SIGKILL);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_GT(fs::file_size(m_path), 1000000U);
+    ASSERT_TRUE(fs::exists(m_path + "-journal"));
+    ASSERT_TRUE(m_database.open(m_path));
+    EXPECT_EQ(Count(), 1);
+}
+
+TEST_F(SQLite, TableNamesAreFoundAsSQLiteComparesThem)
+{
+    ASSERT_TRUE(m_database.execute("CREATE VIEW seen AS SELECT 1; CREATE TABLE \"o'x\"(a)"));
+    EXPECT_TRUE(m_database.tableExists("T"));
+    EXPECT_TRUE(m_database.tableExists("o'x"));
+    EXPECT_FALSE(m_database.tableExists("seen"));
+    EXPECT_FALSE(m_database.tableExists(""));
+    // Some builds of SQLite would take this for an address with options.
+    const fs::path before = fs::current_path();
+    fs::current_path(fs::path(m_path).parent_path());
+    EXPECT_TRUE(m_database.open("file:x?mode=memory") && m_database.execute("CREATE TABLE a(b)"));
+    EXPECT_TRUE(fs::exists("file:x?mode=memory"));
+    fs::current_path(before);
+}
+} // namespace
