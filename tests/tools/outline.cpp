@@ -39,7 +39,8 @@ double GetMismatch(const Ring& ring, const std::vector<Rectangle>& rectangles, d
     int inside = 0;
     for (int i = 0; i < 20000; ++i)
     {
-        const Point point{random() * scale - extent, random() * scale - extent};
+        const auto next = [&] { return static_cast<double>(random()) * scale - extent; };
+        const Point point{next(), next()};
         bool covered = false;
         for (const Rectangle& rectangle : rectangles)
             covered = covered || Holds(rectangle, point);
