@@ -1,12 +1,14 @@
 #include "tools/sceneTools/sceneConvert.h"
 
-#include "gameengine/engine/entityArraySaveLoad.h"
+#include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
 #include "gameengine/engine/scene.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/utf8Path.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <vector>
 
 namespace
 {
@@ -52,6 +54,21 @@ std::string GetAbsolute(const std::string& path)
     return tamra::ToUtf8(fs::absolute(tamra::ToPath(path), ignored));
 }
 
+// Rows in the order in which the entities were made: saving the scene as a whole goes by address.
+bool SaveDatabase(const std::string& path, CInterfaceCollection* scene)
+{
+    CEntityArray_SaveLoad_SqliteDB store(path.c_str(), scene);
+    CInterfaceArrayManager* manager = scene->GetArrayManager();
+    if (!manager || !store.CreateEmpty())
+        return false;
+    std::vector<CEntity*> entities;
+    for (int i = 0; i < manager->GetArray()->GetCount(); ++i)
+        entities.push_back(manager->GetArray()->Get(i));
+    std::sort(entities.begin(), entities.end(),
+              [](const CEntity* a, const CEntity* b) { return a->GetSerial() < b->GetSerial(); });
+    return store.SaveEntities(entities);
+}
+
 bool IsSameFile(const std::string& a, const std::string& b)
 {
     std::error_code error;
@@ -71,7 +88,7 @@ bool WriteSceneFile(const std::string& path, CInterfaceCollection* scene, bool f
     const std::string scratch = absolute + ".partial.sdb";
     Remove(scratch);
     std::error_code error;
-    if (!CEntityArray_SaveLoad::Save(scratch.c_str(), scene))
+    if (!SaveDatabase(scratch, scene))
     {
         Remove(scratch);
         return false;

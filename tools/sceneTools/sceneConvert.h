@@ -8,7 +8,8 @@
 // New scene files out of other files. A file that is there already is replaced in one step and only when `force` is
 // set; when anything fails it stays as it was. Failures are logged with one line.
 
-/// Writes a scene file, in the format of the name's extension, of the entities of a scene.
+/// Writes a scene file, in the format of the name's extension, of the entities of a scene, in the
+/// order in which they were made.
 bool WriteSceneFile(const std::string& path, CInterfaceCollection* scene, bool force);
 
 /// Loads a scene file of either format into a scene.
