@@ -29,6 +29,49 @@ bool Fail(const std::string& path, std::string_view reason)
     return false;
 }
 
+// The tags of an object. The reader's own look-up runs out of the object where a text of the file has a zero inside;
+// here such tags end the list.
+class CTagList
+{
+public:
+    explicit CTagList(const osmium::TagList& tags)
+    {
+        const auto* text = reinterpret_cast<const char*>(tags.data() + sizeof(osmium::TagList));
+        const auto* end = reinterpret_cast<const char*>(tags.data() + tags.byte_size());
+        while (const char* value = i_GetNext(text, end))
+        {
+            const char* next = i_GetNext(value, end);
+            if (!next)
+                break;
+            m_tags.emplace_back(text, value);
+            text = next;
+        }
+    }
+
+    bool IsEmpty() const noexcept { return m_tags.empty(); }
+
+    /// Valid as long as the object. Null when there is none.
+    const char* Find(const char* key) const
+    {
+        for (const auto& [name, value] : m_tags)
+        {
+            if (std::strcmp(name, key) == 0)
+                return value;
+        }
+        return nullptr;
+    }
+
+private:
+    // Behind the zero that ends the text; null without one.
+    static const char* i_GetNext(const char* text, const char* end)
+    {
+        const void* zero = text < end ? std::memchr(text, 0, static_cast<std::size_t>(end - text)) : nullptr;
+        return zero ? static_cast<const char*>(zero) + 1 : nullptr;
+    }
+
+    std::vector<std::pair<const char*, const char*>> m_tags;
+};
+
 // Sorts what the reader delivers into the extract. Throws when there is too much of it.
 class Collector
 {
@@ -47,14 +90,9 @@ public:
     }
 
 private:
-    static Tags i_GetTags(const osmium::OSMObject& object)
+    std::string i_GetName(const CTagList& tags)
     {
-        return [&object](const char* key) { return object.tags()[key]; };
-    }
-
-    std::string i_GetName(const osmium::OSMObject& object)
-    {
-        const char* name = object.tags()["name"];
+        const char* name = tags.Find("name");
         const std::string_view text = name ? Tools_StringTrim(name) : std::string_view();
         if (text.size() <= kMaxNameLength && Tools_IsValidUtf8(text))
             return std::string(text);
@@ -62,11 +100,11 @@ private:
         return {};
     }
 
-    std::int32_t i_AddFeature(const osmium::OSMObject& object, bool isClosed)
+    std::int32_t i_AddFeature(const CTagList& list, bool isClosed)
     {
-        if (object.tags().empty())
+        if (list.IsEmpty())
             return -1;
-        const Tags tags = i_GetTags(object);
+        const Tags tags = [&list](const char* key) { return list.Find(key); };
         Feature feature;
         feature.line = GetLine(tags);
         if (isClosed)
@@ -80,7 +118,7 @@ private:
             feature.heights = GetHeights(tags);
             feature.isPart = !tags("building");
         }
-        feature.name = i_GetName(object);
+        feature.name = i_GetName(list);
         m_extract.features.push_back(std::move(feature));
         return static_cast<std::int32_t>(m_extract.features.size()) - 1;
     }
@@ -96,11 +134,12 @@ private:
             return;
         }
         m_extract.nodes.push_back({node.id(), location.lon(), location.lat()});
-        const char* place = node.tags()["place"];
+        const CTagList tags(node.tags());
+        const char* place = tags.Find("place");
         const double size = place ? GetPlaceSize(place) : 0.0;
         if (size <= 0.0)
             return;
-        std::string name = i_GetName(node);
+        std::string name = i_GetName(tags);
         if (!name.empty())
             m_extract.places.push_back({location.lon(), location.lat(), size, std::move(name)});
     }
@@ -113,17 +152,19 @@ private:
         if (count < 2)
             return;
         const bool isClosed = count > 3 && way.ends_have_same_id();
-        m_extract.ways.push_back({way.id(), m_extract.references.size(), count, i_AddFeature(way, isClosed)});
+        m_extract.ways.push_back(
+            {way.id(), m_extract.references.size(), count, i_AddFeature(CTagList(way.tags()), isClosed)});
         for (const osmium::NodeRef& reference : way.nodes())
             m_extract.references.push_back(reference.ref());
     }
 
     void i_AddRelation(const osmium::Relation& relation)
     {
-        const char* type = relation.tags()["type"];
+        const CTagList tags(relation.tags());
+        const char* type = tags.Find("type");
         if (!type || std::strcmp(type, "multipolygon") != 0)
             return;
-        const std::int32_t feature = i_AddFeature(relation, true);
+        const std::int32_t feature = i_AddFeature(tags, true);
         if (feature < 0)
             return;
         const std::size_t first = m_extract.members.size();
