@@ -3,6 +3,7 @@
 #include "gameengine/engine/componentEditorData.h"
 #include "gameengine/engine/componentTransform.h"
 #include "gameengine/engine/scene.h"
+#include "pbfBuilder.h"
 #include "support/expectations.h"
 #include "tools/sceneTools/osmTags.h"
 #include "townFixture.h"
@@ -267,4 +268,99 @@ TEST(OsmImport, RefusesWhatIsNoWholeExtract)
     options.maxNodes = 1000;
     const test::ExpectLog log{"too many nodes"};
     EXPECT_FALSE(ImportOsm(test::GetExtract("manhattan"), scene.GetInterfaces(), options));
+}
+
+// The middle of the extract is at 10 degrees east and 60 north, where a degree of longitude has half its length.
+class OsmImportMade : public testing::Test
+{
+protected:
+    static constexpr double kMetre = 1.0 / 111194.9266;
+
+    // Four nodes around a place in metres, the first having the id.
+    void AddCorners(std::int64_t id, double x, double y, double halfX, double halfY)
+    {
+        const double signs[][2] = {{-1, -1}, {1, -1}, {1, 1}, {-1, 1}};
+        for (const auto& sign : signs)
+            m_file.AddNode(id++, 10.0 + (x + sign[0] * halfX) * kMetre * 2.0, 60.0 + (y + sign[1] * halfY) * kMetre);
+    }
+
+    bool Read()
+    {
+        test::WriteFile(m_folder.Path("made.osm.pbf"), m_file.GetFile());
+        return ReadOsmTown(m_folder.Path("made.osm.pbf"), m_boxes, {}, &m_statistics);
+    }
+
+    test::CPbfBuilder m_file{9.98, 59.99, 10.02, 60.01};
+    std::vector<TownBox> m_boxes;
+    OsmImportStatistics m_statistics;
+
+private:
+    test::TemporaryFolder m_folder;
+};
+
+TEST_F(OsmImportMade, MetresNamesAndHeights)
+{
+    AddCorners(1, 100.0, -50.0, 20.0, 5.0);
+    AddCorners(5, -100.0, 50.0, 5.0, 20.0);
+    m_file.AddNode(9, 190.0, 0.0);
+    m_file.AddWay(1, {1, 2, 3, 4, 1}, {{"building", "yes"}, {"name", "Good \xC3\xA9"}, {"height", "30"}});
+    m_file.AddWay(2, {5, 6, 7, 8, 5}, {{"building", "yes"}, {"name", "Bad \xC3"}, {"height", "5000"}});
+    // Nodes that are nowhere or missing, tags with a zero inside, a corner too few, a ring of no area.
+    m_file.AddWay(3, {1, 9, 77, 2}, {{"highway", "residential"}});
+    m_file.AddWay(4, {1, 2, 3, 4, 1}, {{std::string("a\0", 2), "b"}, {"building", "yes"}});
+    m_file.AddWay(5, {1, 2, 1}, {{"building", "yes"}});
+    m_file.AddWay(6, {1, 2, 2, 1}, {{"building", "yes"}});
+    ASSERT_TRUE(Read());
+
+    ASSERT_EQ(m_boxes.size(), 3U);
+    EXPECT_EQ(m_boxes[0].name, "Good \xC3\xA9");
+    EXPECT_NEAR(m_boxes[0].centre.x, 100.0F, 0.05F);
+    EXPECT_NEAR(m_boxes[0].centre.y, -50.0F, 0.05F);
+    EXPECT_EQ(m_boxes[0].centre.z, 15.0F);
+    EXPECT_NEAR(m_boxes[0].size.x, 40.0F, 0.05F);
+    EXPECT_NEAR(m_boxes[0].size.y, 10.0F, 0.05F);
+    EXPECT_EQ(m_boxes[1].name, "");
+    EXPECT_EQ(m_boxes[1].size.z, 1000.0F);
+    EXPECT_NEAR(m_boxes[1].directionY, 1.0F, 1e-3F);
+    EXPECT_EQ(m_boxes[2].kind, TownKind::Street);
+    EXPECT_EQ(m_statistics.droppedNames, 1U);
+    EXPECT_EQ(m_statistics.repairedHeights, 1U);
+    EXPECT_GE(m_statistics.skipped, 2U);
+}
+
+TEST_F(OsmImportMade, MultipolygonIsJoinedOfItsWaysAndHasHoles)
+{
+    AddCorners(1, 0.0, 0.0, 200.0, 100.0);
+    AddCorners(5, 50.0, 0.0, 40.0, 40.0);
+    m_file.AddWay(1, {1, 2, 3});
+    m_file.AddWay(2, {1, 4, 3}, {{"leisure", "park"}});
+    m_file.AddWay(3, {5, 6, 7, 8, 5}, {{"natural", "water"}});
+    m_file.AddRelation({1, 2}, {3}, {{"leisure", "park"}, {"name", "Green"}});
+    ASSERT_TRUE(Read());
+    EXPECT_EQ(m_statistics.parks, 1U);
+    EXPECT_EQ(m_statistics.waters, 1U);
+    double area = 0.0;
+    for (const TownBox& box : m_boxes)
+    {
+        if (box.kind != TownKind::Park)
+            continue;
+        EXPECT_EQ(box.name, "Green");
+        area += static_cast<double>(box.size.x * box.size.y);
+    }
+    EXPECT_NEAR(area, 400.0 * 200.0 - 80.0 * 80.0, 2500.0);
+}
+
+TEST_F(OsmImportMade, WhatIsFarOutsideIsLeftOut)
+{
+    AddCorners(1, 5000.0, 0.0, 10.0, 10.0);
+    m_file.AddWay(1, {1, 2, 3, 4, 1}, {{"building", "yes"}});
+    {
+        const test::ExpectLog log{"nothing of it lies in the area"};
+        EXPECT_FALSE(Read());
+    }
+    AddCorners(5, 0.0, 0.0, 10.0, 10.0);
+    m_file.AddWay(2, {5, 6, 7, 8, 5}, {{"building", "yes"}});
+    EXPECT_TRUE(Read());
+    EXPECT_EQ(m_boxes.size(), 1U);
+    EXPECT_EQ(m_statistics.outside, 1U);
 }
