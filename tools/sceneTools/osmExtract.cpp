@@ -30,7 +30,7 @@ bool Fail(const std::string& path, std::string_view reason)
 }
 
 // The tags of an object. The reader's own look-up runs out of the object where a text of the file has a zero inside;
-// here such tags end the list.
+// here the tags behind it may be lost.
 class CTagList
 {
 public:

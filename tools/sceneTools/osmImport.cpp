@@ -25,7 +25,10 @@ constexpr double kEarthRadius = 6371008.8;
 constexpr double kMaxDistance = 200000.0;
 constexpr double kMaxAreaSide = 50000.0;
 constexpr double kMinimumSide = 0.1;
+// A small file can name the same long ways again and again: what is built of it is bounded by these, not by its size.
 constexpr std::size_t kMaxBoxes = 5'000'000;
+constexpr std::size_t kMaxMembers = 10'000; // of a relation
+constexpr std::size_t kMaxRingPoints = 20'000'000;
 
 constexpr double kBuildingFill = 0.4;
 constexpr double kAreaFill = 0.85;
@@ -70,7 +73,7 @@ public:
         m_statistics.skipped = extract.brokenNodes;
     }
 
-    /// False when the extract gives too many boxes.
+    /// False when the extract gives too much.
     bool Build(const std::function<void(double)>& progress)
     {
         i_FindOutlinesOfRelations();
@@ -79,7 +82,7 @@ public:
         {
             if (way.feature >= 0)
                 i_BuildWay(way, m_extract.features[static_cast<std::size_t>(way.feature)]);
-            if (m_boxes.size() > kMaxBoxes)
+            if (m_boxes.size() > kMaxBoxes || m_ringPoints > kMaxRingPoints)
                 return false;
             if (progress && ++done % 1024 == 0)
                 progress(static_cast<double>(done) / static_cast<double>(m_extract.ways.size()));
@@ -87,7 +90,7 @@ public:
         for (const osm::Extract::Relation& relation : m_extract.relations)
         {
             i_BuildRelation(relation, m_extract.features[static_cast<std::size_t>(relation.feature)]);
-            if (m_boxes.size() > kMaxBoxes)
+            if (m_boxes.size() > kMaxBoxes || m_ringPoints > kMaxRingPoints)
                 return false;
         }
         if (m_options.importParksAndWater)
@@ -249,12 +252,17 @@ private:
         std::vector<std::vector<std::int64_t>> open;
         std::vector<Ring> rings;
         const auto close = [&](const std::vector<std::int64_t>& ring) { rings.push_back(i_GetPoints(ring)); };
+        if (relation.memberCount > kMaxMembers)
+            return rings;
         for (const osm::Extract::Member& member : i_GetMembers(relation))
         {
             const osm::Extract::Way* way = member.isInner == inner ? i_FindWay(member.way) : nullptr;
             if (!way)
                 continue;
             const auto references = i_GetReferences(*way);
+            m_ringPoints += references.size();
+            if (m_ringPoints > kMaxRingPoints)
+                return {};
             std::vector<std::int64_t> chain(references.begin(), references.end());
             while (chain.front() != chain.back() && i_TakeNeighbour(open, chain))
             {
@@ -374,6 +382,7 @@ private:
     double m_metresPerLatitude = 0.0;
     Point m_min;
     Point m_max;
+    std::size_t m_ringPoints = 0; // of all relations
     std::vector<const osm::Extract::Way*> m_waysById;
     std::unordered_set<std::int64_t> m_outlines[kTownKindCount];
 };
@@ -398,7 +407,7 @@ bool ReadBoxes(const std::string& path, const OsmImportOptions& options, const s
         return false;
     CTownBuilder builder(extract, options, boxes, statistics);
     if (!builder.Build(share(kReadingShare, 1.0 - kReadingShare)))
-        return Fail(path, "it gives too many boxes");
+        return Fail(path, "there is too much in it");
     if (boxes.empty())
         return Fail(path, "nothing of it lies in the area that it says it covers");
     statistics.entities = boxes.size();

@@ -10,6 +10,7 @@ namespace outline
 namespace
 {
 constexpr double kMaxSlices = 512.0;
+constexpr double kMaxWork = 2e7; // slices times points
 // Slices in each direction of a compact shape: enough for a shore to look like one.
 constexpr double kSlicesPerSide = 32.0;
 // Slices up to this many times wider than long follow the outline's direction, if it climbs at most so steeply.
@@ -223,7 +224,11 @@ std::vector<Rectangle> GetRectangles(std::span<const Ring> rings, double minimum
         return {frame};
 
     const double slice = std::max(minimumSlice, std::sqrt(area) / kSlicesPerSide);
-    const double count = std::clamp(std::ceil(frame.length / slice), 1.0, kMaxSlices);
+    std::size_t points = 1;
+    for (const Ring& ring : rings)
+        points += ring.size();
+    const double maxSlices = std::clamp(kMaxWork / static_cast<double>(points), 8.0, kMaxSlices);
+    const double count = std::clamp(std::ceil(frame.length / slice), 1.0, maxSlices);
     const std::vector<Ring> local = ToFrame(rings, frame);
     std::vector<Rectangle> slices;
     for (double i = 0.0; i < count; i += 1.0)

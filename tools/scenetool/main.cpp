@@ -12,8 +12,10 @@
 #include "tools/sceneTools/townMap.h"
 #include "tools/scenetool/terminal.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -289,7 +291,7 @@ private:
         CLI::App* app = m_app.add_subcommand(name, help);
         app->add_option("FILE", m_arguments.file, "The file to read")->required();
         if (secondFile)
-            app->add_option(secondFile, m_arguments.other, "The second file")->required();
+            app->add_option(secondFile, m_arguments.other, "The other file, or the one to write")->required();
         app->callback([this, command] { m_command = command; });
         return app;
     }
