@@ -178,7 +178,8 @@ void CEntity::SerializerSave(UDBGroup& group)
 void CEntity::SerializerLoad(UDBGroup& group)
 {
     CEntityComponentTypeDatabase& types = CEntityComponentTypeDatabase::Instance();
-    std::vector<std::pair<CEntityComponent*, UDBGroup*>> created;
+    CPointerArray<CEntityComponent, 16> created;
+    CPointerArray<UDBGroup, 16> groups;
     for (const UDBEntry& entry : group)
     {
         if (entry.GetKind() != UDBEntry::Kind::Group || entry.GetKey() != "component")
@@ -189,8 +190,11 @@ void CEntity::SerializerLoad(UDBGroup& group)
         if (position < 0)
             continue;
         if (CEntityComponent* component = types.Create(position, this))
-            created.emplace_back(component, data);
+        {
+            created.Append(component);
+            groups.Append(data);
+        }
     }
-    for (const auto& [component, data] : created)
-        component->SerializerLoad(*data);
+    for (std::uint32_t i = 0; i < created.GetCount(); ++i)
+        created[i]->SerializerLoad(*groups[i]);
 }
