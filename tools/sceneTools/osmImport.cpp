@@ -30,7 +30,7 @@ constexpr std::size_t kMaxBoxes = 5'000'000;
 constexpr std::size_t kMaxMembers = 10'000; // of a relation
 constexpr std::size_t kMaxRingPoints = 20'000'000;
 
-constexpr double kBuildingFill = 0.4;
+constexpr double kBuildingFill = 0.0; // a building is one box, whatever its outline
 constexpr double kAreaFill = 0.85;
 constexpr double kMinimumSlice = 4.0;
 constexpr double kCoastSlices = 200.0;

@@ -55,7 +55,7 @@ struct OsmImportStatistics
 /// them, in the order of the file, always the same ones for the same file.
 ///
 /// - A building, or a part of one, is the oriented box of the least area around its outline, from its base to its top
-///   (see `osm::GetHeights`). One that fills less than 40 % of that box becomes several boxes.
+///   (see `osm::GetHeights`).
 /// - A street is a flat box for each pair of successive points, as wide as its class. Streams and rivers that are
 ///   mapped as lines are the same with water.
 /// - Parks, woods, lakes and river banks are one flat box, or slices of it where the outline does not fill it. What
