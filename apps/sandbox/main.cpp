@@ -1,4 +1,4 @@
-#include "sandbox.h"
+#include "apps/sandbox/sandbox.h"
 #include "tamradeps/io/fileSystem.h"
 
 #include <CLI/CLI.hpp>

@@ -1,4 +1,4 @@
-#include "phaseReport.h"
+#include "apps/sandbox/phaseReport.h"
 
 #include "tamradeps/platform/processMemory.h"
 

@@ -1,4 +1,4 @@
-#include "sandbox.h"
+#include "apps/sandbox/sandbox.h"
 
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "tamradeps/core/log.h"
@@ -6,7 +6,7 @@
 #include "tamradeps/io/utf8Path.h"
 #include "tools/sceneTools/osmImport.h"
 #include "tools/sceneTools/sceneConvert.h"
-#include "townFlight.h"
+#include "apps/sandbox/townFlight.h"
 
 #include <cstdio>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "townEdits.h"
+#include "apps/sandbox/townEdits.h"
 
 #include "gameengine/engine/componentEditorData.h"
 #include "gameengine/engine/componentTransform.h"

@@ -1,4 +1,4 @@
-#include "townFlight.h"
+#include "apps/sandbox/townFlight.h"
 
 #include "gameengine/engine/componentTransform.h"
 #include "gameengine/engine/interfaceCVX.h"

@@ -169,8 +169,8 @@ TEST(EntityArray, LockedEntitiesAreInNoDatabaseOfAnyArray)
 
 TEST(EntityArray, ListenersMayRemoveEntities)
 {
-    const std::int32_t live = CEntity::GetLiveCount();
     test::Scene scene;
+    const std::int32_t live = CEntity::GetLiveCount();
     CEntityArray& array = scene.GetArray();
     CEntityComponentDatabase* cameras = array.CreateComponentDatabase(ComponentCamera::TYPEID());
     bool isActive = true;

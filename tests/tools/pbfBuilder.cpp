@@ -1,4 +1,4 @@
-#include "pbfBuilder.h"
+#include "tests/tools/pbfBuilder.h"
 
 #include <cmath>
 

@@ -8,7 +8,7 @@
 #include "tamradeps/sqlite/database.h"
 #include "tamradeps/sqlite/query.h"
 #include "tools/sceneTools/sceneConvert.h"
-#include "townFixture.h"
+#include "tests/tools/townFixture.h"
 
 #include <algorithm>
 #include <cstdlib>

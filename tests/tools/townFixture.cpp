@@ -1,4 +1,4 @@
-#include "townFixture.h"
+#include "tests/tools/townFixture.h"
 
 #include <fstream>
 #include <iterator>

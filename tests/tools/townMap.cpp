@@ -3,7 +3,7 @@
 #include "gameengine/engine/scene.h"
 #include "support/expectations.h"
 #include "tools/sceneTools/osmImport.h"
-#include "townFixture.h"
+#include "tests/tools/townFixture.h"
 
 #include <gtest/gtest.h>
 

@@ -1,28 +1,16 @@
 #include "tools/scenetool/terminal.h"
 
+#include "tamradeps/platform/terminal.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <utility>
-
-// Whether somebody watches is known to the system alone.
-#if defined(_WIN32)
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
 
 namespace
 {
 constexpr int kBarWidth = 40;
 
-bool IsStandardErrorATerminal()
-{
-#if defined(_WIN32)
-    return _isatty(_fileno(stderr)) != 0;
-#else
-    return isatty(STDERR_FILENO) != 0;
-#endif
-}
+using tamra::platform::IsStandardErrorATerminal;
 
 // Erases the line that a progress bar may have left.
 void ClearLine()
