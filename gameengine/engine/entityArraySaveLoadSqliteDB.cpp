@@ -163,13 +163,14 @@ CEntity* CEntityArray_SaveLoad_SqliteDB::i_LoadBlob(std::int64_t row, std::span<
                           std::to_string(row) + " cannot be read; it is left as it is");
         return nullptr;
     }
-    const std::uint64_t storedHash = HashCRC64Data(blob.data(), blob.size());
     m_busy = true;
     const RefPtr<CEntity> entity = entityStorage::CreateEntity(m_scene.Get(), *group);
-    const std::uint64_t hash = i_HashUnchanged(entity.Get(), *group, storedHash);
+    // What a save would write now, not the row's own hash: loading turns the components round, and leaves out what this
+    // program does not know. The row is not to be written, and so to lose that, before somebody changes the entity.
+    const std::uint64_t hash = i_Serialize(entity.Get()) ? HashCRC64Data(m_buffer.data(), m_buffer.size()) : 0;
     m_busy = false;
     // Known before anybody hears of it: a listener may save.
-    i_AddToCache(entity.Get(), row, hash, hash == storedHash);
+    i_AddToCache(entity.Get(), row, hash);
     ++m_counters.read;
     if (m_sceneAddition)
         m_manager->AddEntity(entity.Get());
@@ -183,20 +184,6 @@ bool CEntityArray_SaveLoad_SqliteDB::i_IsFree() const
         tamra::log::Error(tamra::log::Quoted(m_database.getPath(), kLongestPath) +
                           ": a component tried to load or save while it was being loaded or saved");
     return !m_busy;
-}
-
-// The hash by which a save will see that a loaded entity has not changed. Components of unknown types are not loaded:
-// the row is still not to be written, and so to lose them, before somebody changes the rest.
-std::uint64_t CEntityArray_SaveLoad_SqliteDB::i_HashUnchanged(CEntity* entity, UDBGroup& group,
-                                                              std::uint64_t storedHash)
-{
-    std::int64_t stored = 0;
-    for (const UDBEntry& entry : group)
-        stored += entry.GetGroup() && entry.GetKey() == "component" ? 1 : 0;
-    const std::int64_t withoutRuntimeData = entity->GetComponentCount() - 1;
-    if (stored == withoutRuntimeData || !i_Serialize(entity, *m_data.AllocateGroup()))
-        return storedHash;
-    return HashCRC64Data(m_buffer.data(), m_buffer.size());
 }
 
 // ---- Saving
@@ -260,9 +247,7 @@ bool CEntityArray_SaveLoad_SqliteDB::SaveEntities(std::span<CEntity* const> enti
 
 bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
 {
-    m_data.Clear();
-    UDBGroup* group = m_data.AllocateGroup();
-    if (!i_Serialize(entity, *group))
+    if (!i_Serialize(entity))
     {
         tamra::log::Error(tamra::log::Quoted(m_database.getPath(), kLongestPath) +
                           ": the data of an entity cannot be written: it is too large or too deep");
@@ -284,12 +269,6 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
     }
     if (hash == cached->hash)
         return true;
-    if (cached->asLoaded && i_IsReversal(*group, cached->hash))
-    {
-        cached->hash = hash;
-        cached->asLoaded = false;
-        return true;
-    }
     if (!m_update.bind(kUpdateIdPosition, cached->row) || !i_WriteRow(m_update, entity))
         return false;
     m_written.push_back({entity, cached->row, hash});
@@ -297,18 +276,12 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
     return true;
 }
 
-bool CEntityArray_SaveLoad_SqliteDB::i_Serialize(CEntity* entity, UDBGroup& group)
+bool CEntityArray_SaveLoad_SqliteDB::i_Serialize(CEntity* entity)
 {
-    entity->SerializerSave(group);
-    return m_readWrite.Write(group, m_buffer);
-}
-
-// Saving writes components in the opposite order of loading, so an entity that was loaded and not touched comes out
-// reversed. Turning it around once more tells whether that is all.
-bool CEntityArray_SaveLoad_SqliteDB::i_IsReversal(UDBGroup& group, std::uint64_t hash)
-{
-    group.ReverseEntries();
-    return m_readWrite.Write(group, m_reversed) && HashCRC64Data(m_reversed.data(), m_reversed.size()) == hash;
+    m_data.Clear();
+    UDBGroup* group = m_data.AllocateGroup();
+    entity->SerializerSave(*group);
+    return m_readWrite.Write(*group, m_buffer);
 }
 
 bool CEntityArray_SaveLoad_SqliteDB::i_WriteRow(sqlite::query& query, CEntity* entity)
@@ -335,14 +308,9 @@ void CEntityArray_SaveLoad_SqliteDB::i_Remember()
     for (const Written& written : m_written)
     {
         if (Cached* cached = i_FindCached(written.entity))
-        {
             cached->hash = written.hash;
-            cached->asLoaded = false;
-        }
         else
-        {
-            i_AddToCache(written.entity, written.row, written.hash, false);
-        }
+            i_AddToCache(written.entity, written.row, written.hash);
     }
 }
 
@@ -366,10 +334,10 @@ CEntityArray_SaveLoad_SqliteDB::Cached* CEntityArray_SaveLoad_SqliteDB::i_FindCa
                : nullptr;
 }
 
-void CEntityArray_SaveLoad_SqliteDB::i_AddToCache(CEntity* entity, std::int64_t row, std::uint64_t hash, bool asLoaded)
+void CEntityArray_SaveLoad_SqliteDB::i_AddToCache(CEntity* entity, std::int64_t row, std::uint64_t hash)
 {
     const auto slot = static_cast<std::int32_t>(m_cache.size());
-    m_cache.push_back({entity, row, hash, asLoaded});
+    m_cache.push_back({entity, row, hash});
     m_slotByRow[row] = slot;
     i_Slot(entity) = slot;
 }

@@ -17,8 +17,6 @@
 #include <unordered_set>
 #include <vector>
 
-class UDBGroup;
-
 /// A scene in an SQLite file, one row for each entity with its position, so that a large world is loaded by region and
 /// only what changed is written.
 ///
@@ -92,9 +90,7 @@ private:
     {
         RefPtr<CEntity> entity;
         std::int64_t row = 0;
-        std::uint64_t hash = 0;
-        // The row may hold the components in the opposite order; see i_IsReversal.
-        bool asLoaded = false;
+        std::uint64_t hash = 0; // of what saving it would have written when it was last read or written
     };
     // What a save in progress has done, to be remembered once it is committed.
     struct Written
@@ -108,18 +104,16 @@ private:
     bool i_IsFree() const;
     bool i_BindRegion(sqlite::query& query, const float* min, const float* max);
     CEntity* i_LoadBlob(std::int64_t row, std::span<const std::byte> blob);
-    std::uint64_t i_HashUnchanged(CEntity* entity, UDBGroup& group, std::uint64_t storedHash);
     template <class WriteRows>
     bool i_SaveInTransaction(WriteRows writeRows);
     bool i_SaveEntity(CEntity* entity);
-    bool i_Serialize(CEntity* entity, UDBGroup& group);
-    bool i_IsReversal(UDBGroup& group, std::uint64_t hash);
+    bool i_Serialize(CEntity* entity);
     bool i_WriteRow(sqlite::query& query, CEntity* entity);
     bool i_DeleteRows();
     void i_Remember();
     std::int32_t& i_Slot(const CEntity* entity);
     Cached* i_FindCached(const CEntity* entity);
-    void i_AddToCache(CEntity* entity, std::int64_t row, std::uint64_t hash, bool asLoaded);
+    void i_AddToCache(CEntity* entity, std::int64_t row, std::uint64_t hash);
 
     RefPtr<CInterfaceCollection> m_scene;
     RefPtr<CInterfaceArrayManager> m_manager;
@@ -142,7 +136,6 @@ private:
     UDBDatabase m_data;
     UDBReadWriteBinary m_readWrite;
     std::vector<std::byte> m_buffer;
-    std::vector<std::byte> m_reversed;
     std::vector<Written> m_written;
     Counters m_counters;
     Counters m_pending;
