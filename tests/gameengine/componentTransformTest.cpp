@@ -1,6 +1,6 @@
-#include "gameengine/allocationCounter.h"
 #include "gameengine/engine/componentTransformDirect.h"
 #include "gameengine/engine/componentTransformParent.h"
+#include "support/allocations.h"
 #include "support/expectations.h"
 #include "support/sceneFixture.h"
 #include "tamradeps/udb/udbGroup.h"

@@ -44,15 +44,15 @@ TEST(SortedPointerArray, AgreesWithAnOrderedSet)
         {
             const std::uint32_t at = order == Order::Rising    ? step * 2
                                      : order == Order::Falling ? 5999 - step * 2
-                                                               : random.Below(6000);
+                                                               : random.Below(6000U);
             int* const item = storage + at;
-            if (random.Below(10) < inserts)
+            if (random.Below(10U) < inserts)
                 ASSERT_EQ(array.Insert(item), model.insert(item).second);
             else
                 ASSERT_EQ(array.Erase(item), model.erase(item) == 1);
             ASSERT_EQ(array.GetCount(), model.size());
             ASSERT_TRUE(array.Validate()) << step;
-            int* const probe = storage + random.Below(6000);
+            int* const probe = storage + random.Below(6000U);
             ASSERT_EQ(array.Contains(probe), model.contains(probe));
             if (random.OneIn(100))
             {

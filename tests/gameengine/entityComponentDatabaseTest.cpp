@@ -57,7 +57,7 @@ void CompareWithModel(std::uint32_t seed, bool twice)
         component = std::make_unique<Plain>();
     for (int step = 0; step < 600; ++step)
     {
-        const std::size_t which = random.Below(3);
+        const std::size_t which = random.Below(3U);
         auto& component = components[random.Below(static_cast<std::uint32_t>(components.size()))];
         const auto& model = models[which];
         const bool isListed = std::find(model.begin(), model.end(), component.get()) != model.end();

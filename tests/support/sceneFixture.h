@@ -4,10 +4,10 @@
 #include "gameengine/engine/entityComponent.h"
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "gameengine/engine/scene.h"
+#include "support/random.h"
 
 #include <deque>
 #include <functional>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -77,20 +77,5 @@ public:
 private:
     std::vector<std::string> m_lines;
     std::deque<CEventSubscription> m_subscriptions;
-};
-
-/// The same numbers on every machine.
-class Random
-{
-public:
-    explicit Random(std::uint32_t seed) : m_engine(seed) {}
-
-    /// From 0 to `end - 1`.
-    std::uint32_t Below(std::uint32_t end) { return static_cast<std::uint32_t>(m_engine()) % end; }
-    /// True once in `n` calls on average.
-    bool OneIn(std::uint32_t n) { return Below(n) == 0; }
-
-private:
-    std::mt19937 m_engine;
 };
 } // namespace test
