@@ -44,6 +44,7 @@ void CPhaseReport::Print(std::uint64_t entities) const
     std::printf("%-10s %10llu %10llu %13llu %8zu %14.3f %15.3f %14.1f\n", m_name.c_str(),
                 static_cast<unsigned long long>(entities), static_cast<unsigned long long>(m_rowsRead),
                 static_cast<unsigned long long>(m_rowsWritten), m_frames.size(), GetWorstMilliseconds(),
-                GetMedianMilliseconds(), static_cast<double>(tamra::platform::GetProcessMemory().peakResident) / (1024.0 * 1024.0));
+                GetMedianMilliseconds(),
+                static_cast<double>(tamra::platform::GetProcessMemory().peakResident) / (1024.0 * 1024.0));
     std::fflush(stdout);
 }

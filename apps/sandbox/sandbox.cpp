@@ -1,12 +1,12 @@
 #include "apps/sandbox/sandbox.h"
 
+#include "apps/sandbox/townFlight.h"
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
 #include "tamradeps/io/utf8Path.h"
 #include "tools/sceneTools/osmImport.h"
 #include "tools/sceneTools/sceneConvert.h"
-#include "apps/sandbox/townFlight.h"
 
 #include <cstdio>
 #include <filesystem>

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "gameengine/engine/sceneStreamer.h"
 #include "apps/sandbox/phaseReport.h"
+#include "apps/sandbox/townEdits.h"
+#include "gameengine/engine/sceneStreamer.h"
 #include "tamraengine/renderer/renderQueue.h"
 #include "tamraengine/renderer/renderer.h"
 #include "tools/sceneTools/townMap.h"
-#include "apps/sandbox/townEdits.h"
 
 #include <cstdint>
 #include <map>

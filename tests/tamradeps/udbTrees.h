@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tests/support/random.h"
 #include "tamradeps/udb/udbGroup.h"
+#include "tests/support/random.h"
 
 #include <bit>
 #include <cstdint>

@@ -3,10 +3,10 @@
 #include "gameengine/engine/componentEditorData.h"
 #include "gameengine/engine/componentTransform.h"
 #include "gameengine/engine/scene.h"
-#include "tests/tools/pbfBuilder.h"
 #include "support/expectations.h"
-#include "tools/sceneTools/osmTags.h"
+#include "tests/tools/pbfBuilder.h"
 #include "tests/tools/townFixture.h"
+#include "tools/sceneTools/osmTags.h"
 
 #include <algorithm>
 #include <cmath>

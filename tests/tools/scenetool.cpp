@@ -7,8 +7,8 @@
 #include "support/expectations.h"
 #include "tamradeps/sqlite/database.h"
 #include "tamradeps/sqlite/query.h"
-#include "tools/sceneTools/sceneConvert.h"
 #include "tests/tools/townFixture.h"
+#include "tools/sceneTools/sceneConvert.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -2,8 +2,8 @@
 
 #include "gameengine/engine/scene.h"
 #include "support/expectations.h"
-#include "tools/sceneTools/osmImport.h"
 #include "tests/tools/townFixture.h"
+#include "tools/sceneTools/osmImport.h"
 
 #include <gtest/gtest.h>
 
