@@ -56,13 +56,9 @@ public:
     {
         if (index == kEmptyKey) [[unlikely]]
             return m_zeroValue;
-        for (const Slot* slot = &m_slots[index & m_mask];; slot = i_Next(slot))
-        {
-            if (slot->key == index)
-                return slot->value;
-            if (slot->key == kEmptyKey)
-                return nullptr;
-        }
+        const Slot& slot = i_FindSlot(index);
+        // An empty slot has no value.
+        return slot.value;
     }
     void Set(unsigned int index, void* component) override;
     void Remove(unsigned int index) override { Set(index, nullptr); }
@@ -128,9 +124,11 @@ public:
 
     void* Find(unsigned int index) override
     {
-        if (index < kCapacity) [[likely]]
-            return m_components[index];
-        return i_FindOverflow(index);
+        // The place past the end is always null, so that only a look-up without a result has to test the index.
+        void* const component = m_components[index < kCapacity ? index : kCapacity];
+        if (component) [[likely]]
+            return component;
+        return index < kCapacity ? nullptr : i_FindOverflow(index);
     }
     void Set(unsigned int index, void* component) override;
     void Remove(unsigned int index) override;
@@ -148,5 +146,5 @@ private:
     void* i_FindOverflow(unsigned int index);
 
     std::unordered_map<unsigned int, void*> m_overflow;
-    void* m_components[kCapacity] = {};
+    void* m_components[kCapacity + 1] = {};
 };
