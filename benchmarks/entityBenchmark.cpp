@@ -1,6 +1,6 @@
 // Entities and their components: making, finding, walking, filing into a scene.
 
-#include "benchmarkSupport.h"
+#include "benchmarks/benchmarkSupport.h"
 #include "gameengine/engine/componentCamera.h"
 #include "gameengine/engine/componentEditorData.h"
 #include "gameengine/engine/componentRuntimeData.h"

@@ -1,6 +1,6 @@
 // Saving and loading scenes, beside SQLite doing the same rows and blobs by hand.
 
-#include "benchmarkSupport.h"
+#include "benchmarks/benchmarkSupport.h"
 #include "gameengine/engine/componentEditorData.h"
 #include "gameengine/engine/componentTransformDirect.h"
 #include "gameengine/engine/entityArraySaveLoadSqliteDB.h"

@@ -1,6 +1,6 @@
 // What it costs to move things.
 
-#include "benchmarkSupport.h"
+#include "benchmarks/benchmarkSupport.h"
 #include "gameengine/engine/componentTransformDirect.h"
 #include "gameengine/engine/componentTransformParent.h"
 #include "gameengine/engine/scene.h"

@@ -36,4 +36,4 @@ for program in "$work/build/consumer" "$prefix"/lib*/libTamra*.so "$prefix"/lib*
         exit 1
     fi
 done
-"$work/build/consumer"
+(cd "$work" && build/consumer)

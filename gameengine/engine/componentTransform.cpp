@@ -95,7 +95,7 @@ void ComponentTransform::SetProperty(int index, CEntityComponentProperty* in)
     case 2:
     {
         const float factor = in->GetFloat() / matrix.GetLocalX().Length();
-        if (!std::isfinite(factor))
+        if (in->kind != CEntityComponentProperty::kFloat || !std::isfinite(factor))
             return;
         matrix.Scale3(factor, factor, factor);
         break;

@@ -2,7 +2,10 @@
 
 TAMRA_COMPONENT_IMPLEMENT(ComponentTransformDirect, CEntityComponentRepository);
 
-ComponentTransformDirect::ComponentTransformDirect(CEntity* entity) : ComponentTransform(entity) {}
+ComponentTransformDirect::ComponentTransformDirect(CEntity* entity) : ComponentTransform(entity)
+{
+    i_Register(REPOSITORY(), this);
+}
 
 ComponentTransformDirect::~ComponentTransformDirect()
 {

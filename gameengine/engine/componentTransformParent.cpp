@@ -27,7 +27,10 @@ struct ComponentTransformParent::Link
     CEventSubscription subscription;
 };
 
-ComponentTransformParent::ComponentTransformParent(CEntity* entity) : ComponentTransform(entity) {}
+ComponentTransformParent::ComponentTransformParent(CEntity* entity) : ComponentTransform(entity)
+{
+    i_Register(REPOSITORY(), this);
+}
 
 ComponentTransformParent::ComponentTransformParent(const ComponentTransformParent& other)
     : ComponentTransform(other),

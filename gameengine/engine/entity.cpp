@@ -61,15 +61,17 @@ CEntity::CEntity(CInterfaceCollection* interfaces)
 
 CEntity::~CEntity()
 {
+    // Of an entity deleted directly, a listener's reference must not be the last one.
+    _AddRef();
     --g_liveCount;
-    while (!m_arrays.IsEmpty())
-    {
-        CEntityArray* array = m_arrays[0];
-        array->i_Remove(this);
-        m_arrays.EraseFirst(array);
-    }
+    i_LeaveArrays();
     m_events.Raise(kDestroyed, variant(this, "CEntity"), variant(0));
     i_DestroyComponents();
+    // What listeners gave the dying entity goes too.
+    m_events.DropAll();
+    i_LeaveArrays();
+    while (!m_components.IsEmpty())
+        i_DestroyComponents();
     GetIndices().released.push_back(std::exchange(m_index, -1));
 }
 
@@ -110,6 +112,16 @@ void CEntity::RemoveComponent(CEntityComponent* component)
     i_RemovedComponent(component);
 }
 
+void CEntity::i_LeaveArrays()
+{
+    while (!m_arrays.IsEmpty())
+    {
+        CEntityArray* array = m_arrays[0];
+        array->i_Remove(this);
+        m_arrays.EraseFirst(array);
+    }
+}
+
 void CEntity::i_ScanInEachArray(bool add)
 {
     // A listener of a database may take the entity out of an array.
@@ -119,12 +131,14 @@ void CEntity::i_ScanInEachArray(bool add)
 
 void CEntity::LockComponentList()
 {
+    const RefPtr<CEntity> keep = i_Keep();
     m_componentListLocked = true;
     i_ScanInArrays(false);
 }
 
 void CEntity::UnlockComponentList()
 {
+    const RefPtr<CEntity> keep = i_Keep();
     m_componentListLocked = false;
     i_ScanInArrays(true);
     for (std::uint32_t i = 0; i < m_components.GetCount(); ++i)
@@ -149,23 +163,37 @@ void CEntity::i_RemovedFromArray(CEntityArray* array)
     m_arrays.EraseFirst(array);
 }
 
+void CEntity::i_Forget(const CEntityComponent* component) noexcept
+{
+    if (!m_components.EraseFirst(component) && m_dying)
+        m_dying->EraseFirst(component);
+}
+
 void CEntity::i_DestroyComponents()
 {
-    const auto components = m_components;
+    auto components = m_components;
     m_components.Clear();
     m_componentListLocked = true;
     i_ScanInArrays(false);
-    for (CEntityComponent* component : components.GetSpan())
+    m_dying = &components;
+    while (!components.IsEmpty())
+    {
+        CEntityComponent* component = components[0];
+        components.EraseFirst(component);
         delete component;
+    }
+    m_dying = nullptr;
     UnlockComponentList();
 }
 
 void CEntity::SerializerSave(UDBGroup& group)
 {
     const CEntityComponentTypeDatabase& types = CEntityComponentTypeDatabase::Instance();
-    for (std::uint32_t i = m_components.GetCount(); i-- > 0;)
+    for (int i = GetComponentCount(); i-- > 0;)
     {
-        CEntityComponent* component = m_components[i];
+        CEntityComponent* component = GetComponent(i);
+        if (!component) // deleted by one that was saved before it
+            continue;
         const char* type = std::as_const(*component).GetTypeString();
         if (types.FindByName(type) < 0)
             continue;
@@ -178,7 +206,8 @@ void CEntity::SerializerSave(UDBGroup& group)
 void CEntity::SerializerLoad(UDBGroup& group)
 {
     CEntityComponentTypeDatabase& types = CEntityComponentTypeDatabase::Instance();
-    std::vector<std::pair<CEntityComponent*, UDBGroup*>> created;
+    CPointerArray<CEntityComponent, 16> created;
+    CPointerArray<UDBGroup, 16> groups;
     for (const UDBEntry& entry : group)
     {
         if (entry.GetKind() != UDBEntry::Kind::Group || entry.GetKey() != "component")
@@ -189,8 +218,15 @@ void CEntity::SerializerLoad(UDBGroup& group)
         if (position < 0)
             continue;
         if (CEntityComponent* component = types.Create(position, this))
-            created.emplace_back(component, data);
+        {
+            created.Append(component);
+            groups.Append(data);
+        }
     }
-    for (const auto& [component, data] : created)
-        component->SerializerLoad(*data);
+    for (std::uint32_t i = 0; i < created.GetCount(); ++i)
+    {
+        // One that loaded before it may have deleted it.
+        if (HasComponent(created[i]))
+            created[i]->SerializerLoad(*groups[i]);
+    }
 }

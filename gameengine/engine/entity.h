@@ -121,12 +121,18 @@ protected:
 
 private:
     static void i_ReportUnlocked(int line);
+    // A reference for as long as listeners run, who may release theirs. None for an entity that nobody references yet:
+    // releasing it would delete the entity.
+    RefPtr<CEntity> i_Keep() noexcept { return GetReferenceCount() > 0 ? this : nullptr; }
+    void i_LeaveArrays();
     void i_ScanInArrays(bool add)
     {
         if (!m_arrays.IsEmpty())
             i_ScanInEachArray(add);
     }
     void i_ScanInEachArray(bool add);
+    // Takes a dying component off the list, or off the list of those that are about to be deleted.
+    void i_Forget(const CEntityComponent* component) noexcept;
 
     RefPtr<CInterfaceCollection> m_interfaces;
     CPointerArray<CEntityComponent, 8> m_components;
@@ -135,4 +141,5 @@ private:
     std::uint32_t m_serial;
     CEventHandler m_events;
     bool m_componentListLocked = false;
+    CPointerArray<CEntityComponent, 8>* m_dying = nullptr; // while the components are being deleted
 };

@@ -9,6 +9,8 @@ CEntityArray::CEntityArray() = default;
 
 CEntityArray::~CEntityArray()
 {
+    // Of an array deleted directly, a listener's reference must not be the last one.
+    _AddRef();
     Clear();
 }
 
@@ -19,6 +21,7 @@ const char* CEntityArray::GetTypeString()
 
 void CEntityArray::Add(CEntity* entity)
 {
+    const RefPtr<CEntityArray> keepThis = i_Keep();
     const RefPtr<CEntity> keep(entity);
     // Counted by hand: entities added twice hold two references and stand in the set once.
     entity->_AddRef();
@@ -33,22 +36,37 @@ void CEntityArray::Add(CEntity* entity)
 
 void CEntityArray::Remove(CEntity* entity)
 {
-    const RefPtr<CEntity> keep(entity);
-    i_Remove(entity);
-    entity->_RemoveRef();
+    i_RemoveAndRelease(entity);
 }
 
-void CEntityArray::i_Remove(CEntity* entity)
+bool CEntityArray::i_RemoveAndRelease(CEntity* entity)
 {
+    const RefPtr<CEntityArray> keepThis = i_Keep();
+    const bool isReferenced = entity->GetReferenceCount() > 0;
+    entity->_AddRef();
+    const bool isAlive = i_Remove(entity);
+    // A listener that removed it as well may have released the array's reference already.
+    if (isAlive && entity->GetReferenceCount() > 1)
+        entity->_RemoveRef();
+    if (isReferenced)
+        entity->_RemoveRef();
+    return isAlive;
+}
+
+bool CEntityArray::i_Remove(CEntity* entity)
+{
+    const RefPtr<CEntityArray> keepThis = i_Keep();
     if (!m_events.Raise(kEntityRemoved, variant(entity, "CEntity"), variant(this, "CEntityArray")))
-        return;
+        return false;
     i_ScanComponents(entity, false);
     if (m_entities.Erase(entity))
         entity->i_RemovedFromArray(this);
+    return true;
 }
 
 void CEntityArray::Clear()
 {
+    const RefPtr<CEntityArray> keepThis = i_Keep();
     std::vector<CEntity*> entities;
     entities.reserve(m_entities.GetCount());
     for (std::size_t i = 0; i < m_entities.GetCount(); ++i)
@@ -56,13 +74,14 @@ void CEntityArray::Clear()
     for (CEntity* entity : entities)
     {
         // A listener may have removed it, and so deleted it.
-        if (m_entities.Contains(entity))
-            Remove(entity);
+        if (m_entities.Contains(entity) && !i_RemoveAndRelease(entity))
+            return;
     }
 }
 
 void CEntityArray::i_ScanComponents(CEntity* entity, bool add)
 {
+    const RefPtr<CEntityArray> keepThis = i_Keep();
     // Locked entities are withdrawn until they are unlocked.
     if (m_componentDatabases.empty() || (add && entity->IsComponentListLocked()))
         return;

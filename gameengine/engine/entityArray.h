@@ -43,7 +43,7 @@ public:
     void Add(CEntity* entity);
 
     /// Raises `kEntityRemoved`, withdraws the components and releases one reference, whether or not the entity is in
-    /// the array: remove only what you added.
+    /// the array: remove only what you added. An entity that nobody references has none to release and is not deleted.
     void Remove(CEntity* entity);
 
     /// Removes every entity once.
@@ -71,8 +71,11 @@ public:
 private:
     friend class CEntity;
 
-    // What Remove does before it releases the reference.
-    void i_Remove(CEntity* entity);
+    // A reference for as long as listeners run. None for an array that nobody references: releasing it would delete it.
+    RefPtr<CEntityArray> i_Keep() noexcept { return GetReferenceCount() > 0 ? this : nullptr; }
+    // Both false when a listener destroyed the array, which has then released the entity.
+    bool i_Remove(CEntity* entity); // what Remove does before it releases the reference
+    bool i_RemoveAndRelease(CEntity* entity);
     void i_ScanComponents(CEntity* entity, bool add);
 
     struct DatabaseEntry

@@ -165,12 +165,10 @@ CEntity* CEntityArray_SaveLoad_SqliteDB::i_LoadBlob(std::int64_t row, std::span<
     }
     m_busy = true;
     const RefPtr<CEntity> entity = entityStorage::CreateEntity(m_scene.Get(), *group);
-    // What a save would write now, not the row's own hash: loading turns the components round, and leaves out what this
-    // program does not know. The row is not to be written, and so to lose that, before somebody changes the entity.
-    const std::uint64_t hash = i_Serialize(entity.Get()) ? HashCRC64Data(m_buffer.data(), m_buffer.size()) : 0;
+    const std::uint64_t hash = HashCRC64Data(blob.data(), blob.size());
     m_busy = false;
     // Known before anybody hears of it: a listener may save.
-    i_AddToCache(entity.Get(), row, hash);
+    i_AddToCache(entity.Get(), row, hash, true);
     ++m_counters.read;
     if (m_sceneAddition)
         m_manager->AddEntity(entity.Get());
@@ -247,7 +245,8 @@ bool CEntityArray_SaveLoad_SqliteDB::SaveEntities(std::span<CEntity* const> enti
 
 bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
 {
-    if (!i_Serialize(entity))
+    UDBGroup* const group = i_Serialize(entity);
+    if (!group)
     {
         tamra::log::Error(tamra::log::Quoted(m_database.getPath(), kLongestPath) +
                           ": the data of an entity cannot be written: it is too large or too deep");
@@ -269,6 +268,12 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
     }
     if (hash == cached->hash)
         return true;
+    if (cached->asLoaded && i_IsAsLoaded(*cached, *group, hash))
+    {
+        cached->hash = hash;
+        cached->asLoaded = false;
+        return true;
+    }
     if (!m_update.bind(kUpdateIdPosition, cached->row) || !i_WriteRow(m_update, entity))
         return false;
     m_written.push_back({entity, cached->row, hash});
@@ -276,12 +281,38 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
     return true;
 }
 
-bool CEntityArray_SaveLoad_SqliteDB::i_Serialize(CEntity* entity)
+UDBGroup* CEntityArray_SaveLoad_SqliteDB::i_Serialize(CEntity* entity)
 {
     m_data.Clear();
     UDBGroup* group = m_data.AllocateGroup();
     entity->SerializerSave(*group);
-    return m_readWrite.Write(*group, m_buffer);
+    return m_readWrite.Write(*group, m_buffer) ? group : nullptr;
+}
+
+// Whether an entity whose data differ from its row is still what loading made of that row. Saving writes components in
+// the opposite order of loading, so mostly the data turned round once more are the row's. Otherwise the row may hold
+// what this program does not know or would write in another way; it is not to be written, and so to lose that, before
+// somebody changes the entity. Loading it once more tells.
+bool CEntityArray_SaveLoad_SqliteDB::i_IsAsLoaded(const Cached& cached, UDBGroup& group, std::uint64_t hash)
+{
+    const auto hashOf = [this](const UDBGroup& data)
+    { return m_readWrite.Write(data, m_compared) ? HashCRC64Data(m_compared.data(), m_compared.size()) : 0; };
+    group.ReverseEntries();
+    if (hashOf(group) == cached.hash)
+        return true;
+    m_selectRow.reset();
+    if (!m_selectRow.bind(1, cached.row) || m_selectRow.step() != Step::Row)
+        return false;
+    const std::span<const std::byte> blob = m_selectRow.getBlob(0);
+    UDBGroup* stored = m_data.AllocateGroup();
+    const bool isReadable = m_readWrite.Read(blob.data(), blob.size(), *stored);
+    m_selectRow.reset();
+    if (!isReadable)
+        return false;
+    const RefPtr<CEntity> twin = entityStorage::CreateEntity(m_scene.Get(), *stored);
+    UDBGroup* written = m_data.AllocateGroup();
+    twin->SerializerSave(*written);
+    return hashOf(*written) == hash;
 }
 
 bool CEntityArray_SaveLoad_SqliteDB::i_WriteRow(sqlite::query& query, CEntity* entity)
@@ -308,9 +339,14 @@ void CEntityArray_SaveLoad_SqliteDB::i_Remember()
     for (const Written& written : m_written)
     {
         if (Cached* cached = i_FindCached(written.entity))
+        {
             cached->hash = written.hash;
+            cached->asLoaded = false;
+        }
         else
-            i_AddToCache(written.entity, written.row, written.hash);
+        {
+            i_AddToCache(written.entity, written.row, written.hash, false);
+        }
     }
 }
 
@@ -334,10 +370,10 @@ CEntityArray_SaveLoad_SqliteDB::Cached* CEntityArray_SaveLoad_SqliteDB::i_FindCa
                : nullptr;
 }
 
-void CEntityArray_SaveLoad_SqliteDB::i_AddToCache(CEntity* entity, std::int64_t row, std::uint64_t hash)
+void CEntityArray_SaveLoad_SqliteDB::i_AddToCache(CEntity* entity, std::int64_t row, std::uint64_t hash, bool asLoaded)
 {
     const auto slot = static_cast<std::int32_t>(m_cache.size());
-    m_cache.push_back({entity, row, hash});
+    m_cache.push_back({entity, row, hash, asLoaded});
     m_slotByRow[row] = slot;
     i_Slot(entity) = slot;
 }

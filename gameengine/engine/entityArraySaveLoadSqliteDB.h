@@ -17,6 +17,8 @@
 #include <unordered_set>
 #include <vector>
 
+class UDBGroup;
+
 /// A scene in an SQLite file, one row for each entity with its position, so that a large world is loaded by region and
 /// only what changed is written.
 ///
@@ -90,7 +92,8 @@ private:
     {
         RefPtr<CEntity> entity;
         std::int64_t row = 0;
-        std::uint64_t hash = 0; // of what saving it would have written when it was last read or written
+        std::uint64_t hash = 0; // of the data last read or written
+        bool asLoaded = false;  // read and not written since; see i_IsAsLoaded
     };
     // What a save in progress has done, to be remembered once it is committed.
     struct Written
@@ -107,13 +110,14 @@ private:
     template <class WriteRows>
     bool i_SaveInTransaction(WriteRows writeRows);
     bool i_SaveEntity(CEntity* entity);
-    bool i_Serialize(CEntity* entity);
+    UDBGroup* i_Serialize(CEntity* entity);
+    bool i_IsAsLoaded(const Cached& cached, UDBGroup& group, std::uint64_t hash);
     bool i_WriteRow(sqlite::query& query, CEntity* entity);
     bool i_DeleteRows();
     void i_Remember();
     std::int32_t& i_Slot(const CEntity* entity);
     Cached* i_FindCached(const CEntity* entity);
-    void i_AddToCache(CEntity* entity, std::int64_t row, std::uint64_t hash);
+    void i_AddToCache(CEntity* entity, std::int64_t row, std::uint64_t hash, bool asLoaded);
 
     RefPtr<CInterfaceCollection> m_scene;
     RefPtr<CInterfaceArrayManager> m_manager;
@@ -136,6 +140,7 @@ private:
     UDBDatabase m_data;
     UDBReadWriteBinary m_readWrite;
     std::vector<std::byte> m_buffer;
+    std::vector<std::byte> m_compared;
     std::vector<Written> m_written;
     Counters m_counters;
     Counters m_pending;

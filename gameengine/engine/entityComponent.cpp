@@ -77,7 +77,7 @@ void CEntityComponent::i_Destructor()
 {
     if (m_inEntity)
     {
-        m_entity->m_components.EraseFirst(this);
+        m_entity->i_Forget(this);
         m_entity->i_RemovedComponent(this);
     }
     i_DropListeners();

@@ -119,11 +119,17 @@ void CEntityComponentDatabase::i_BuildIndex() const
 
 void CEntityComponentDatabase::i_RemoveFromAll(CEntityComponent* component)
 {
-    for (CEntityComponentDatabase* database = g_firstDatabase; database && component->m_databaseEntries != 0;
-         database = database->m_next)
+    CEntityComponentDatabase* database = g_firstDatabase;
+    while (database && component->m_databaseEntries != 0)
     {
-        while (component->m_databaseEntries != 0 && database->i_FindPosition(component) >= 0)
-            database->Remove(component);
+        if (database->i_FindPosition(component) < 0)
+        {
+            database = database->m_next;
+            continue;
+        }
+        database->Remove(component);
+        // A listener may have destroyed this database or its neighbours.
+        database = g_firstDatabase;
     }
 }
 

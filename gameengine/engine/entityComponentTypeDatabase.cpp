@@ -61,10 +61,13 @@ std::int32_t CEntityComponentTypeDatabase::GetTypeID(int position) const noexcep
 int CEntityComponentTypeDatabase::FindByName(const char* name) const noexcept
 {
     const std::string_view wanted(name);
+    // Additions come behind it, so it stays the first of its name.
+    if (i_IsValid(m_lastFound) && m_entries[static_cast<std::size_t>(m_lastFound)].name == wanted)
+        return m_lastFound;
     for (int i = 0; i < GetCount(); ++i)
     {
         if (m_entries[static_cast<std::size_t>(i)].name == wanted)
-            return i;
+            return m_lastFound = i;
     }
     return -1;
 }
@@ -88,10 +91,14 @@ CEntityComponent* CEntityComponentTypeDatabase::GetComponent(int position)
 {
     if (!i_IsValid(position))
         return nullptr;
-    Entry& entry = m_entries[static_cast<std::size_t>(position)];
-    if (!entry.prototype)
-        entry.prototype = entry.factory(m_prototypeOwner.Get());
-    return entry.prototype;
+    const auto i = static_cast<std::size_t>(position);
+    if (!m_entries[i].prototype)
+    {
+        // The factory may add types, which moves the records.
+        CEntityComponent* const made = m_entries[i].factory(m_prototypeOwner.Get());
+        m_entries[i].prototype = made;
+    }
+    return m_entries[i].prototype;
 }
 
 void RegisterBuiltInComponents()

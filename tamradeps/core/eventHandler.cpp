@@ -20,6 +20,20 @@ void CEventSubscription::Subscribe(CEventHandler& handler)
     m_handler = &handler;
 }
 
+void CEventSubscription::i_CallFunction(void* context, const EventMessage& message)
+{
+    if (const auto& function = static_cast<CEventSubscription*>(context)->m_function)
+        function(message);
+}
+
+void CEventSubscription::i_SetCall(Call call, void* context) noexcept
+{
+    m_call = call;
+    m_context = context;
+    if (m_handler)
+        m_handler->m_list[m_position] = {this, call, context};
+}
+
 void CEventSubscription::Leave() noexcept
 {
     if (!m_handler)
@@ -55,7 +69,7 @@ void CEventHandler::DropAll() noexcept
 {
     for (std::uint32_t i = 0; i < m_length; ++i)
     {
-        if (CEventSubscription* subscription = std::exchange(m_list[i], nullptr))
+        if (CEventSubscription* subscription = std::exchange(m_list[i].subscription, nullptr))
         {
             subscription->m_handler = nullptr;
             subscription->m_position = -1;
@@ -71,14 +85,14 @@ std::int32_t CEventHandler::i_Join(CEventSubscription& subscription)
 {
     if (m_length == m_capacity)
         i_MakeRoom();
-    m_list[m_length] = &subscription;
+    m_list[m_length] = {&subscription, subscription.m_call, subscription.m_context};
     ++m_used;
     return static_cast<std::int32_t>(m_length++);
 }
 
 void CEventHandler::i_Leave(std::int32_t position) noexcept
 {
-    m_list[position] = nullptr;
+    m_list[position].subscription = nullptr;
     --m_used;
 }
 
@@ -90,15 +104,15 @@ void CEventHandler::i_MakeRoom()
         std::uint32_t kept = 0;
         for (std::uint32_t i = 0; i < m_length; ++i)
         {
-            if (!m_list[i])
+            if (!m_list[i].subscription)
                 continue;
-            m_list[i]->m_position = static_cast<std::int32_t>(kept);
+            m_list[i].subscription->m_position = static_cast<std::int32_t>(kept);
             m_list[kept++] = m_list[i];
         }
         m_length = kept;
         return;
     }
-    auto** grown = new CEventSubscription*[std::size_t{m_capacity} * 2];
+    auto* grown = new Listener[std::size_t{m_capacity} * 2];
     std::copy_n(m_list, m_length, grown);
     if (m_list != &m_single)
         delete[] m_list;
@@ -113,10 +127,11 @@ bool CEventHandler::i_Deliver(const EventMessage& message)
     const std::uint32_t end = m_length;
     for (std::uint32_t i = 0; i < end; ++i)
     {
-        CEventSubscription* subscription = m_list[i];
-        if (!subscription || !subscription->m_callback)
+        // A copy: the call may change the list.
+        const Listener listener = m_list[i];
+        if (!listener.subscription)
             continue;
-        subscription->m_callback(message);
+        listener.call(listener.context, message);
         if (delivery.ownerDied)
             return false;
     }

@@ -5,7 +5,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
+#include <type_traits>
+#include <utility>
 
 class CEventHandler;
 
@@ -32,16 +35,37 @@ struct EventMessage
 class TAMRADEPS_API CEventSubscription
 {
 public:
-    using Callback = std::function<void(const EventMessage&)>;
-
     CEventSubscription() noexcept = default;
-    explicit CEventSubscription(Callback callback) : m_callback(std::move(callback)) {}
+    /// Calls `callable(const EventMessage&)`. One that fits a pointer, like a lambda that captures `this`, is called
+    /// without touching the subscription's memory.
+    template <class Callable>
+    explicit CEventSubscription(Callable callable)
+    {
+        SetCallback(std::move(callable));
+    }
     CEventSubscription(const CEventSubscription&) = delete;
     CEventSubscription& operator=(const CEventSubscription&) = delete;
     ~CEventSubscription() { Leave(); }
 
     /// Replaces what is called. Not during a call of the old one.
-    void SetCallback(Callback callback) { m_callback = std::move(callback); }
+    template <class Callable>
+    void SetCallback(Callable callable)
+    {
+        if constexpr (sizeof(Callable) <= sizeof(void*) && alignof(Callable) <= alignof(void*) &&
+                      std::is_trivially_copyable_v<Callable> &&
+                      std::is_invocable_v<const Callable&, const EventMessage&>)
+        {
+            void* context = nullptr;
+            std::memcpy(&context, &callable, sizeof(Callable));
+            m_function = nullptr;
+            i_SetCall(&i_CallSmall<Callable>, context);
+        }
+        else
+        {
+            m_function = std::move(callable);
+            i_SetCall(&i_CallFunction, this);
+        }
+    }
 
     /// Joins the end of the handler's list, leaving the former handler if there is one. A listener that joins while an
     /// event is being delivered receives the next one.
@@ -58,10 +82,21 @@ public:
 
 private:
     friend class CEventHandler;
+    using Call = void (*)(void* context, const EventMessage& message);
+
+    template <class Callable>
+    static void i_CallSmall(void* context, const EventMessage& message)
+    {
+        std::invoke(*reinterpret_cast<const Callable*>(&context), message);
+    }
+    static void i_CallFunction(void* context, const EventMessage& message);
+    void i_SetCall(Call call, void* context) noexcept;
 
     CEventHandler* m_handler = nullptr;
     std::int32_t m_position = -1;
-    Callback m_callback;
+    Call m_call = &i_CallFunction;
+    void* m_context = this;
+    std::function<void(const EventMessage&)> m_function;
 };
 
 /// Sends numbered events, each with two values, to the listeners that subscribed, in the order in which they did.
@@ -117,6 +152,14 @@ private:
         bool ownerDied;
     };
 
+    // A place in the list; without a subscription it is empty.
+    struct Listener
+    {
+        CEventSubscription* subscription;
+        CEventSubscription::Call call;
+        void* context;
+    };
+
     std::int32_t i_Join(CEventSubscription& subscription);
     void i_Leave(std::int32_t position) noexcept;
     bool i_Deliver(const EventMessage& message);
@@ -128,6 +171,6 @@ private:
     std::uint32_t m_capacity = 1;
     Delivery* m_deliveries = nullptr;
     // The first place is inside the handler: most handlers have one listener.
-    CEventSubscription* m_single = nullptr;
-    CEventSubscription** m_list = &m_single;
+    Listener m_single = {};
+    Listener* m_list = &m_single;
 };

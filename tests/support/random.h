@@ -17,7 +17,14 @@ public:
         z = (z ^ z >> 27) * 0x94D049BB133111EB;
         return z ^ z >> 31;
     }
-    std::uint64_t Below(std::uint64_t end) { return Bits() % end; }
+    /// From 0 to `end - 1`.
+    template <class Integer>
+    Integer Below(Integer end)
+    {
+        return static_cast<Integer>(Bits() % static_cast<std::uint64_t>(end));
+    }
+    /// True once in `n` calls on average.
+    bool OneIn(unsigned n) { return Below(n) == 0; }
     float Between(float low, float high)
     {
         return low + (high - low) * static_cast<float>(static_cast<double>(Bits() >> 11) * 0x1p-53);

@@ -48,6 +48,9 @@ struct Format
     const char* name;
     std::function<std::optional<std::string>(const UDBGroup&)> write;
     std::function<bool(std::string_view, UDBGroup&)> read;
+
+    // A name instead of bytes in the list of tests.
+    friend void PrintTo(const Format& format, std::ostream* out) { *out << format.name; }
 };
 
 class UDBFormat : public testing::TestWithParam<Format>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tamradeps/udb/udbGroup.h"
+#include "tests/support/random.h"
 
 #include <bit>
 #include <cstdint>
@@ -10,25 +11,6 @@
 
 namespace test
 {
-/// The same numbers on every machine.
-class Random
-{
-public:
-    explicit Random(std::uint64_t seed) : m_state(seed) {}
-
-    std::uint64_t Bits()
-    {
-        std::uint64_t z = m_state += 0x9E3779B97F4A7C15;
-        z = (z ^ z >> 30) * 0xBF58476D1CE4E5B9;
-        z = (z ^ z >> 27) * 0x94D049BB133111EB;
-        return z ^ z >> 31;
-    }
-    std::uint64_t Below(std::uint64_t end) { return Bits() % end; }
-
-private:
-    std::uint64_t m_state;
-};
-
 /// Numbers on both sides of every encoding's border, and the ones that conversions like to spoil.
 inline std::vector<double> SpecialNumbers()
 {

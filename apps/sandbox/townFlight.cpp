@@ -1,0 +1,95 @@
+#include "apps/sandbox/townFlight.h"
+
+#include "gameengine/engine/componentTransform.h"
+#include "gameengine/engine/interfaceCVX.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace
+{
+constexpr float kFrameTime = 1.0F / 60.0F;
+constexpr std::uint32_t kPathColor = 0xFF2020E0;
+constexpr std::uint32_t kReachColor = 0x80C04000;
+constexpr int kMapWidth = 1600;
+
+CSceneStreamer::Settings GetSettings(const CTownFlight::Area& area)
+{
+    const CVector3 size = area.max - area.min;
+    const float reach = 0.22F * std::min(size.x, size.y);
+    return {.cellSize = reach / 3, .loadRadius = reach, .keepRadius = reach * 1.3F, .rowBudget = 150};
+}
+} // namespace
+
+CTownFlight::CTownFlight(CScene& scene, CEntityArray_SaveLoad_SqliteDB& store, const Area& area, std::uint32_t seed)
+    : m_scene(scene),
+      m_store(store),
+      m_area(area),
+      m_phase(static_cast<double>(seed % 628) * 0.01),
+      m_streamer(store, scene.GetArray(), GetSettings(area)),
+      m_arrayChanged([this](const EventMessage& message) { i_OnArrayChanged(message); })
+{
+    scene.GetInterfaces()->SetInterface(CInterfaceCVX::TYPEID(), new CInterfaceCVX);
+    m_arrayChanged.Subscribe(scene.GetArray().Events());
+}
+
+CVector3 CTownFlight::i_GetFocus(double turn) const
+{
+    // A figure of three loops that comes near every corner of the town.
+    const double angle = 2 * std::numbers::pi * turn;
+    const CVector3 centre = (m_area.min + m_area.max) * 0.5F;
+    const CVector3 half = (m_area.max - m_area.min) * 0.36F;
+    return {centre.x + half.x * static_cast<float>(std::sin(2 * angle + m_phase)),
+            centre.y + half.y * static_cast<float>(std::cos(3 * angle)), 150.0F};
+}
+
+void CTownFlight::i_OnArrayChanged(const EventMessage& message)
+{
+    auto* entity = message.first.GetObjectPointer<CEntity>("CEntity");
+    if (message.id != CEntityArray::kEntityAdded || !entity)
+        return;
+    PrepareTownEntity(*entity);
+    if (const std::int64_t row = m_store.FindRow(entity); row >= 0)
+        m_seen.try_emplace(row, Seen{GetTownKind(*entity), entity->Find<ComponentTransform>()->GetTransform()});
+}
+
+void CTownFlight::Fly(int frames, CTownEdits& edits, CPhaseReport& report)
+{
+    CAuxRenderer* const aux = m_scene.GetInterfaces()->GetCVX()->GetAuxRenderer();
+    const float reach = m_streamer.GetSettings().loadRadius;
+    CVector3 last = i_GetFocus(0);
+    for (int frame = 0; frame < frames; ++frame)
+    {
+        const CVector3 focus = i_GetFocus(static_cast<double>(frame) / frames);
+        report.BeginFrame();
+        m_clock.BeginFrame(kFrameTime);
+        m_scene.GetUpdateEvent().DoUpdate(kFrameTime);
+        const auto& statistics = m_streamer.Update(focus);
+        m_loaded += statistics.loaded;
+        m_released += statistics.released;
+        if (frame % 7 == 3)
+            edits.EditSome();
+        if (frame % 60 == 30)
+            edits.AddTower(focus);
+        if (frame % 45 == 20)
+            edits.DeleteSome();
+        report.EndFrame();
+
+        aux->AddLine(last, focus, kPathColor);
+        if (frame % std::max(frames / 6, 1) == 0)
+            aux->AddBox({focus - CVector3(reach, reach, 0), focus + CVector3(reach, reach, 0)}, kReachColor);
+        m_scene.GetInterfaces()->GetCVX()->RenderAuxToRenderQueue(m_renderQueue);
+        last = focus;
+    }
+}
+
+bool CTownFlight::WriteMap(const std::string& path) const
+{
+    CTownMap map(m_area.min.x, m_area.min.y, m_area.max.x, m_area.max.y, kMapWidth);
+    for (const auto& [row, seen] : m_seen)
+        map.DrawBox(seen.kind, seen.matrix);
+    map.DrawLines(m_renderQueue.GetLines(), 3.0F);
+    map.DrawScaleBar();
+    return map.WritePng(path);
+}

@@ -1,0 +1,140 @@
+#include "gameengine/engine/entityComponentRepository.h"
+
+#include "gameengine/engine/componentCamera.h"
+#include "gameengine/engine/componentTransformDirect.h"
+#include "support/expectations.h"
+#include "support/sceneFixture.h"
+
+#include <map>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+constexpr std::int32_t kTypeId = 20100;
+
+// Something to point at.
+void* Value(unsigned i)
+{
+    static char values[64];
+    return &values[i % sizeof(values)];
+}
+
+TEST(MapRepository, AgreesWithAnOrderedMap)
+{
+    // Keys that meet in the table's last places and wrap to its first ones, at every size, and the two extremes.
+    std::vector<unsigned> keys{0, 0xFFFFFFFF, 0xFFFFFFDF, 0x80000000};
+    for (unsigned size = 32; size <= 1024; size *= 2)
+    {
+        for (unsigned k = 1; k < 24; ++k)
+            keys.insert(keys.end(), {size * k - 1, size * k - 2, size * k, size + k});
+    }
+    for (std::uint32_t seed = 1; seed <= 20; ++seed)
+    {
+        test::Random random(seed);
+        CEntityComponentRepository repository(kTypeId);
+        std::map<unsigned, void*> model;
+        for (unsigned step = 0; step < 400; ++step)
+        {
+            const unsigned key = keys[random.Below(seed * 25) % keys.size()];
+            if (random.OneIn(3))
+            {
+                repository.Remove(key);
+                model[key] = nullptr;
+            }
+            else
+            {
+                repository.Set(key, Value(step));
+                model[key] = Value(step);
+            }
+            ASSERT_TRUE(repository.Validate()) << "seed " << seed << " step " << step;
+            ASSERT_EQ(repository.GetOccupiedCount(), model.size());
+            const unsigned probe = keys[random.Below(static_cast<std::uint32_t>(keys.size()))];
+            ASSERT_EQ(repository.Find(probe), model.contains(probe) ? model[probe] : nullptr) << probe;
+        }
+        for (const auto& [key, value] : model)
+            ASSERT_EQ(repository.Find(key), value) << key;
+    }
+}
+
+TEST(MapRepository, DoublesForThe25thIndexWhicheverItIs)
+{
+    const auto fill = [](unsigned first, unsigned factor, unsigned last)
+    {
+        CEntityComponentRepository repository(kTypeId);
+        for (unsigned i = 0; i < 24; ++i)
+            repository.Set((first + i) * factor, Value(i));
+        for (unsigned i = 0; i < 24; ++i) // indices that are there take no new place
+            repository.Remove((first + i) * factor);
+        for (unsigned i = 0; i < 24; ++i)
+            repository.Set((first + i) * factor, Value(i));
+        EXPECT_EQ(repository.GetOccupiedCount(), 24U);
+        EXPECT_EQ(repository.GetCapacity(), 32U);
+        repository.Set(last, Value(63));
+        EXPECT_EQ(repository.GetCapacity(), 64U);
+        EXPECT_EQ(repository.Find(last), Value(63));
+        for (unsigned i = 0; i < 24; ++i)
+            EXPECT_EQ(repository.Find((first + i) * factor), Value(i));
+        EXPECT_TRUE(repository.Validate());
+    };
+    fill(1, 1, 25);
+    fill(0, 1, 24);         // 0 among the first
+    fill(1, 1, 0);          // 0 as the 25th
+    fill(0, 32, 31);        // all in one place
+    fill(1, 1, 0xFFFFFFFF); // the largest as the 25th
+}
+
+TEST(FastRepository, ServesIndicesPastItsEndWithAReport)
+{
+    const auto repository = std::make_unique<CEntityComponentRepositoryFast>(kTypeId);
+    repository->Set(99999, Value(1));
+    EXPECT_EQ(repository->Find(99999), Value(1));
+    {
+        test::ExpectAssertions lines{"gameengine/engine/entityComponent 52", "gameengine/engine/entityComponent 51",
+                                     "gameengine/engine/entityComponent 51", "gameengine/engine/entityComponent 53",
+                                     "gameengine/engine/entityComponent 51"};
+        repository->Set(100000, Value(2));
+        EXPECT_EQ(repository->Find(100000), Value(2));
+        EXPECT_EQ(repository->Find(0xFFFFFFFF), nullptr);
+        repository->Remove(100000);
+        EXPECT_EQ(repository->Find(100000), nullptr);
+    }
+    repository->RemoveIf(99999, Value(2));
+    EXPECT_EQ(repository->Find(99999), Value(1));
+    repository->RemoveIf(99999, Value(1));
+    EXPECT_EQ(repository->Find(99999), nullptr);
+}
+
+TEST(FastRepository, AComponentPastItsEndReportsOnceForEachAccess)
+{
+    test::Scene scene;
+    std::vector<RefPtr<CEntity>> entities;
+    while (entities.empty() || entities.back()->GetIndex() < 100000)
+        entities.push_back(scene.Make<>());
+    {
+        test::ExpectAssertions lines{"gameengine/engine/entityComponent 52", "gameengine/engine/entityComponent 51"};
+        test::AddComponents<ComponentTransformDirect>(*entities.back());
+        EXPECT_EQ(entities.back()->Find<ComponentTransform>(), entities.back()->GetComponent(0));
+    }
+    EXPECT_EQ(entities.back()->Find<ComponentTransformDirect>(), entities.back()->GetComponent(0));
+    test::ExpectAssertions lines{"gameengine/engine/entityComponent 53"};
+    // Low indices last, for the tests to come.
+    while (!entities.empty())
+        entities.pop_back();
+}
+
+TEST(RepositoryRegistry, NamesTheRepositoryCreatedLast)
+{
+    using Base = CEntityComponentRepositoryBase;
+    EXPECT_EQ(Base::GetRepository(kTypeId), nullptr);
+    const auto first = std::make_unique<CEntityComponentRepository>(kTypeId);
+    EXPECT_EQ(Base::GetRepository(kTypeId), first.get());
+    auto second = std::make_unique<CEntityComponentRepository>(kTypeId);
+    EXPECT_EQ(Base::GetRepository(kTypeId), second.get());
+    second.reset();
+    EXPECT_EQ(Base::GetRepository(kTypeId), nullptr);
+    EXPECT_EQ(Base::GetRepository(ComponentCamera::TYPEID()), &ComponentCamera::REPOSITORY());
+    EXPECT_EQ(ComponentCamera::REPOSITORY().GetTypeID(), 10020);
+}
+} // namespace

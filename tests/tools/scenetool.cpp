@@ -1,0 +1,249 @@
+// scenetool as a program of its own: what it prints, and what its exit code tells a script.
+
+#include "gameengine/engine/componentEditorData.h"
+#include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
+#include "gameengine/engine/entityComponentTypeDatabase.h"
+#include "gameengine/engine/scene.h"
+#include "support/expectations.h"
+#include "tamradeps/sqlite/database.h"
+#include "tamradeps/sqlite/query.h"
+#include "tests/tools/townFixture.h"
+#include "tools/sceneTools/sceneConvert.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+struct Result
+{
+    int exitCode = -1;
+    std::string output;
+    std::string errors;
+
+    bool Prints(const std::string& text) const { return output.find(text) != std::string::npos; }
+};
+
+class Scenetool : public testing::Test
+{
+protected:
+    std::string Path(const std::string& name) const { return m_folder.Path(name); }
+
+    // Runs the program with arguments that may hold names of the test's folder as "@name".
+    Result Run(const std::string& arguments) const
+    {
+        std::string command = TAMRA_PROGRAM_FOLDER "/scenetool " + arguments;
+        for (std::size_t at = command.find('@'); at != std::string::npos; at = command.find('@'))
+            command.replace(at, 1, Path(""));
+        command += " >" + Path("out.txt") + " 2>" + Path("err.txt");
+        Result result;
+        const int status = std::system(command.c_str());
+#if defined(_WIN32)
+        result.exitCode = status;
+#else
+        result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
+        result.output = test::ReadFile(Path("out.txt"));
+        result.errors = test::ReadFile(Path("err.txt"));
+        return result;
+    }
+
+    void ExpectBadInput(const std::string& arguments, const std::string& reason) const
+    {
+        SCOPED_TRACE(arguments);
+        const Result result = Run(arguments);
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_EQ(result.output, "");
+        EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+        EXPECT_TRUE(result.errors.starts_with("scenetool: ")) << result.errors;
+        EXPECT_NE(result.errors.find(reason), std::string::npos) << result.errors;
+    }
+
+    // Three houses in a row, saved as a database.
+    void SaveHouses(const std::string& name) const
+    {
+        RegisterBuiltInComponents();
+        CScene scene;
+        for (int i = 0; i < 3; ++i)
+        {
+            TownBox box = test::MakeBuilding({static_cast<float>(i) * 10.0F, 1.5F, 3.0F}, {8.0F, 6.0F, 6.0F});
+            box.name = "House " + std::to_string(i);
+            scene.GetArray().Add(CreateTownEntity(box, scene.GetInterfaces()).Get());
+        }
+        ASSERT_TRUE(WriteSceneFile(Path(name), scene.GetInterfaces(), true));
+    }
+
+    void Execute(const std::string& name, const char* sql) const
+    {
+        sqlite::database database;
+        ASSERT_TRUE(database.open(Path(name)));
+        ASSERT_TRUE(database.execute(sql));
+    }
+
+    // Renames a component type in the data of a row to a name of the same length.
+    void RenameType(const std::string& name, std::int64_t row, const std::string& from, const std::string& to) const
+    {
+        sqlite::database database;
+        sqlite::query select;
+        sqlite::query update;
+        ASSERT_TRUE(database.open(Path(name)));
+        ASSERT_TRUE(select.prepare(database, "SELECT componentData FROM entities WHERE id = ?") && select.bind(1, row));
+        ASSERT_EQ(select.step(), sqlite::query::Step::Row);
+        const std::span<const std::byte> blob = select.getBlob(0);
+        std::string data(reinterpret_cast<const char*>(blob.data()), blob.size());
+        select.reset();
+        ASSERT_NE(data.find(from), std::string::npos);
+        data.replace(data.find(from), from.size(), to);
+        ASSERT_TRUE(update.prepare(database, "UPDATE entities SET componentData = ? WHERE id = ?"));
+        ASSERT_TRUE(update.bind(1, data.data(), data.size()) && update.bind(2, row));
+        ASSERT_EQ(update.step(), sqlite::query::Step::Done);
+    }
+
+private:
+    test::TemporaryFolder m_folder;
+};
+} // namespace
+
+TEST_F(Scenetool, TownSurvivesImportAndConversion)
+{
+    const Result import = Run("import-osm " + test::GetExtract("manhattan") + " @town.sdb");
+    ASSERT_EQ(import.exitCode, 0) << import.errors;
+    EXPECT_EQ(import.errors, "");
+    EXPECT_TRUE(import.Prints("1567 buildings"));
+    EXPECT_TRUE(Run("check @town.sdb").Prints(" 0 problems"));
+    EXPECT_EQ(Run("convert @town.sdb @town.mfs").exitCode, 0);
+    EXPECT_EQ(Run("convert @town.mfs @again.SDB").exitCode, 0);
+    for (const char* other : {"@town.mfs", "@again.SDB"})
+    {
+        const Result diff = Run(std::string("diff @town.sdb ") + other);
+        EXPECT_EQ(diff.exitCode, 0) << diff.output;
+        EXPECT_TRUE(diff.Prints("in both: 24")) << diff.output;
+    }
+    const Result info = Run("info @town.mfs");
+    EXPECT_TRUE(info.Prints("mfs")) << info.output;
+    EXPECT_TRUE(info.Prints("ComponentTransformDirect")) << info.output;
+    EXPECT_EQ(Run("map @town.sdb @town.png --width 300").exitCode, 0);
+    EXPECT_GT(std::filesystem::file_size(Path("town.png")), 10000U);
+}
+
+TEST_F(Scenetool, ListAndShowPickEntities)
+{
+    SaveHouses("houses.sdb");
+    const Result all = Run("list @houses.sdb");
+    EXPECT_TRUE(all.output.starts_with("1\t0.00 1.50 3.00\tbuilding House 0\tComponentTransformDirect,"));
+    EXPECT_EQ(std::count(all.output.begin(), all.output.end(), '\n'), 3);
+    // The bounds belong to the box.
+    const Result box = Run("list @houses.sdb --box -5 1.5 0 10 2 3");
+    EXPECT_TRUE(box.Prints("House 0") && box.Prints("House 1") && !box.Prints("House 2")) << box.output;
+    const Result limited = Run("list @houses.sdb --limit 1");
+    EXPECT_EQ(std::count(limited.output.begin(), limited.output.end(), '\n'), 1);
+    EXPECT_TRUE(Run("show @houses.sdb 2").Prints("\"Editor Name\" \"building House 1\""));
+    ExpectBadInput("show @houses.sdb 4", "no entity 4");
+}
+
+TEST_F(Scenetool, DiffFindsTheChangedEntityOnly)
+{
+    SaveHouses("a.sdb");
+    SaveHouses("b.sdb");
+    {
+        CScene scene;
+        CEntityArray_SaveLoad_SqliteDB store(Path("b.sdb").c_str(), scene.GetInterfaces());
+        ASSERT_TRUE(store.Load(nullptr, nullptr));
+        store.FindEntity(2)->Find<ComponentEditorData>()->SetData("building Inn");
+        ASSERT_TRUE(store.Save());
+        ASSERT_EQ(store.GetCounters().updated, 1U);
+    }
+    const Result diff = Run("diff @a.sdb @b.sdb");
+    EXPECT_EQ(diff.exitCode, 1);
+    EXPECT_TRUE(diff.Prints("in both: 2\n")) << diff.output;
+    EXPECT_TRUE(diff.Prints("House 1") && diff.Prints("building Inn") && !diff.Prints("House 2")) << diff.output;
+
+    // An entity more of the same kind is a difference too.
+    Execute("a.sdb",
+            "INSERT INTO entities SELECT NULL, sceneID, pos_x, pos_y, pos_z, componentData FROM entities "
+            "WHERE id = 1; UPDATE entities SET componentData = (SELECT componentData FROM entities WHERE id = 1) "
+            "WHERE id = 2");
+    EXPECT_TRUE(Run("diff @a.sdb @b.sdb").Prints("a.sdb: 2\n"));
+    EXPECT_EQ(Run("diff @a.sdb @a.sdb").exitCode, 0);
+}
+
+TEST_F(Scenetool, CheckNamesEachProblemAndNothingIsConvertedThen)
+{
+    SaveHouses("bad.sdb");
+    // Data that ends too early, a type that nobody registered, a row that says another place.
+    Execute("bad.sdb", "UPDATE entities SET componentData = substr(componentData, 1, 60) WHERE id = 1;"
+                       "UPDATE entities SET pos_y = 7 WHERE id = 3");
+    RenameType("bad.sdb", 2, "ComponentEditorData", "ComponentEditorDate");
+    const Result check = Run("check @bad.sdb");
+    EXPECT_EQ(check.exitCode, 1);
+    EXPECT_TRUE(check.Prints("entity 1: its data cannot be read\n")) << check.output;
+    EXPECT_TRUE(check.Prints("entity 2: unknown component type \"ComponentEditorDate\"\n")) << check.output;
+    EXPECT_TRUE(check.Prints("entity 3: stored at (20, 7, 3), but its transform is at (20, 1.5, 3)\n"));
+    EXPECT_TRUE(check.Prints("3 entities, 3 problems\n"));
+    EXPECT_TRUE(Run("list @bad.sdb").Prints("(unreadable)"));
+    EXPECT_EQ(Run("show @bad.sdb 1").exitCode, 1);
+    ExpectBadInput("convert @bad.sdb @out.mfs", "has 3 problems");
+    EXPECT_FALSE(std::filesystem::exists(Path("out.mfs")));
+}
+
+TEST_F(Scenetool, FilesAreReplacedOnlyByForceAndOnlyBySuccess)
+{
+    SaveHouses("houses.sdb");
+    const std::string before = test::ReadFile(Path("houses.sdb"));
+    const std::string extract = test::ReadFile(test::GetExtract("manhattan"));
+    test::WriteFile(Path("cut.osm.pbf"), extract.substr(0, extract.size() / 2));
+    ExpectBadInput("import-osm " + test::GetExtract("manhattan") + " @houses.sdb", "exists already");
+    ExpectBadInput("import-osm --force @cut.osm.pbf @houses.sdb", "cannot be imported");
+    ExpectBadInput("convert --force @houses.sdb @houses.sdb", "is the file to be converted");
+    EXPECT_EQ(test::ReadFile(Path("houses.sdb")), before);
+    EXPECT_EQ(Run("import-osm --force " + test::GetExtract("manhattan") + " @houses.sdb").exitCode, 0);
+    EXPECT_EQ(Run("check @houses.sdb").exitCode, 0);
+    EXPECT_FALSE(Run("list @houses.sdb").Prints("House 0"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Path("")), {}), 4) << "no scratch file stays";
+}
+
+TEST_F(Scenetool, BadInputIsOneLine)
+{
+    SaveHouses("houses.sdb");
+    ASSERT_EQ(Run("convert @houses.sdb @houses.mfs").exitCode, 0);
+    test::WriteFile(Path("text.sdb"), "this is no database, whatever its name says\n");
+    test::WriteFile(Path("text.mfs"), "nor this");
+    const std::string serialized = test::ReadFile(Path("houses.mfs"));
+    test::WriteFile(Path("cut.mfs"), serialized.substr(0, serialized.size() - 1));
+    test::WriteFile(Path("empty.sdb"), "");
+    std::filesystem::create_directory(Path("folder.sdb"));
+    for (const char* command : {"info", "list", "check", "show", "diff @houses.sdb"})
+    {
+        const std::string name(command);
+        const std::string suffix = name == "show" ? " 1" : "";
+        ExpectBadInput(name + " @missing.sdb" + suffix, "does not exist");
+        ExpectBadInput(name + " @folder.sdb" + suffix, "is not a file");
+        ExpectBadInput(name + " @text.sdb" + suffix, "not a database");
+        ExpectBadInput(name + " @text.mfs" + suffix, "is not a scene file");
+        ExpectBadInput(name + " @cut.mfs" + suffix, "is damaged");
+        ExpectBadInput(name + " @empty.sdb" + suffix, "without a table of entities");
+        ExpectBadInput(name + " @houses.txt" + suffix, "neither in .sdb nor in .mfs");
+    }
+    ExpectBadInput("convert @houses.sdb @houses.txt", "neither in .sdb nor in .mfs");
+    ExpectBadInput("convert @houses.sdb @nowhere/x.sdb", "no such folder");
+    ExpectBadInput("convert --force @houses.sdb @folder.sdb", "is not a file");
+    ExpectBadInput("import-osm @text.sdb @new.sdb", "cannot be imported");
+    ExpectBadInput("map @houses.sdb @nowhere/x.png", "nowhere");
+}
+
+TEST_F(Scenetool, UsageErrorsAndHelp)
+{
+    ExpectBadInput("", "subcommand");
+    ExpectBadInput("paint @a.sdb", "");
+    ExpectBadInput("info", "FILE is required");
+    ExpectBadInput("show @a.sdb one", "ID");
+    ExpectBadInput("list @a.sdb --box 1 2 3", "--box");
+    ExpectBadInput("info @a.sdb --shine", "--shine");
+    const Result help = Run("--help");
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_TRUE(help.Prints("import-osm") && help.Prints("Exit codes")) << help.output;
+    EXPECT_TRUE(Run("--version").output.starts_with("scenetool "));
+}
