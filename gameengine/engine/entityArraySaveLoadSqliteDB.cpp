@@ -163,9 +163,10 @@ CEntity* CEntityArray_SaveLoad_SqliteDB::i_LoadBlob(std::int64_t row, std::span<
                           std::to_string(row) + " cannot be read; it is left as it is");
         return nullptr;
     }
+    // Before components come alive: one that asks for another row ends the life of this blob.
+    const std::uint64_t hash = HashCRC64Data(blob.data(), blob.size());
     m_busy = true;
     const RefPtr<CEntity> entity = entityStorage::CreateEntity(m_scene.Get(), *group);
-    const std::uint64_t hash = HashCRC64Data(blob.data(), blob.size());
     m_busy = false;
     // Known before anybody hears of it: a listener may save.
     i_AddToCache(entity.Get(), row, hash, true);
