@@ -68,7 +68,8 @@ CEntity::~CEntity()
     m_events.Raise(kDestroyed, variant(this, "CEntity"), variant(0));
     i_DestroyComponents();
     // What listeners gave the dying entity goes too.
-    m_events.DropAll();
+    if (!m_events.Empty())
+        m_events.DropAll();
     i_LeaveArrays();
     while (!m_components.IsEmpty())
         i_DestroyComponents();
@@ -109,10 +110,11 @@ void CEntity::RemoveComponent(CEntityComponent* component)
     if (!m_components.EraseFirst(component))
         return;
     component->m_inEntity = false;
+    component->m_isListed = false;
     i_RemovedComponent(component);
 }
 
-void CEntity::i_LeaveArrays()
+void CEntity::i_LeaveEachArray()
 {
     while (!m_arrays.IsEmpty())
     {
@@ -165,8 +167,13 @@ void CEntity::i_RemovedFromArray(CEntityArray* array)
 
 void CEntity::i_Forget(const CEntityComponent* component) noexcept
 {
-    if (!m_components.EraseFirst(component) && m_dying)
-        m_dying->EraseFirst(component);
+    if (m_components.EraseFirst(component) || !m_dying)
+        return;
+    for (std::uint32_t i = 0; i < m_dying->GetCount(); ++i)
+    {
+        if ((*m_dying)[i] == component)
+            (*m_dying)[i] = nullptr;
+    }
 }
 
 void CEntity::i_DestroyComponents()
@@ -176,10 +183,13 @@ void CEntity::i_DestroyComponents()
     m_componentListLocked = true;
     i_ScanInArrays(false);
     m_dying = &components;
-    while (!components.IsEmpty())
+    // Front to back; a component that takes a sibling with it leaves a gap.
+    for (std::uint32_t i = 0; i < components.GetCount(); ++i)
     {
-        CEntityComponent* component = components[0];
-        components.EraseFirst(component);
+        CEntityComponent* component = std::exchange(components[i], nullptr);
+        if (!component)
+            continue;
+        component->m_isListed = false;
         delete component;
     }
     m_dying = nullptr;

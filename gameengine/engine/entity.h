@@ -124,7 +124,12 @@ private:
     // A reference for as long as listeners run, who may release theirs. None for an entity that nobody references yet:
     // releasing it would delete the entity.
     RefPtr<CEntity> i_Keep() noexcept { return GetReferenceCount() > 0 ? this : nullptr; }
-    void i_LeaveArrays();
+    void i_LeaveArrays()
+    {
+        if (!m_arrays.IsEmpty())
+            i_LeaveEachArray();
+    }
+    void i_LeaveEachArray();
     void i_ScanInArrays(bool add)
     {
         if (!m_arrays.IsEmpty())

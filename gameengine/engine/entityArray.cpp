@@ -27,11 +27,14 @@ void CEntityArray::Add(CEntity* entity)
     entity->_AddRef();
     m_entities.Insert(entity);
     i_ScanComponents(entity, true);
-    if (!m_events.Raise(kEntityAdded, variant(entity, "CEntity"), variant(this, "CEntityArray")))
-        return;
-    // A listener may have taken it out again.
-    if (m_entities.Contains(entity))
-        entity->i_AddedToArray(this);
+    if (!m_events.Empty())
+    {
+        // A listener may destroy the array, or take the entity out again.
+        if (!m_events.Raise(kEntityAdded, variant(entity, "CEntity"), variant(this, "CEntityArray")) ||
+            !m_entities.Contains(entity))
+            return;
+    }
+    entity->i_AddedToArray(this);
 }
 
 void CEntityArray::Remove(CEntity* entity)

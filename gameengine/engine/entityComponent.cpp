@@ -64,6 +64,7 @@ void CEntityComponent::i_Constructor()
         return;
     m_index = m_entity->GetIndex();
     m_inEntity = true;
+    m_isListed = true;
     m_entity->m_components.Append(this);
 }
 
@@ -77,7 +78,8 @@ void CEntityComponent::i_Destructor()
 {
     if (m_inEntity)
     {
-        m_entity->i_Forget(this);
+        if (m_isListed)
+            m_entity->i_Forget(this);
         m_entity->i_RemovedComponent(this);
     }
     i_DropListeners();

@@ -134,7 +134,8 @@ private:
     RefPtr<CEventHandler> m_events;
     std::uint32_t m_databaseEntries = 0; // in all databases
     std::int32_t m_index = -1;           // the entity's index at construction, -1 for a loose copy
-    bool m_inEntity = false;
+    bool m_inEntity = false;             // not a loose copy, not removed
+    bool m_isListed = false;             // in the entity's list, or waiting there to be deleted
 };
 
 /// What every concrete component class provides: `TYPEID()`, `REPOSITORY()`, `CreateComponent`, its name, and memory
