@@ -31,7 +31,8 @@ ComponentRuntimeData::~ComponentRuntimeData()
     secondaryData.reset();
     for (auto& data : extraData)
         data.reset();
-    m_visibilityEvents.DropAll();
+    if (!m_visibilityEvents.Empty())
+        m_visibilityEvents.DropAll();
     i_Unregister(REPOSITORY(), this);
 }
 

@@ -193,7 +193,10 @@ void CEntity::i_DestroyComponents()
         delete component;
     }
     m_dying = nullptr;
-    UnlockComponentList();
+    if (m_components.IsEmpty() && m_arrays.IsEmpty())
+        m_componentListLocked = false;
+    else
+        UnlockComponentList();
 }
 
 void CEntity::SerializerSave(UDBGroup& group)

@@ -33,11 +33,6 @@ std::int32_t ToInt(double value)
 }
 } // namespace
 
-CEntityComponent::CEntityComponent(std::int32_t type, CEntity* entity) : m_type(type), m_entity(entity)
-{
-    i_Constructor();
-}
-
 CEntityComponent::CEntityComponent(const CEntityComponent& other) noexcept
     : BaseObject(other),
       m_type(other.m_type),
@@ -51,46 +46,6 @@ CEntityComponent& CEntityComponent::operator=(const CEntityComponent& other) noe
     if (!m_inEntity)
         m_entity = other.m_entity;
     return *this;
-}
-
-CEntityComponent::~CEntityComponent()
-{
-    i_Destructor();
-}
-
-void CEntityComponent::i_Constructor()
-{
-    if (!m_entity)
-        return;
-    m_index = m_entity->GetIndex();
-    m_inEntity = true;
-    m_isListed = true;
-    m_entity->m_components.Append(this);
-}
-
-void CEntityComponent::i_AfterConstructor()
-{
-    if (m_entity)
-        m_entity->i_AddedComponent(this);
-}
-
-void CEntityComponent::i_Destructor()
-{
-    if (m_inEntity)
-    {
-        if (m_isListed)
-            m_entity->i_Forget(this);
-        m_entity->i_RemovedComponent(this);
-    }
-    i_DropListeners();
-    if (m_databaseEntries != 0)
-        CEntityComponentDatabase::i_RemoveFromAll(this);
-}
-
-void CEntityComponent::i_DropListeners() noexcept
-{
-    if (m_events)
-        m_events->DropAll();
 }
 
 const char* CEntityComponent::GetTypeString()
@@ -121,6 +76,11 @@ void CEntityComponent::Copy(CEntityComponent* source)
 }
 
 void CEntityComponent::i_OnEntityUnlockComponentList() {}
+
+void CEntityComponent::i_LeaveDatabases()
+{
+    CEntityComponentDatabase::i_RemoveFromAll(this);
+}
 
 CEventHandler& CEntityComponent::Events()
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "gameengine/engine/entity.h"
 #include "gameengine/engine/entityComponentProperty.h"
 #include "gameengine/engine/entityComponentRepository.h"
 #include "gameengine/export.h"
@@ -12,7 +13,6 @@
 #include <cstddef>
 #include <cstdint>
 
-class CEntity;
 class UDBGroup;
 
 /// A typed piece of data and behaviour that belongs to one entity.
@@ -33,7 +33,7 @@ class TAMRAGAMEENGINE_API CEntityComponent : public BaseObject
 {
 public:
     /// Leaves the entity's list and tells the entity, drops the listeners, leaves the component databases.
-    ~CEntityComponent() override;
+    ~CEntityComponent() override { i_Destructor(); }
 
     const char* GetTypeString() override;
     /// The class's name, under which it is registered and saved.
@@ -78,21 +78,50 @@ public:
 
 protected:
     /// Appends the component to the entity's list, which must be locked.
-    CEntityComponent(std::int32_t type, CEntity* entity);
+    CEntityComponent(std::int32_t type, CEntity* entity) : m_type(type), m_entity(entity) { i_Constructor(); }
     /// A copy has the type and the entity pointer but is in no list, repository or database, and nobody listens to it.
     CEntityComponent(const CEntityComponent& other) noexcept;
     /// Copies the type. A component that is in an entity's list stays there; a loose copy takes the entity pointer too.
     CEntityComponent& operator=(const CEntityComponent& other) noexcept;
 
-    void i_Constructor();
-    void i_AfterConstructor();
-    void i_Destructor();
+    // What the constructor, the factory after it, and the destructor do; all of it stands here to become part of the
+    // derived classes' own.
+    void i_Constructor()
+    {
+        if (!m_entity)
+            return;
+        m_index = m_entity->GetIndex();
+        m_inEntity = true;
+        m_isListed = true;
+        m_entity->m_components.Append(this);
+    }
+    void i_AfterConstructor()
+    {
+        if (m_entity)
+            m_entity->i_AddedComponent(this);
+    }
+    void i_Destructor()
+    {
+        if (m_inEntity)
+        {
+            if (m_isListed)
+                m_entity->i_Forget(this);
+            m_entity->i_RemovedComponent(this);
+        }
+        i_DropListeners();
+        if (m_databaseEntries != 0)
+            i_LeaveDatabases();
+    }
 
     /// False for a loose copy, and after `CEntity::RemoveComponent`: the entity may then be gone.
     bool i_IsInEntity() const noexcept { return m_inEntity; }
 
     /// Lets all listeners go. For destructors of classes whose listeners must not see them half destroyed.
-    void i_DropListeners() noexcept;
+    void i_DropListeners() noexcept
+    {
+        if (m_events)
+            m_events->DropAll();
+    }
 
     /// Raises an event with this component as the first value, if anybody may listen. False when a listener destroyed
     /// this component: return at once.
@@ -123,6 +152,8 @@ protected:
     }
 
 private:
+    void i_LeaveDatabases();
+
     friend class CEntity;
     friend class CEntityComponentDatabase;
     template <class Component>

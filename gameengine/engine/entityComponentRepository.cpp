@@ -56,7 +56,7 @@ const char* CEntityComponentRepository::GetTypeString()
     return "CEntityComponentRepository";
 }
 
-void CEntityComponentRepository::Set(unsigned int index, void* component)
+void CEntityComponentRepository::i_SetNew(unsigned int index, void* component)
 {
     if (index == kEmptyKey)
     {
@@ -121,13 +121,8 @@ const char* CEntityComponentRepositoryFast::GetTypeString()
     return "CEntityComponentRepositoryFast";
 }
 
-void CEntityComponentRepositoryFast::Set(unsigned int index, void* component)
+void CEntityComponentRepositoryFast::i_SetOverflow(unsigned int index, void* component)
 {
-    if (index < kCapacity)
-    {
-        m_components[index] = component;
-        return;
-    }
     AssertionFailed(kModule, 52);
     m_overflow[index] = component;
 }

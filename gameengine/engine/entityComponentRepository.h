@@ -60,7 +60,14 @@ public:
         // An empty slot has no value.
         return slot.value;
     }
-    void Set(unsigned int index, void* component) override;
+    void Set(unsigned int index, void* component) override
+    {
+        Slot& slot = i_FindSlot(index);
+        if (slot.key == index && index != kEmptyKey) [[likely]]
+            slot.value = component;
+        else
+            i_SetNew(index, component);
+    }
     void Remove(unsigned int index) override { Set(index, nullptr); }
     /// Stores null for the index if it has just this component.
     void RemoveIf(unsigned int index, const void* component) noexcept
@@ -92,6 +99,7 @@ private:
         void* value = nullptr;
     };
 
+    void i_SetNew(unsigned int index, void* component);
     const Slot* i_Next(const Slot* slot) const noexcept { return slot == &m_slots[m_mask] ? &m_slots[0] : slot + 1; }
     // The slot of the index, or the empty one where it would go.
     Slot& i_FindSlot(unsigned int index) noexcept
@@ -130,7 +138,13 @@ public:
             return component;
         return index < kCapacity ? nullptr : i_FindOverflow(index);
     }
-    void Set(unsigned int index, void* component) override;
+    void Set(unsigned int index, void* component) override
+    {
+        if (index < kCapacity) [[likely]]
+            m_components[index] = component;
+        else
+            i_SetOverflow(index, component);
+    }
     void Remove(unsigned int index) override;
     /// Stores null for the index if it has just this component.
     void RemoveIf(unsigned int index, const void* component)
@@ -142,6 +156,7 @@ public:
     }
 
 private:
+    void i_SetOverflow(unsigned int index, void* component);
     void i_RemoveOverflow(unsigned int index, const void* component);
     void* i_FindOverflow(unsigned int index);
 

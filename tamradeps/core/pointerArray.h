@@ -1,9 +1,19 @@
 #pragma once
 
+#include "tamradeps/export.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
+
+namespace tamra
+{
+// The rare part of the array below, kept out of line so that the usual part stays small: room for `capacity` pointers
+// with the first `count` of the old ones, whose memory is freed if it came from here.
+TAMRADEPS_API void* GrowPointers(void* old, bool isOwned, std::uint32_t count, std::uint32_t capacity);
+TAMRADEPS_API void FreePointers(void* pointers) noexcept;
+} // namespace tamra
 
 /// A growing array of pointers whose first `InlineCount` entries lie inside the object: short lists cost no heap
 /// memory. Copies copy the pointers.
@@ -27,7 +37,7 @@ public:
     ~CPointerArray()
     {
         if (m_items != m_inline)
-            delete[] m_items;
+            tamra::FreePointers(m_items);
     }
 
     std::uint32_t GetCount() const noexcept { return m_count; }
@@ -70,11 +80,7 @@ public:
 private:
     void i_Grow()
     {
-        T** grown = new T*[std::size_t{m_capacity} * 2];
-        std::copy_n(m_items, m_count, grown);
-        if (m_items != m_inline)
-            delete[] m_items;
-        m_items = grown;
+        m_items = static_cast<T**>(tamra::GrowPointers(m_items, m_items != m_inline, m_count, m_capacity * 2));
         m_capacity *= 2;
     }
 
