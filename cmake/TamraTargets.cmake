@@ -47,7 +47,7 @@ function(tamra_add_library name folder)
     target_compile_features(${name} PUBLIC cxx_std_20)
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:TamraCompileOptions>)
     # Nobody replaces our functions from outside: calls inside a library may be direct and inlined.
-    target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-fno-semantic-interposition>)
+    target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-fno-semantic-interposition;-fno-plt>)
     if(UNIX AND NOT APPLE)
         target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
     endif()

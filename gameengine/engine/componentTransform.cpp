@@ -155,5 +155,17 @@ void ComponentTransform::SetUntransformedBoundingBox(const float* box)
 
 void ComponentTransform::i_UpdateBbox()
 {
-    i_UpdateBbox(GetTransform());
+    m_bounds.TransformAABB(m_untransformed, GetTransform());
+    if (HasEvents())
+        i_RaiseEvent(kBoundsChanged, variant(0));
+}
+
+void ComponentTransform::i_TellListeners(const CMatrix& world)
+{
+    CEventHandler& events = Events();
+    const variant self(this, "CEntityComponent");
+    if (!events.Raise(kTransformChanged, self, variant(&world, "CMatrix")))
+        return;
+    m_bounds.TransformAABB(m_untransformed, world);
+    events.Raise(kBoundsChanged, self, variant(0));
 }

@@ -66,15 +66,19 @@ protected:
     void i_CopyBox(const ComponentTransform& source) noexcept;
     /// Recomputes the world box and raises `kBoundsChanged`.
     void i_UpdateBbox();
-    /// The same, with the world matrix that `GetTransform()` would give.
-    void i_UpdateBbox(const CMatrix& world)
+    /// What a derived class does when its world matrix has changed: raises `kTransformChanged`, then updates the box as
+    /// above. `world` is the matrix that `GetTransform()` gives. A listener may have destroyed the component
+    /// afterwards.
+    void i_TransformChanged(const CMatrix& world)
     {
-        m_bounds.TransformAABB(m_untransformed, world);
         if (HasEvents())
-            i_RaiseEvent(kBoundsChanged, variant(0));
+            i_TellListeners(world);
+        else
+            m_bounds.TransformAABB(m_untransformed, world);
     }
 
 private:
+    void i_TellListeners(const CMatrix& world);
     static CEntityComponentRepositoryFast& i_CreateRepository();
     static CEntityComponentRepositoryFast* s_repository;
 

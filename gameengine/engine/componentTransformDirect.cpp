@@ -15,9 +15,7 @@ ComponentTransformDirect::~ComponentTransformDirect()
 void ComponentTransformDirect::SetTransform(const CMatrix& matrix)
 {
     m_transform = matrix;
-    if (HasEvents() && !i_RaiseEvent(kTransformChanged, variant(&m_transform, "CMatrix")))
-        return;
-    i_UpdateBbox(m_transform);
+    i_TransformChanged(m_transform);
 }
 
 const CMatrix& ComponentTransformDirect::GetTransform()

@@ -111,7 +111,5 @@ void ComponentTransformParent::i_Rebuild()
 {
     ComponentTransform* const parent = GetParent();
     m_transform = parent ? parent->GetTransform() * m_selfTransform : m_selfTransform;
-    if (HasEvents() && !i_RaiseEvent(kTransformChanged, variant(&m_transform, "CMatrix")))
-        return;
-    i_UpdateBbox(m_transform);
+    i_TransformChanged(m_transform);
 }

@@ -109,8 +109,8 @@ void CEntity::RemoveComponent(CEntityComponent* component)
 {
     if (!m_components.EraseFirst(component))
         return;
-    component->m_inEntity = false;
-    component->m_isListed = false;
+    component->m_inEntity = 0;
+    component->m_isListed = 0;
     i_RemovedComponent(component);
 }
 
@@ -189,7 +189,7 @@ void CEntity::i_DestroyComponents()
         CEntityComponent* component = std::exchange(components[i], nullptr);
         if (!component)
             continue;
-        component->m_isListed = false;
+        component->m_isListed = 0;
         delete component;
     }
     m_dying = nullptr;

@@ -43,7 +43,7 @@ CEntityComponent::CEntityComponent(const CEntityComponent& other) noexcept
 CEntityComponent& CEntityComponent::operator=(const CEntityComponent& other) noexcept
 {
     m_type = other.m_type;
-    if (!m_inEntity)
+    if (m_inEntity == 0)
         m_entity = other.m_entity;
     return *this;
 }

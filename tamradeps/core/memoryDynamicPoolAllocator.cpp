@@ -10,7 +10,8 @@
 #define ASAN_UNPOISON_MEMORY_REGION(address, size) ((void)(address), (void)(size))
 #endif
 
-struct alignas(std::max_align_t) CMemoryDynamicPoolAllocator::Block
+// As large as a cache line, so that elements of that size do not straddle two.
+struct alignas(64) CMemoryDynamicPoolAllocator::Block
 {
     Block* previous;
     std::size_t size;
@@ -39,14 +40,14 @@ CMemoryDynamicPoolAllocator::~CMemoryDynamicPoolAllocator()
         Block* block = m_blocks;
         m_blocks = block->previous;
         ASAN_UNPOISON_MEMORY_REGION(block + 1, block->size);
-        ::operator delete(block);
+        ::operator delete (block, std::align_val_t{alignof(Block)});
     }
 }
 
 void CMemoryDynamicPoolAllocator::i_AddBlock()
 {
     const std::size_t size = m_blockElements * m_elementSize;
-    auto* block = static_cast<Block*>(::operator new(sizeof(Block) + size));
+    auto* block = static_cast<Block*>(::operator new (sizeof(Block) + size, std::align_val_t{alignof(Block)}));
     block->previous = m_blocks;
     block->size = size;
     m_blocks = block;
