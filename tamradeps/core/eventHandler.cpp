@@ -125,15 +125,6 @@ bool CEventHandler::i_Deliver(const EventMessage& message)
     Delivery delivery{m_deliveries, false};
     m_deliveries = &delivery;
     const std::uint32_t end = m_length;
-    if (end == 1)
-    {
-        // By far the most handlers.
-        const Listener listener = m_list[0];
-        listener.call(listener.context, message);
-        if (!delivery.ownerDied) [[likely]]
-            m_deliveries = delivery.outer;
-        return !delivery.ownerDied;
-    }
     for (std::uint32_t i = 0; i < end; ++i)
     {
         // A copy: the call may change the list.

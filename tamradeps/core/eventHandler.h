@@ -133,7 +133,20 @@ public:
     /// its owner meanwhile: the caller, if it is that owner, must then return without touching its members.
     bool Raise(std::int32_t id, const variant& first, const variant& second)
     {
-        return m_used == 0 || i_Deliver({id, first, second});
+        if (m_used == 0)
+            return true;
+        const EventMessage message{id, first, second};
+        if (m_length != 1)
+            return i_Deliver(message);
+        // By far the most handlers have one listener.
+        Delivery delivery{m_deliveries, false};
+        m_deliveries = &delivery;
+        const Listener listener = m_list[0];
+        listener.call(listener.context, message);
+        if (delivery.ownerDied) [[unlikely]]
+            return false;
+        m_deliveries = delivery.outer;
+        return true;
     }
 
     /// Lets every listener go, as the handler's death does. Called by owners that die before their handler.
