@@ -79,7 +79,7 @@ protected:
 
 private:
     void i_TellListeners(const CMatrix& world);
-    static CEntityComponentRepositoryFast& i_CreateRepository();
+    TAMRA_COLD static CEntityComponentRepositoryFast& i_CreateRepository();
     static CEntityComponentRepositoryFast* s_repository;
 
     collision::PrimAABB m_untransformed; // in local space

@@ -195,7 +195,7 @@ public:                                                                   \
 private:                                                                  \
     template <class Component>                                            \
     friend CEntityComponent* i_CreateComponent(CEntity* entity);          \
-    static RepositoryClass& i_CreateRepository();                         \
+    TAMRA_COLD static RepositoryClass& i_CreateRepository();              \
     static CMemoryDynamicPoolAllocator& i_GetPool();                      \
     static RepositoryClass* s_repository
 

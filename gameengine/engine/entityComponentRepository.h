@@ -7,6 +7,13 @@
 #include <memory>
 #include <unordered_map>
 
+// Keeps what hardly ever runs out of the way of what always does.
+#if defined(__GNUC__)
+#define TAMRA_COLD __attribute__((cold, noinline))
+#else
+#define TAMRA_COLD
+#endif
+
 /// From an entity's index to its component of one type: how components find their siblings.
 ///
 ///     auto* transform = static_cast<ComponentTransform*>(ComponentTransform::REPOSITORY().Find(entity->GetIndex()));
@@ -56,9 +63,13 @@ public:
     {
         if (index == kEmptyKey) [[unlikely]]
             return m_zeroValue;
-        const Slot& slot = i_FindSlot(index);
-        // An empty slot has no value.
-        return slot.value;
+        for (const Slot* slot = &m_slots[index & m_mask];; slot = i_Next(slot))
+        {
+            if (slot->key == index)
+                return slot->value;
+            if (slot->key == kEmptyKey)
+                return nullptr;
+        }
     }
     void Set(unsigned int index, void* component) override
     {
@@ -99,7 +110,7 @@ private:
         void* value = nullptr;
     };
 
-    void i_SetNew(unsigned int index, void* component);
+    TAMRA_COLD void i_SetNew(unsigned int index, void* component);
     const Slot* i_Next(const Slot* slot) const noexcept { return slot == &m_slots[m_mask] ? &m_slots[0] : slot + 1; }
     // The slot of the index, or the empty one where it would go.
     Slot& i_FindSlot(unsigned int index) noexcept
@@ -156,9 +167,9 @@ public:
     }
 
 private:
-    void i_SetOverflow(unsigned int index, void* component);
-    void i_RemoveOverflow(unsigned int index, const void* component);
-    void* i_FindOverflow(unsigned int index);
+    TAMRA_COLD void i_SetOverflow(unsigned int index, void* component);
+    TAMRA_COLD void i_RemoveOverflow(unsigned int index, const void* component);
+    TAMRA_COLD void* i_FindOverflow(unsigned int index);
 
     std::unordered_map<unsigned int, void*> m_overflow;
     void* m_components[kCapacity + 1] = {};
