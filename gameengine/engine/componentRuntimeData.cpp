@@ -27,13 +27,20 @@ ComponentRuntimeData& ComponentRuntimeData::operator=(const ComponentRuntimeData
 
 ComponentRuntimeData::~ComponentRuntimeData()
 {
+    // Few have payloads; six tests at once.
+    if (primaryData || secondaryData || extraData[0] || extraData[1] || extraData[2] || extraData[3]) [[unlikely]]
+        i_DeletePayloads();
+    if (!m_visibilityEvents.Empty())
+        m_visibilityEvents.DropAll();
+    i_Unregister(REPOSITORY(), this);
+}
+
+void ComponentRuntimeData::i_DeletePayloads() noexcept
+{
     primaryData.reset();
     secondaryData.reset();
     for (auto& data : extraData)
         data.reset();
-    if (!m_visibilityEvents.Empty())
-        m_visibilityEvents.DropAll();
-    i_Unregister(REPOSITORY(), this);
 }
 
 CEntityComponentProperty* ComponentRuntimeData::GetProperty(int, CEntityComponentProperty*)

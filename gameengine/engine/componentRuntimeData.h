@@ -59,6 +59,8 @@ public:
     std::array<std::unique_ptr<RuntimeData_Base>, 4> extraData;
 
 private:
+    TAMRA_COLD void i_DeletePayloads() noexcept;
+
     std::uint32_t m_lastVisibleFrame = 0;
     CEventHandler m_visibilityEvents;
 };

@@ -44,11 +44,9 @@ CEntityComponentRepositoryBase* CEntityComponentRepositoryBase::GetRepository(st
 }
 
 CEntityComponentRepository::CEntityComponentRepository(std::int32_t typeId)
-    : CEntityComponentRepositoryBase(typeId),
-      m_threshold(GetThreshold(kFirstCapacity)),
-      m_mask(kFirstCapacity - 1),
-      m_slots(std::make_unique<Slot[]>(kFirstCapacity))
+    : CEntityComponentRepositoryBase(typeId)
 {
+    i_Allocate(kFirstCapacity);
 }
 
 const char* CEntityComponentRepository::GetTypeString()
@@ -70,30 +68,41 @@ void CEntityComponentRepository::i_SetNew(unsigned int index, void* component)
         m_zeroValue = component;
         return;
     }
-    Slot* slot = &i_FindSlot(index);
-    if (slot->key == kEmptyKey)
+    unsigned int slot = i_FindSlot(index);
+    if (m_keys[slot] == kEmptyKey)
     {
         if (m_occupied == m_threshold)
         {
             i_Double();
-            slot = &i_FindSlot(index);
+            slot = i_FindSlot(index);
         }
-        slot->key = index;
+        m_keys[slot] = index;
         ++m_occupied;
     }
-    slot->value = component;
+    m_values[slot] = component;
+}
+
+void CEntityComponentRepository::i_Allocate(unsigned int capacity)
+{
+    m_keys = std::make_unique<unsigned int[]>(capacity);
+    m_values = std::make_unique<void*[]>(capacity);
+    m_mask = capacity - 1;
+    m_threshold = GetThreshold(capacity);
 }
 
 void CEntityComponentRepository::i_Double()
 {
     const unsigned int oldCapacity = GetCapacity();
-    const std::unique_ptr<Slot[]> old = std::exchange(m_slots, std::make_unique<Slot[]>(std::size_t{oldCapacity} * 2));
-    m_mask = oldCapacity * 2 - 1;
-    m_threshold = GetThreshold(oldCapacity * 2);
+    const auto oldKeys = std::move(m_keys);
+    const auto oldValues = std::move(m_values);
+    i_Allocate(oldCapacity * 2);
     for (unsigned int i = 0; i < oldCapacity; ++i)
     {
-        if (old[i].key != kEmptyKey)
-            i_FindSlot(old[i].key) = old[i];
+        if (oldKeys[i] == kEmptyKey)
+            continue;
+        const unsigned int slot = i_FindSlot(oldKeys[i]);
+        m_keys[slot] = oldKeys[i];
+        m_values[slot] = oldValues[i];
     }
 }
 
@@ -102,10 +111,10 @@ bool CEntityComponentRepository::Validate()
     unsigned int occupied = m_hasZero ? 1 : 0;
     for (unsigned int i = 0; i <= m_mask; ++i)
     {
-        if (m_slots[i].key == kEmptyKey)
+        if (m_keys[i] == kEmptyKey)
             continue;
         ++occupied;
-        if (&i_FindSlot(m_slots[i].key) != &m_slots[i])
+        if (i_FindSlot(m_keys[i]) != i)
             return false;
     }
     return occupied == m_occupied && m_occupied <= m_threshold && (GetCapacity() & m_mask) == 0;

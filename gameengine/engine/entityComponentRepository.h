@@ -63,19 +63,19 @@ public:
     {
         if (index == kEmptyKey) [[unlikely]]
             return m_zeroValue;
-        for (const Slot* slot = &m_slots[index & m_mask];; slot = i_Next(slot))
+        for (unsigned int slot = index & m_mask;; slot = (slot + 1) & m_mask)
         {
-            if (slot->key == index)
-                return slot->value;
-            if (slot->key == kEmptyKey)
+            if (m_keys[slot] == index) [[likely]]
+                return m_values[slot];
+            if (m_keys[slot] == kEmptyKey)
                 return nullptr;
         }
     }
     void Set(unsigned int index, void* component) override
     {
-        Slot& slot = i_FindSlot(index);
-        if (slot.key == index && index != kEmptyKey) [[likely]]
-            slot.value = component;
+        const unsigned int slot = i_FindSlot(index);
+        if (m_keys[slot] == index && index != kEmptyKey) [[likely]]
+            m_values[slot] = component;
         else
             i_SetNew(index, component);
     }
@@ -88,9 +88,9 @@ public:
             if (m_zeroValue == component)
                 m_zeroValue = nullptr;
         }
-        else if (Slot& slot = i_FindSlot(index); slot.value == component)
+        else if (const unsigned int slot = i_FindSlot(index); m_values[slot] == component)
         {
-            slot.value = nullptr;
+            m_values[slot] = nullptr;
         }
     }
 
@@ -104,30 +104,26 @@ public:
 private:
     static constexpr unsigned int kEmptyKey = 0;
 
-    struct Slot
-    {
-        unsigned int key = kEmptyKey;
-        void* value = nullptr;
-    };
-
     TAMRA_COLD void i_SetNew(unsigned int index, void* component);
-    const Slot* i_Next(const Slot* slot) const noexcept { return slot == &m_slots[m_mask] ? &m_slots[0] : slot + 1; }
     // The slot of the index, or the empty one where it would go.
-    Slot& i_FindSlot(unsigned int index) noexcept
+    unsigned int i_FindSlot(unsigned int index) const noexcept
     {
-        const Slot* slot = &m_slots[index & m_mask];
-        while (slot->key != index && slot->key != kEmptyKey)
-            slot = i_Next(slot);
-        return const_cast<Slot&>(*slot);
+        unsigned int slot = index & m_mask;
+        while (m_keys[slot] != index && m_keys[slot] != kEmptyKey)
+            slot = (slot + 1) & m_mask;
+        return slot;
     }
+    void i_Allocate(unsigned int capacity);
     void i_Double();
 
     unsigned int m_occupied = 0;
-    unsigned int m_threshold;
-    unsigned int m_mask;
+    unsigned int m_threshold = 0;
+    unsigned int m_mask = 0;
     bool m_hasZero = false;
     void* m_zeroValue = nullptr;
-    std::unique_ptr<Slot[]> m_slots;
+    // A slot's key and value, apart: without the padding between them more of the table stays in the cache.
+    std::unique_ptr<unsigned int[]> m_keys;
+    std::unique_ptr<void*[]> m_values;
 };
 
 /// A repository as a plain array of 100000 pointers, for types that almost every entity carries: a look-up is one array

@@ -9,7 +9,7 @@ public:
     BaseObject() noexcept = default;
     BaseObject(const BaseObject&) noexcept = default;
     BaseObject& operator=(const BaseObject&) noexcept = default;
-    virtual ~BaseObject();
+    virtual ~BaseObject() = default;
 
     /// The name of the most derived class, a text that lives as long as the program.
     virtual const char* GetTypeString();

@@ -1,7 +1,5 @@
 #include "tamradeps/core/refClass.h"
 
-RefClass::~RefClass() = default;
-
 const char* RefClass::GetTypeString()
 {
     return "RefClass";

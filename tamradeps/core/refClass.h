@@ -21,7 +21,7 @@ public:
     /// A copy is a new object that nobody references yet.
     RefClass(const RefClass& other) noexcept : BaseObject(other) {}
     RefClass& operator=(const RefClass&) noexcept { return *this; }
-    ~RefClass() override;
+    ~RefClass() override = default;
 
     const char* GetTypeString() override;
 
