@@ -9,7 +9,7 @@ packages=(
     g++ cmake ninja-build
     libsqlite3-dev liblzma-dev libglm-dev libspdlog-dev libfmt-dev libxsimd-dev
     libstb-dev libosmium2-dev libprotozero-dev zlib1g-dev libcli11-dev
-    libgtest-dev libgmock-dev libbenchmark-dev
+    libgtest-dev libgmock-dev libbenchmark-dev libboost-dev libbullet-dev
 )
 tools=(g++ cmake ninja)
 for argument in "$@"; do

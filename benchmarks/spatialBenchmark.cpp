@@ -1,0 +1,236 @@
+// What it costs to find things by place: two trees of others, and a sweep over all boxes as the floor.
+
+#include "benchmarks/spatialWorld.h"
+
+#include <memory>
+
+#include <BulletCollision/BroadphaseCollision/btDbvt.h>
+#include <boost/geometry.hpp>
+#include <boost/geometry/index/rtree.hpp>
+#include <boost/iterator/function_output_iterator.hpp>
+
+namespace
+{
+using bench::SpatialWorld;
+using collision::PrimAABB;
+using collision::PrimFrustum;
+
+// Only single precision, which is also what Bullet is built in by default, finds the same boxes as we do.
+static_assert(std::is_same_v<btScalar, float>);
+
+btVector3 ToBullet(CVector3 v)
+{
+    return {v.x, v.y, v.z};
+}
+
+btDbvtVolume ToBullet(const PrimAABB& box)
+{
+    return btDbvtVolume::FromMM(ToBullet(box.GetMin()), ToBullet(box.GetMax()));
+}
+
+class BulletTree
+{
+public:
+    explicit BulletTree(const std::vector<PrimAABB>& boxes)
+    {
+        m_leaves.reserve(boxes.size());
+        for (std::size_t i = 0; i < boxes.size(); ++i)
+        {
+            m_leaves.push_back(m_tree.insert(ToBullet(boxes[i]), nullptr));
+            m_leaves.back()->dataAsInt = static_cast<int>(i);
+        }
+    }
+
+    void MoveAll(const std::vector<PrimAABB>&, const std::vector<PrimAABB>& to)
+    {
+        for (std::size_t i = 0; i < to.size(); ++i)
+        {
+            btDbvtVolume volume = ToBullet(to[i]);
+            m_tree.update(m_leaves[i], volume);
+        }
+    }
+
+    std::size_t Find(const PrimAABB& box, std::uint32_t* found)
+    {
+        Collector collector(found);
+        m_tree.collideTV(m_tree.m_root, ToBullet(box), collector);
+        return collector.count;
+    }
+
+    std::size_t Find(const PrimFrustum& frustum, std::uint32_t* found) const
+    {
+        btVector3 normals[6];
+        btScalar offsets[6];
+        for (int i = 0; i < 6; ++i)
+        {
+            const float* plane = frustum.GetPlane(i);
+            const btVector3 normal(plane[0], plane[1], plane[2]);
+            normals[i] = normal / normal.length();
+            offsets[i] = plane[3] / normal.length();
+        }
+        Collector collector(found);
+        btDbvt::collideKDOP(m_tree.m_root, normals, offsets, 6, collector);
+        return collector.count;
+    }
+
+private:
+    struct Collector : btDbvt::ICollide
+    {
+        explicit Collector(std::uint32_t* found) : indices(found) {}
+        void Process(const btDbvtNode* leaf) override
+        {
+            indices[count++] = static_cast<std::uint32_t>(leaf->dataAsInt);
+        }
+
+        std::uint32_t* indices;
+        std::size_t count = 0;
+    };
+
+    btDbvt m_tree;
+    std::vector<btDbvtNode*> m_leaves;
+};
+
+namespace geometry = boost::geometry;
+
+template <class Parameters>
+class BoostTree
+{
+public:
+    explicit BoostTree(const std::vector<PrimAABB>& boxes)
+    {
+        for (std::size_t i = 0; i < boxes.size(); ++i)
+            m_tree.insert({ToBoost(boxes[i]), static_cast<std::uint32_t>(i)});
+    }
+
+    void MoveAll(const std::vector<PrimAABB>& from, const std::vector<PrimAABB>& to)
+    {
+        for (std::size_t i = 0; i < to.size(); ++i)
+        {
+            m_tree.remove({ToBoost(from[i]), static_cast<std::uint32_t>(i)});
+            m_tree.insert({ToBoost(to[i]), static_cast<std::uint32_t>(i)});
+        }
+    }
+
+    std::size_t Find(const PrimAABB& box, std::uint32_t* found) const
+    {
+        std::size_t count = 0;
+        const auto write =
+            boost::make_function_output_iterator([&](const Value& value) { found[count++] = value.second; });
+        m_tree.query(geometry::index::intersects(ToBoost(box)), write);
+        return count;
+    }
+
+private:
+    using Point = geometry::model::point<float, 3, geometry::cs::cartesian>;
+    using Box = geometry::model::box<Point>;
+    using Value = std::pair<Box, std::uint32_t>;
+
+    static Box ToBoost(const PrimAABB& box)
+    {
+        const CVector3 low = box.GetMin();
+        const CVector3 high = box.GetMax();
+        return {{low.x, low.y, low.z}, {high.x, high.y, high.z}};
+    }
+
+    geometry::index::rtree<Value, Parameters> m_tree;
+};
+
+using BoostQuadratic = BoostTree<geometry::index::quadratic<16>>;
+using BoostRstar = BoostTree<geometry::index::rstar<16>>;
+
+// Over one query's worth of boxes, enough to see that the tree is right.
+template <class Tree>
+std::uint64_t HashOf(Tree& tree)
+{
+    const SpatialWorld& world = SpatialWorld::Get();
+    std::vector<std::uint32_t> found(world.boxes.size());
+    std::uint64_t hash = 0;
+    for (std::size_t hits = tree.Find(world.boxQueries[0], found.data()); hits > 0; --hits)
+        hash += HashCRC64Data(&found[hits - 1], sizeof(found[0]));
+    return hash;
+}
+
+template <class Tree>
+void InsertAll(benchmark::State& state)
+{
+    const SpatialWorld& world = SpatialWorld::Get();
+    std::unique_ptr<Tree> tree;
+    for (auto _ : state)
+    {
+        state.PauseTiming();
+        tree.reset();
+        state.ResumeTiming();
+        tree = std::make_unique<Tree>(world.boxes);
+    }
+    bench::Report(state, world.boxes.size(), HashOf(*tree));
+}
+
+template <class Tree>
+void MoveAll(benchmark::State& state)
+{
+    const SpatialWorld& world = SpatialWorld::Get();
+    const std::vector<PrimAABB>* places[2] = {&world.boxes, &world.movedBoxes};
+    Tree tree(world.boxes);
+    int at = 0;
+    for (auto _ : state)
+    {
+        tree.MoveAll(*places[at], *places[1 - at]);
+        at = 1 - at;
+    }
+    tree.MoveAll(*places[at], world.boxes);
+    tree.MoveAll(world.boxes, world.movedBoxes);
+    bench::Report(state, world.boxes.size(), HashOf(tree));
+}
+
+template <class Tree>
+void FindInBox(benchmark::State& state)
+{
+    Tree tree(SpatialWorld::Get().boxes);
+    bench::RunQueries(state, SpatialWorld::Get().boxQueries,
+                      [&](const PrimAABB& box, std::uint32_t* found) { return tree.Find(box, found); });
+}
+
+BENCHMARK(InsertAll<BulletTree>)->Unit(benchmark::kMillisecond);
+BENCHMARK(InsertAll<BoostQuadratic>)->Unit(benchmark::kMillisecond);
+BENCHMARK(InsertAll<BoostRstar>)->Unit(benchmark::kMillisecond);
+BENCHMARK(MoveAll<BulletTree>)->Unit(benchmark::kMillisecond);
+BENCHMARK(MoveAll<BoostQuadratic>)->Unit(benchmark::kMillisecond);
+BENCHMARK(MoveAll<BoostRstar>)->Unit(benchmark::kMillisecond);
+BENCHMARK(FindInBox<BulletTree>)->Unit(benchmark::kMillisecond);
+BENCHMARK(FindInBox<BoostQuadratic>)->Unit(benchmark::kMillisecond);
+BENCHMARK(FindInBox<BoostRstar>)->Unit(benchmark::kMillisecond);
+
+// The planes of Bullet are of unit length, so its rounding differs: a box that touches a plane may be kept or not.
+void FindInFrustumBullet(benchmark::State& state)
+{
+    BulletTree tree(SpatialWorld::Get().boxes);
+    bench::RunQueries(state, SpatialWorld::Get().frusta,
+                      [&](const PrimFrustum& frustum, std::uint32_t* found) { return tree.Find(frustum, found); });
+}
+BENCHMARK(FindInFrustumBullet)->Unit(benchmark::kMillisecond);
+
+template <class Query>
+std::size_t ScalarSweep(const Query& query, std::uint32_t* found)
+{
+    const std::vector<PrimAABB>& boxes = SpatialWorld::Get().boxes;
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < boxes.size(); ++i)
+    {
+        if (query.Test(boxes[i]))
+            found[count++] = static_cast<std::uint32_t>(i);
+    }
+    return count;
+}
+
+void FindInBoxScalarSweep(benchmark::State& state)
+{
+    bench::RunQueries(state, SpatialWorld::Get().boxQueries, ScalarSweep<PrimAABB>);
+}
+BENCHMARK(FindInBoxScalarSweep)->Unit(benchmark::kMillisecond);
+
+void FindInFrustumScalarSweep(benchmark::State& state)
+{
+    bench::RunQueries(state, SpatialWorld::Get().frusta, ScalarSweep<PrimFrustum>);
+}
+BENCHMARK(FindInFrustumScalarSweep)->Unit(benchmark::kMillisecond);
+} // namespace
