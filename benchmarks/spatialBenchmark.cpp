@@ -6,8 +6,10 @@
 #include "gameengine/engine/componentTransformDirect.h"
 #include "gameengine/engine/entityArraySpatialQuery.h"
 #include "gameengine/engine/scene.h"
+#include "tamradeps/collision/boxKernels.h"
 
 #include <memory>
+#include <string>
 
 #include <BulletCollision/BroadphaseCollision/btDbvt.h>
 #include <boost/geometry.hpp>
@@ -410,4 +412,60 @@ void FindInFrustumScalarSweep(benchmark::State& state)
     bench::RunQueries(state, SpatialWorld::Get().frusta, ScalarSweep<PrimFrustum>);
 }
 BENCHMARK(FindInFrustumScalarSweep)->Unit(benchmark::kMillisecond);
+
+using collision::BoxBlock;
+using collision::BoxKernels;
+
+// The same sweeps in vector instructions, with every set that this processor has: over boxes in a row, and to masks
+// over boxes that lie in blocks.
+template <class Query, class Ready>
+void VectorSweeps(const std::string& name, const std::vector<Query>& (*getQueries)(), auto find, auto test)
+{
+    for (const BoxKernels* kernels : BoxKernels::GetAll())
+    {
+        const auto sweep = [=](benchmark::State& state)
+        {
+            const std::vector<PrimAABB>& boxes = SpatialWorld::Get().boxes;
+            bench::RunQueries(state, getQueries(),
+                              [&](const Query& query, std::uint32_t* found)
+                              { return (kernels->*find)(Ready(query), boxes.data(), boxes.size(), found); });
+        };
+        const auto sweepBlocks = [=](benchmark::State& state)
+        {
+            const std::vector<PrimAABB>& boxes = SpatialWorld::Get().boxes;
+            std::vector<BoxBlock> blocks((boxes.size() + BoxBlock::kBoxes - 1) / BoxBlock::kBoxes);
+            for (std::size_t i = 0; i < boxes.size(); ++i)
+                blocks[i / BoxBlock::kBoxes].Set(i % BoxBlock::kBoxes, boxes[i]);
+            std::vector<std::uint8_t> masks(blocks.size());
+            std::uint64_t hash = 0;
+            for (auto _ : state)
+            {
+                for (const Query& query : getQueries())
+                    (kernels->*test)(Ready(query), blocks.data(), blocks.size(), masks.data());
+            }
+            hash = HashCRC64Data(masks.data(), masks.size());
+            bench::Report(state, getQueries().size(), hash);
+        };
+        benchmark::RegisterBenchmark((name + "Sweep/" + kernels->name).c_str(), sweep)->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark((name + "SweepOfBlocks/" + kernels->name).c_str(), sweepBlocks)
+            ->Unit(benchmark::kMillisecond);
+    }
+}
+
+const std::vector<PrimAABB>& BoxQueries()
+{
+    return SpatialWorld::Get().boxQueries;
+}
+const std::vector<PrimFrustum>& Frusta()
+{
+    return SpatialWorld::Get().frusta;
+}
+
+const bool kRegistered = []
+{
+    VectorSweeps<PrimAABB, PrimAABB>("FindInBox", &BoxQueries, &BoxKernels::findInBox, &BoxKernels::testBox);
+    VectorSweeps<PrimFrustum, collision::FrustumQuery>("FindInFrustum", &Frusta, &BoxKernels::findInFrustum,
+                                                       &BoxKernels::testFrustum);
+    return true;
+}();
 } // namespace
