@@ -87,7 +87,7 @@ private:
 
     CAABBDynamicGrid* i_Begin();
     template <class Test>
-    void i_Sweep(const CAABBDynamicGrid::CellRange& range, Collector& collector, Test test);
+    void i_Sweep(const CAABBDynamicGrid::CellRange& range, bool takesInterior, Collector& collector, const Test& test);
     void i_VisitAlongRay(CVector3 origin, CVector3 direction, float maxDistance, RayVisitor visitor, void* context);
 
     RefPtr<CEntityArray_AccelerationTree> m_tree;

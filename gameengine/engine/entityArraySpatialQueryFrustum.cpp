@@ -6,8 +6,6 @@
 #include <cmath>
 #include <limits>
 
-using tamra::SpatialBlock;
-
 namespace
 {
 using CellRange = CAABBDynamicGrid::CellRange;
@@ -203,14 +201,6 @@ void FrustumRows::Cut(std::int32_t y, std::int32_t z, Interval& seen, Interval& 
         }
     }
 }
-
-std::uint32_t TestFrustum(const SpatialBlock& block, const collision::PrimFrustum& frustum) noexcept
-{
-    std::uint32_t lanes = 0;
-    for (std::uint32_t i = 0; i < SpatialBlock::kBoxes; ++i)
-        lanes |= static_cast<std::uint32_t>(frustum.Test(block.GetBox(i))) << i;
-    return lanes;
-}
 } // namespace
 
 CEntityArray_SpatialQuery::Answer CEntityArray_SpatialQuery::InFrustum(const collision::PrimFrustum& frustum,
@@ -221,6 +211,9 @@ CEntityArray_SpatialQuery::Answer CEntityArray_SpatialQuery::InFrustum(const col
         return {};
     Collector collector(buffer, *m_cache);
     const FrustumRows rows(frustum, *grid);
+    const collision::FrustumQuery planes(frustum);
+    const auto test = [&planes, kernel = collision::BoxKernels::Get().testFrustum](
+                          const auto* boxes, std::size_t count, auto* masks) { kernel(planes, boxes, count, masks); };
     const GridShape& shape = rows.GetShape();
     const CellRange range = rows.GetRange();
     for (std::int32_t z = range.first[2]; z < range.end[2]; ++z)
@@ -245,9 +238,11 @@ CEntityArray_SpatialQuery::Answer CEntityArray_SpatialQuery::InFrustum(const col
             std::uint32_t index = grid->GetCellIndex(first, y, z);
             for (std::int32_t x = first; x < end; ++x, ++index)
             {
-                const bool isWhole = x >= inner && x < innerEnd;
-                collector.TakeFrom(m_cache->GetContent(index), [&frustum, isWhole](const SpatialBlock& block)
-                                   { return isWhole ? 0xFFU : TestFrustum(block, frustum); });
+                const CellCache::Content content = m_cache->GetContent(index);
+                if (x >= inner && x < innerEnd)
+                    collector.TakeAll(content);
+                else
+                    collector.TakeFrom(content, test);
             }
         }
     }

@@ -6,7 +6,8 @@
 #include <cmath>
 #include <functional>
 
-using tamra::SpatialBlock;
+using collision::BoxBlock;
+using tamra::SpatialOwners;
 
 namespace
 {
@@ -64,7 +65,7 @@ private:
 };
 
 // Distance at which a ray enters a box, 0 when it starts inside, negative when it misses.
-double GetEntry(const SpatialBlock& block, std::size_t lane, const double* origin, const double* direction) noexcept
+double GetEntry(const BoxBlock& block, std::size_t lane, const double* origin, const double* direction) noexcept
 {
     double entry = 0.0;
     double exit = kNever;
@@ -87,7 +88,7 @@ double GetEntry(const SpatialBlock& block, std::size_t lane, const double* origi
 }
 
 // Squared distance from a point to a box.
-double GetDistanceSquared(const SpatialBlock& block, std::size_t lane, const double* point) noexcept
+double GetDistanceSquared(const BoxBlock& block, std::size_t lane, const double* point) noexcept
 {
     double sum = 0.0;
     for (std::size_t axis = 0; axis < 3; ++axis)
@@ -193,13 +194,13 @@ void CEntityArray_SpatialQuery::i_VisitAlongRay(CVector3 origin, CVector3 direct
     for (;;)
     {
         m_cache->ForEach(walk.GetCell(),
-                         [&](const SpatialBlock& block, std::uint32_t lane)
+                         [&](const BoxBlock& boxes, const SpatialOwners& owners, std::uint32_t lane)
                          {
-                             const double entry = GetEntry(block, lane, start, unit);
+                             const double entry = GetEntry(boxes, lane, start, unit);
                              if (entry < 0.0 || entry > static_cast<double>(maxDistance) ||
-                                 !m_cache->MeetFirst(block, lane))
+                                 !m_cache->MeetFirst(owners, lane))
                                  return;
-                             waiting.push_back({entry, block.entities[lane], block.slots[lane]});
+                             waiting.push_back({entry, owners.entities[lane], owners.slots[lane]});
                              std::push_heap(waiting.begin(), waiting.end(), isLater);
                          });
         const double exit = walk.GetExit();
@@ -253,11 +254,11 @@ CEntityArray_SpatialQuery::Answer CEntityArray_SpatialQuery::Nearest(CVector3 po
     auto& best = m_cache->hits;
     best.clear();
     double worst = static_cast<double>(maxDistance) * static_cast<double>(maxDistance);
-    const auto look = [&](const SpatialBlock& block, std::uint32_t lane)
+    const auto look = [&](const BoxBlock& boxes, const SpatialOwners& owners, std::uint32_t lane)
     {
-        const double distance = GetDistanceSquared(block, lane, start);
-        const CellCache::Hit hit{distance, block.entities[lane], block.slots[lane]};
-        if (distance > worst || (best.size() == count && !(hit < best.front())) || !m_cache->MeetFirst(block, lane))
+        const double distance = GetDistanceSquared(boxes, lane, start);
+        const CellCache::Hit hit{distance, owners.entities[lane], owners.slots[lane]};
+        if (distance > worst || (best.size() == count && !(hit < best.front())) || !m_cache->MeetFirst(owners, lane))
             return;
         if (best.size() == count)
         {
