@@ -6,7 +6,7 @@
 #include "gameengine/engine/componentTransformDirect.h"
 #include "gameengine/engine/entityArraySpatialQuery.h"
 #include "gameengine/engine/scene.h"
-#include "tamradeps/collision/boxKernels.h"
+#include "tamradeps/collision/simdKernels.h"
 
 #include <memory>
 #include <string>
@@ -414,14 +414,14 @@ void FindInFrustumScalarSweep(benchmark::State& state)
 BENCHMARK(FindInFrustumScalarSweep)->Unit(benchmark::kMillisecond);
 
 using collision::BoxBlock;
-using collision::BoxKernels;
+using collision::SimdKernels;
 
 // The same sweeps in vector instructions, with every set that this processor has: over boxes in a row, and to masks
 // over boxes that lie in blocks.
 template <class Query, class Ready>
 void VectorSweeps(const std::string& name, const std::vector<Query>& (*getQueries)(), auto find, auto test)
 {
-    for (const BoxKernels* kernels : BoxKernels::GetAll())
+    for (const SimdKernels* kernels : SimdKernels::GetAll())
     {
         const auto sweep = [=](benchmark::State& state)
         {
@@ -463,9 +463,9 @@ const std::vector<PrimFrustum>& Frusta()
 
 const bool kRegistered = []
 {
-    VectorSweeps<PrimAABB, PrimAABB>("FindInBox", &BoxQueries, &BoxKernels::findInBox, &BoxKernels::testBox);
-    VectorSweeps<PrimFrustum, collision::FrustumQuery>("FindInFrustum", &Frusta, &BoxKernels::findInFrustum,
-                                                       &BoxKernels::testFrustum);
+    VectorSweeps<PrimAABB, PrimAABB>("FindInBox", &BoxQueries, &SimdKernels::findInBox, &SimdKernels::testBox);
+    VectorSweeps<PrimFrustum, collision::FrustumQuery>("FindInFrustum", &Frusta, &SimdKernels::findInFrustum,
+                                                       &SimdKernels::testFrustum);
     return true;
 }();
 } // namespace

@@ -162,7 +162,7 @@ CEntityArray_SpatialQuery::Answer CEntityArray_SpatialQuery::InBox(const collisi
     Collector collector(buffer, *m_cache);
     // Whatever is filed in an interior cell touches the box.
     i_Sweep(GetQueryRange(*grid, values), true, collector,
-            [&box, test = collision::BoxKernels::Get().testBox](const auto* boxes, std::size_t count, auto* masks)
+            [&box, test = collision::SimdKernels::Get().testBox](const auto* boxes, std::size_t count, auto* masks)
             { test(box, boxes, count, masks); });
     return collector.GetAnswer();
 }
@@ -177,7 +177,7 @@ CEntityArray_SpatialQuery::Answer CEntityArray_SpatialQuery::InSphere(CVector3 c
     const collision::SphereQuery sphere{center, radius};
     Collector collector(buffer, *m_cache);
     i_Sweep(GetQueryRange(*grid, box.GetFloats()), false, collector,
-            [&sphere, test = collision::BoxKernels::Get().testSphere](const auto* boxes, std::size_t count, auto* masks)
+            [&sphere, test = collision::SimdKernels::Get().testSphere](const auto* boxes, std::size_t count, auto* masks)
             { test(sphere, boxes, count, masks); });
     return collector.GetAnswer();
 }

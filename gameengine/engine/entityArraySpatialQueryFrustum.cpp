@@ -212,7 +212,7 @@ CEntityArray_SpatialQuery::Answer CEntityArray_SpatialQuery::InFrustum(const col
     Collector collector(buffer, *m_cache);
     const FrustumRows rows(frustum, *grid);
     const collision::FrustumQuery planes(frustum);
-    const auto test = [&planes, kernel = collision::BoxKernels::Get().testFrustum](
+    const auto test = [&planes, kernel = collision::SimdKernels::Get().testFrustum](
                           const auto* boxes, std::size_t count, auto* masks) { kernel(planes, boxes, count, masks); };
     const GridShape& shape = rows.GetShape();
     const CellRange range = rows.GetRange();

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "gameengine/engine/entityArraySpatialQuery.h"
-#include "tamradeps/collision/boxKernels.h"
+#include "tamradeps/collision/simdKernels.h"
 
 #include <algorithm>
 #include <array>

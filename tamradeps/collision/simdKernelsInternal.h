@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tamradeps/collision/boxKernels.h"
+#include "tamradeps/collision/simdKernels.h"
 
 #include <cstring>
 
@@ -14,9 +14,9 @@
 
 namespace collision
 {
-extern const BoxKernels kSse2Kernels;
-extern const BoxKernels kAvx2Kernels;
-extern const BoxKernels kAvx512Kernels;
+extern const SimdKernels kSse2Kernels;
+extern const SimdKernels kAvx2Kernels;
+extern const SimdKernels kAvx512Kernels;
 
 /// For each mask of eight bits: the numbers of those that are set, lowest first, a byte each; and how many are.
 struct BitTables
@@ -31,6 +31,7 @@ extern const BitTables kBitTables;
 namespace
 {
 /// What differs by instruction set; the source of each defines its own:
+/// LoadFours(start, stride): four floats from each place, `stride` floats apart.
 /// LoadTwo(low, high): a vector of two rows; only where a vector is longer than a row.
 /// Bits(outcome): bit i tells the outcome in lane i.
 /// Transpose(boxes, block): puts eight boxes in a row into a block.
@@ -38,6 +39,26 @@ namespace
 /// many of them count.
 template <class Arch>
 struct Target;
+
+template <int kSelection>
+TAMRA_INLINE __m128 Shuffle(__m128 a, __m128 b)
+{
+    return _mm_shuffle_ps(a, b, kSelection);
+}
+#ifdef __AVX2__
+template <int kSelection>
+TAMRA_INLINE __m256 Shuffle(__m256 a, __m256 b)
+{
+    return _mm256_shuffle_ps(a, b, kSelection);
+}
+#endif
+#ifdef __AVX512F__
+template <int kSelection>
+TAMRA_INLINE __m512 Shuffle(__m512 a, __m512 b)
+{
+    return _mm512_shuffle_ps(a, b, kSelection);
+}
+#endif
 
 constexpr std::size_t kRowBytes = sizeof(BoxBlock::values[0]);
 
@@ -210,31 +231,6 @@ std::size_t Find(const Query& query, const PrimAABB* boxes, std::size_t count, s
     return kept;
 }
 
-template <class Arch>
-constexpr BoxKernels MakeKernels(const char* name)
-{
-    return {name,
-            &TestBlocks<Arch, FrustumQuery>,
-            &TestBlocks<Arch, PrimAABB>,
-            &TestBlocks<Arch, SphereQuery>,
-            &Find<Arch, FrustumQuery>,
-            &Find<Arch, PrimAABB>,
-            &Find<Arch, SphereQuery>};
-}
-
-template <int kSelection>
-__m128 Shuffle(__m128 a, __m128 b)
-{
-    return _mm_shuffle_ps(a, b, kSelection);
-}
-#ifdef __AVX2__
-template <int kSelection>
-__m256 Shuffle(__m256 a, __m256 b)
-{
-    return _mm256_shuffle_ps(a, b, kSelection);
-}
-#endif
-
 /// Eight boxes in a row, four at a time in each 128 bits of a register, into a block. `load(i)` gives floats 4 * i to
 /// 4 * i + 3 of each four boxes, `store(i, row)` takes coordinate i of theirs. (Arrays instead would go through
 /// memory.)
@@ -266,13 +262,14 @@ TAMRA_INLINE void TransposeFours(auto load, auto store)
 }
 
 #ifdef __AVX2__
+TAMRA_INLINE __m256 LoadTwoFours(const float* start, std::size_t stride)
+{
+    return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(start)), _mm_loadu_ps(start + stride), 1);
+}
+
 TAMRA_INLINE void TransposeEight(const float* boxes, BoxBlock& block)
 {
-    const auto load = [boxes](int i)
-    {
-        return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(boxes + i * 4)),
-                                    _mm_loadu_ps(boxes + 24 + i * 4), 1);
-    };
+    const auto load = [boxes](int i) { return LoadTwoFours(boxes + i * 4, 24); };
     TransposeFours(load, [&block](int i, __m256 row) { _mm256_store_ps(block.values[i], row); });
 }
 
@@ -284,5 +281,103 @@ TAMRA_INLINE std::size_t WriteEight(std::uint32_t* found, std::uint32_t first, s
     return static_cast<std::size_t>(_mm_popcnt_u32(mask));
 }
 #endif
+/// In each four lanes, lane `kLane` of theirs.
+template <int kLane>
+TAMRA_INLINE auto Splat(auto values)
+{
+    return Shuffle<_MM_SHUFFLE(kLane, kLane, kLane, kLane)>(values, values);
+}
+
+/// The steps of PrimAABB::TransformAABB, one box in each four lanes.
+template <class Arch, std::size_t kBoxes>
+TAMRA_INLINE void TransformSome(const CMatrix* matrices, const PrimAABB* boxes, PrimAABB* results)
+{
+    using Batch = xsimd::batch<float, Arch>;
+    using Register = typename Batch::register_type;
+    const float* elements = matrices->GetElements();
+    const Register first = Target<Arch>::LoadFours(boxes->GetFloats(), 6);
+    const Register last = Target<Arch>::LoadFours(boxes->GetFloats() + 2, 6);
+    Batch low = Target<Arch>::LoadFours(elements + 12, 16);
+    Batch high = low;
+    const auto add = [&](int axis, Register minimum, Register maximum)
+    {
+        const Batch column = Target<Arch>::LoadFours(elements + axis * 4, 16);
+        const Batch a = column * Batch(minimum);
+        const Batch b = column * Batch(maximum);
+        low = low + xsimd::min(a, b);
+        high = high + xsimd::max(a, b);
+    };
+    add(0, Splat<0>(first), Splat<3>(first));
+    add(1, Splat<1>(first), Splat<2>(last));
+    add(2, Splat<2>(first), Splat<3>(last));
+    const Register lowEnd = low;
+    const Register highEnd = high;
+    const Register corners = Shuffle<_MM_SHUFFLE(0, 0, 2, 2)>(lowEnd, highEnd); // low z twice, high x twice
+    const Batch front(Shuffle<_MM_SHUFFLE(2, 0, 1, 0)>(lowEnd, corners));
+    const Batch back(Shuffle<_MM_SHUFFLE(2, 1, 2, 1)>(highEnd, highEnd));
+    alignas(Batch) float fronts[kBoxes * 4];
+    alignas(Batch) float backs[kBoxes * 4];
+    front.store_aligned(fronts);
+    back.store_aligned(backs);
+    for (std::size_t i = 0; i < kBoxes; ++i)
+    {
+        float values[6];
+        std::memcpy(values, fronts + i * 4, 4 * sizeof(float));
+        std::memcpy(values + 4, backs + i * 4, 2 * sizeof(float));
+        results[i] = PrimAABB(values);
+    }
+}
+
+template <class Arch>
+void TransformBoxes(const CMatrix* matrices, const PrimAABB* boxes, PrimAABB* results, std::size_t count)
+{
+    constexpr std::size_t kBoxes = xsimd::batch<float, Arch>::size / 4;
+    std::size_t i = 0;
+    for (; i + kBoxes <= count; i += kBoxes)
+        TransformSome<Arch, kBoxes>(matrices + i, boxes + i, results + i);
+    if (i < count)
+        kSse2Kernels.transformBoxes(matrices + i, boxes + i, results + i, count - i);
+}
+
+/// The steps of the product of two matrices, one column in each four lanes.
+template <class Arch>
+void MultiplyMatrices(const CMatrix* a, const CMatrix* b, CMatrix* results, std::size_t count)
+{
+    using Batch = xsimd::batch<float, Arch>;
+    using Register = typename Batch::register_type;
+    constexpr std::size_t kParts = 16 / Batch::size;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const float* left = a[i].GetElements();
+        const Batch column0(Target<Arch>::LoadFours(left, 0));
+        const Batch column1(Target<Arch>::LoadFours(left + 4, 0));
+        const Batch column2(Target<Arch>::LoadFours(left + 8, 0));
+        const Batch column3(Target<Arch>::LoadFours(left + 12, 0));
+        for (std::size_t part = 0; part < kParts; ++part)
+        {
+            const Register factors = Batch::load_unaligned(b[i].GetElements() + part * Batch::size);
+            Batch sum = column0 * Batch(Splat<0>(factors));
+            sum = sum + column1 * Batch(Splat<1>(factors));
+            sum = sum + column2 * Batch(Splat<2>(factors));
+            sum = sum + column3 * Batch(Splat<3>(factors));
+            sum.store_unaligned(results[i].GetElements() + part * Batch::size);
+        }
+    }
+}
+
+template <class Arch>
+constexpr SimdKernels MakeKernels(const char* name)
+{
+    return {name,
+            &TestBlocks<Arch, FrustumQuery>,
+            &TestBlocks<Arch, PrimAABB>,
+            &TestBlocks<Arch, SphereQuery>,
+            &Find<Arch, FrustumQuery>,
+            &Find<Arch, PrimAABB>,
+            &Find<Arch, SphereQuery>,
+            &TransformBoxes<Arch>,
+            &MultiplyMatrices<Arch>};
+}
+
 } // namespace
 } // namespace collision

@@ -1,4 +1,4 @@
-#include "tamradeps/collision/boxKernelsInternal.h"
+#include "tamradeps/collision/simdKernelsInternal.h"
 
 namespace collision
 {
@@ -7,6 +7,8 @@ namespace
 template <>
 struct Target<xsimd::avx2>
 {
+    static __m256 LoadFours(const float* start, std::size_t stride) { return LoadTwoFours(start, stride); }
+
     static std::uint32_t Bits(__m256 outcome) { return static_cast<std::uint32_t>(_mm256_movemask_ps(outcome)); }
 
     static void Transpose(const float* boxes, BoxBlock& block) { TransposeEight(boxes, block); }
@@ -18,5 +20,5 @@ struct Target<xsimd::avx2>
 };
 } // namespace
 
-const BoxKernels kAvx2Kernels = MakeKernels<xsimd::avx2>("avx2");
+const SimdKernels kAvx2Kernels = MakeKernels<xsimd::avx2>("avx2");
 } // namespace collision

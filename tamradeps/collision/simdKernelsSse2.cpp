@@ -1,4 +1,4 @@
-#include "tamradeps/collision/boxKernelsInternal.h"
+#include "tamradeps/collision/simdKernelsInternal.h"
 
 namespace collision
 {
@@ -7,6 +7,8 @@ namespace
 template <>
 struct Target<xsimd::sse2>
 {
+    static __m128 LoadFours(const float* start, std::size_t) { return _mm_loadu_ps(start); }
+
     static std::uint32_t Bits(__m128 outcome) { return static_cast<std::uint32_t>(_mm_movemask_ps(outcome)); }
 
     static void Transpose(const float* boxes, BoxBlock& block)
@@ -32,5 +34,5 @@ struct Target<xsimd::sse2>
 };
 } // namespace
 
-const BoxKernels kSse2Kernels = MakeKernels<xsimd::sse2>("sse2");
+const SimdKernels kSse2Kernels = MakeKernels<xsimd::sse2>("sse2");
 } // namespace collision

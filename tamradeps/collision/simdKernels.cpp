@@ -1,4 +1,4 @@
-#include "tamradeps/collision/boxKernelsInternal.h"
+#include "tamradeps/collision/simdKernelsInternal.h"
 
 namespace collision
 {
@@ -20,7 +20,7 @@ constexpr BitTables MakeBitTables()
 
 struct Sets
 {
-    const BoxKernels* kernels[3] = {&kSse2Kernels};
+    const SimdKernels* kernels[3] = {&kSse2Kernels};
     std::size_t count = 1;
 };
 
@@ -47,13 +47,13 @@ const Sets& GetSets() noexcept
 
 constexpr BitTables kBitTables = MakeBitTables();
 
-const BoxKernels& BoxKernels::Get() noexcept
+const SimdKernels& SimdKernels::Get() noexcept
 {
     const Sets& sets = GetSets();
     return *sets.kernels[sets.count - 1];
 }
 
-std::span<const BoxKernels* const> BoxKernels::GetAll() noexcept
+std::span<const SimdKernels* const> SimdKernels::GetAll() noexcept
 {
     const Sets& sets = GetSets();
     return {sets.kernels, sets.count};

@@ -56,15 +56,16 @@ struct SphereQuery
     float radius = 0.0F;
 };
 
-/// Tests and transforms of many boxes, in the widest vector instructions that the processor has. Keep the reference
-/// that `Get` returns: a call through it costs as much as a virtual one. The results are the same to the last bit on
-/// every set, and those of PrimFrustum::Test, PrimAABB::Test, PrimAABB::TransformAABB and CMatrix's product.
-struct BoxKernels
+/// Work on many boxes and matrices at once, in the widest vector instructions that the processor has. Keep the
+/// reference that `Get` returns: a call through it costs as much as a virtual one. The results are the same to the last
+/// bit on every set, and those of PrimFrustum::Test, PrimAABB::Test, PrimAABB::TransformAABB and the product of
+/// matrices.
+struct SimdKernels
 {
     /// The best set of this processor, chosen once at start. Any thread, any time.
-    TAMRADEPS_API static const BoxKernels& Get() noexcept;
+    TAMRADEPS_API static const SimdKernels& Get() noexcept;
     /// Every set that this processor and its operating system can run, the plainest first.
-    TAMRADEPS_API static std::span<const BoxKernels* const> GetAll() noexcept;
+    TAMRADEPS_API static std::span<const SimdKernels* const> GetAll() noexcept;
 
     /// "sse2", "avx2" or "avx512".
     const char* name;
@@ -81,5 +82,10 @@ struct BoxKernels
     std::size_t (*findInBox)(const PrimAABB& query, const PrimAABB* boxes, std::size_t count, std::uint32_t* found);
     std::size_t (*findInSphere)(const SphereQuery& query, const PrimAABB* boxes, std::size_t count,
                                 std::uint32_t* found);
+
+    /// results[i] is the box around boxes[i] moved by matrices[i]. `results` may be `boxes`.
+    void (*transformBoxes)(const CMatrix* matrices, const PrimAABB* boxes, PrimAABB* results, std::size_t count);
+    /// results[i] = a[i] * b[i]. `results` may be `a` or `b`.
+    void (*multiplyMatrices)(const CMatrix* a, const CMatrix* b, CMatrix* results, std::size_t count);
 };
 } // namespace collision
