@@ -177,7 +177,7 @@ CEntityArray_SpatialQuery::Answer CEntityArray_SpatialQuery::InSphere(CVector3 c
     const collision::SphereQuery sphere{center, radius};
     Collector collector(buffer, *m_cache);
     i_Sweep(GetQueryRange(*grid, box.GetFloats()), false, collector,
-            [&sphere, test = collision::SimdKernels::Get().testSphere](const auto* boxes, std::size_t count, auto* masks)
-            { test(sphere, boxes, count, masks); });
+            [&sphere, test = collision::SimdKernels::Get().testSphere](
+                const auto* boxes, std::size_t count, auto* masks) { test(sphere, boxes, count, masks); });
     return collector.GetAnswer();
 }

@@ -12,6 +12,7 @@
 #include <limits>
 #include <memory>
 #include <span>
+#include <type_traits>
 #include <vector>
 
 /// Questions about what is where, over an acceleration tree with a grid.
@@ -73,7 +74,22 @@ public:
     /// The `count` entities whose boxes are nearest to a point, the nearest first (distance 0 inside a box), equally
     /// near ones in the order in which the tree got them. Fewer when there are not so many within `maxDistance`.
     Answer Nearest(CVector3 point, std::size_t count, Buffer& buffer,
-                   float maxDistance = std::numeric_limits<float>::infinity());
+                   float maxDistance = std::numeric_limits<float>::infinity())
+    {
+        return i_Nearest(point, count, buffer, maxDistance, nullptr, nullptr);
+    }
+
+    /// The same among those for which `accepts(CEntity*)` is true. It is asked only about entities that are near
+    /// enough, sometimes twice, and must change nothing.
+    template <class Filter>
+    Answer NearestOf(CVector3 point, std::size_t count, Buffer& buffer, float maxDistance, Filter&& accepts)
+    {
+        return i_Nearest(
+            point, count, buffer, maxDistance,
+            [](void* context, CEntity* entity)
+            { return static_cast<bool>((*static_cast<std::remove_reference_t<Filter>*>(context))(entity)); },
+            const_cast<void*>(static_cast<const void*>(&accepts)));
+    }
 
     /// Boxes that the last question looked at or took together with their cell.
     std::uint32_t GetLastCandidateCount() const noexcept;
@@ -81,6 +97,7 @@ public:
     CEntityArray_AccelerationTree* GetTree() const noexcept { return m_tree.Get(); }
 
 private:
+    using EntityFilter = bool (*)(void* context, CEntity* entity);
     using RayVisitor = bool (*)(void* context, CEntity* entity, float distance);
     class CellCache;
     class Collector;
@@ -89,6 +106,9 @@ private:
     template <class Test>
     void i_Sweep(const CAABBDynamicGrid::CellRange& range, bool takesInterior, Collector& collector, const Test& test);
     void i_VisitAlongRay(CVector3 origin, CVector3 direction, float maxDistance, RayVisitor visitor, void* context);
+
+    Answer i_Nearest(CVector3 point, std::size_t count, Buffer& buffer, float maxDistance, EntityFilter filter,
+                     void* context);
 
     RefPtr<CEntityArray_AccelerationTree> m_tree;
     std::unique_ptr<CellCache> m_cache;

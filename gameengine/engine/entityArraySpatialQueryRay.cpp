@@ -241,8 +241,9 @@ CEntityArray_SpatialQuery::Answer CEntityArray_SpatialQuery::AlongRay(CVector3 o
     return {buffer.data(), count};
 }
 
-CEntityArray_SpatialQuery::Answer CEntityArray_SpatialQuery::Nearest(CVector3 point, std::size_t count, Buffer& buffer,
-                                                                     float maxDistance)
+CEntityArray_SpatialQuery::Answer CEntityArray_SpatialQuery::i_Nearest(CVector3 point, std::size_t count,
+                                                                       Buffer& buffer, float maxDistance,
+                                                                       EntityFilter filter, void* context)
 {
     const CAABBDynamicGrid* const grid = i_Begin();
     const float values[3] = {point.x, point.y, point.z};
@@ -258,7 +259,8 @@ CEntityArray_SpatialQuery::Answer CEntityArray_SpatialQuery::Nearest(CVector3 po
     {
         const double distance = GetDistanceSquared(boxes, lane, start);
         const CellCache::Hit hit{distance, owners.entities[lane], owners.slots[lane]};
-        if (distance > worst || (best.size() == count && !(hit < best.front())) || !m_cache->MeetFirst(owners, lane))
+        if (distance > worst || (best.size() == count && !(hit < best.front())) ||
+            (filter && !filter(context, owners.entities[lane])) || !m_cache->MeetFirst(owners, lane))
             return;
         if (best.size() == count)
         {

@@ -264,6 +264,16 @@ TEST_F(SpatialQuery, NearestOnesComeSorted)
         ASSERT_EQ(Set(answer).size(), std::min(count, expected.size()));
         for (std::size_t i = 0; i < answer.size(); ++i)
             EXPECT_NEAR(Distance(BoxOf(answer[i]), point), expected[i], 1e-4);
+
+        // Every other one of them all.
+        const auto isOdd = [](const CEntity* entity) { return entity->GetSerial() % 2 == 1; };
+        const std::vector<CEntity*> all(answer.begin(), answer.end());
+        const auto odd = m_query.NearestOf(point, count, m_buffer, reach, isOdd);
+        const auto wanted = std::count_if(all.begin(), all.end(), isOdd);
+        ASSERT_GE(odd.size(), static_cast<std::size_t>(wanted));
+        std::size_t next = 0;
+        for (CEntity* entity : all)
+            EXPECT_TRUE(!isOdd(entity) || odd[next++] == entity);
     }
 }
 
