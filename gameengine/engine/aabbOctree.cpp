@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -13,6 +15,15 @@ constexpr int kDeepest = 127; // a depth is eight bits
 std::size_t ToPoolCount(int count) noexcept
 {
     return count < 1 ? 1 : static_cast<std::size_t>(count);
+}
+
+// Null when there is not that much memory.
+CAABBOctreeNode* AllocateNodes(int count) noexcept
+{
+    const std::uint64_t size = static_cast<std::uint64_t>(std::max(count, 0)) * sizeof(CAABBOctreeNode);
+    if (size > std::numeric_limits<std::size_t>::max() / 2)
+        return nullptr;
+    return static_cast<CAABBOctreeNode*>(::operator new(static_cast<std::size_t>(size), std::nothrow));
 }
 } // namespace
 
@@ -54,11 +65,11 @@ CAABBOctree::CAABBOctree(const collision::PrimAABB& bounds, int maxNodes, int po
                          int maxObjectsPerNode)
     : CAABBOctreeNode(bounds),
       m_objectPool(sizeof(SpatialObjectOctree), ToPoolCount(poolBlockCount)),
-      m_nodeArray(std::make_unique<CAABBOctreeNode[]>(static_cast<std::size_t>(std::max(maxNodes, 0)))),
+      m_nodeArray(AllocateNodes(maxNodes)),
       m_nextFreeNode(m_nodeArray.get()),
       m_maxDepth(std::min(maxDepth, kDeepest)),
       m_maxObjectsPerNode(maxObjectsPerNode),
-      m_maxNodes(std::max(maxNodes, 0)),
+      m_maxNodes(m_nodeArray ? std::max(maxNodes, 0) : 0),
       m_poolBlockCount(poolBlockCount)
 {
 }
@@ -133,7 +144,7 @@ void CAABBOctree::i_SetChildBox(const CAABBOctreeNode& node, int child, CAABBOct
 
 void CAABBOctree::Subdivide(CAABBOctreeNode* node)
 {
-    if (node->children)
+    if (node->children || node->depth == kDeepest)
         return;
     node->children = i_Allocate8Node();
     for (int i = 0; i < kChildren; ++i)
@@ -174,6 +185,7 @@ CAABBOctreeNode* CAABBOctree::i_Allocate8Node()
     if (m_nodeArray.get() + m_maxNodes - m_nextFreeNode < kChildren)
         std::abort();
     CAABBOctreeNode* const group = m_nextFreeNode;
+    std::uninitialized_default_construct_n(group, kChildren);
     m_nextFreeNode += kChildren;
     return group;
 }

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <new>
+#include <type_traits>
 
 class CAABBOctree;
 class CAABBOctreeNode;
@@ -40,6 +42,7 @@ protected:
     /// Takes the first record of the object off the list and gives it back; false when there is none.
     bool i_RemoveObject(CAABBOctree* octree, const void* object) noexcept;
 };
+static_assert(std::is_trivially_destructible_v<CAABBOctreeNode>, "the octree frees its nodes as bare memory");
 
 /// An octree over a box of the world, whose leaves split when they hold too many objects. Boxes are six floats, min x,
 /// y, z, max x, y, z; objects are pointers that it neither owns nor follows. The octree is its own root node.
@@ -63,8 +66,9 @@ public:
         void* context = nullptr;
     };
 
-    /// `maxNodes` is the number of nodes below the root; `poolBlockCount` that of the first block of records. A leaf
-    /// splits when it gets more than `maxObjectsPerNode` objects, unless its depth is `maxDepth` (at most 127).
+    /// `maxNodes` is the number of nodes below the root, none if memory does not suffice for them; `poolBlockCount`
+    /// that of the first block of records. A leaf splits when it gets more than `maxObjectsPerNode` objects, unless its
+    /// depth is `maxDepth` (at most 127). Takes constant time: nodes are written when a split takes them.
     CAABBOctree(const collision::PrimAABB& bounds, int maxNodes, int poolBlockCount, int maxDepth,
                 int maxObjectsPerNode);
     CAABBOctree(const CAABBOctree&) = delete;
@@ -82,7 +86,7 @@ public:
     /// The deepest node, from `start` downwards, whose children do not share the box; null when it lies outside them.
     CAABBOctreeNode* FindBestFitNodeAABB(const collision::PrimAABB& box, CAABBOctreeNode* start) const noexcept;
 
-    /// Splits a leaf into eight; a node with children is left as it is.
+    /// Splits a leaf into eight; a node with children, or at depth 127, is left as it is.
     void Subdivide(CAABBOctreeNode* node);
 
     /// Checks nodes, depths and records. For tests; walks everything.
@@ -103,12 +107,16 @@ protected:
 
 private:
     struct ObjectCallback;
+    struct FreeNodes
+    {
+        void operator()(CAABBOctreeNode* nodes) const noexcept { ::operator delete(nodes); }
+    };
 
     static void i_Walk(const collision::PrimAABB& box, CAABBOctreeNode* node, walkCallback& callback);
     static void i_SetChildBox(const CAABBOctreeNode& node, int child, CAABBOctreeNode& out) noexcept;
 
     CMemoryDynamicPoolAllocator m_objectPool;
-    std::unique_ptr<CAABBOctreeNode[]> m_nodeArray;
+    std::unique_ptr<CAABBOctreeNode[], FreeNodes> m_nodeArray; // bare memory from m_nextFreeNode on
     CAABBOctreeNode* m_nextFreeNode;
     std::int32_t m_maxDepth;
     std::int32_t m_maxObjectsPerNode;

@@ -204,6 +204,19 @@ TEST(Octree, FatalMistakesEndTheProgramWithoutAWord)
     EXPECT_DEATH(add(deep, 1), "^$");
 }
 
+TEST(Octree, EndsAtTheDeepestDepth)
+{
+    CAABBOctree octree(kAroundOrigin, 8 * 200, 4, 200, 0);
+    CAABBOctreeNode* node = &octree;
+    for (octree.Subdivide(node); node->children; octree.Subdivide(node))
+        node = node->children;
+    EXPECT_EQ(node->depth, 127);
+    const float box[6] = {-8, -8, -8, -8, -8, -8};
+    EXPECT_TRUE(octree.AddObject(box, &octree, node));
+    EXPECT_EQ(node->CountObjects(), 1);
+    EXPECT_TRUE(octree.Validate());
+}
+
 TEST(Octree, TakesAnyBox)
 {
     const float strange[] = {std::numeric_limits<float>::quiet_NaN(),
