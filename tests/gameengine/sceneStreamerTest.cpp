@@ -35,7 +35,7 @@ protected:
         for (int x = 0; x < edge; ++x)
             for (int y = 0; y < edge; ++y)
             {
-                const std::string name = Label(Label("e", x).append("-").c_str(), y);
+                const std::string name = Label('e', x, '-', y);
                 const CVector3 position(static_cast<float>(x) * distance, static_cast<float>(y) * distance, 0.0F);
                 m_model[name] = position;
                 world.Add(name, position);

@@ -27,7 +27,7 @@ public:
         else if (action < 45)
             Move(entity, GetRandomPosition());
         else if (action < 60)
-            Rename(entity, Label(Label("", GetId(entity)).append("/").c_str(), static_cast<int>(m_random() % 1000)));
+            Rename(entity, Label(GetId(entity), '/', m_random() % 1000));
         else if (action < 70)
             Delete(entity);
         else if (action < 75)
@@ -65,7 +65,7 @@ private:
         return {number(), number(), number()};
     }
 
-    void Create() { m_scene->Add(Label("", m_nextId++).append("/new"), GetRandomPosition()); }
+    void Create() { m_scene->Add(Label(m_nextId++, "/new"), GetRandomPosition()); }
 
     void Delete(CEntity* entity)
     {

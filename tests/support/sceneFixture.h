@@ -5,6 +5,7 @@
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "gameengine/engine/scene.h"
 #include "support/random.h"
+#include "tamradeps/math/matrix.h"
 
 #include <deque>
 #include <functional>
@@ -16,6 +17,13 @@
 
 namespace test
 {
+inline CMatrix At(CVector3 position)
+{
+    CMatrix matrix;
+    matrix.SetTranslation(position);
+    return matrix;
+}
+
 /// Creates components of these classes on the entity, in this order, between a lock and an unlock.
 template <class... Components>
 void AddComponents(CEntity& entity)
