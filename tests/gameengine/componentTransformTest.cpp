@@ -3,13 +3,11 @@
 #include "support/allocations.h"
 #include "support/expectations.h"
 #include "support/sceneFixture.h"
-#include "tamradeps/udb/udbGroup.h"
 
 #include <cmath>
 #include <numbers>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using test::At;
 using testing::ElementsAre;
@@ -19,29 +17,17 @@ namespace
 using Direct = ComponentTransformDirect;
 using Child = ComponentTransformParent;
 
-class TransformTest : public testing::Test
-{
-protected:
-    template <class Transform>
-    Transform& Make()
-    {
-        m_entities.push_back(m_scene.Make<Transform>());
-        return *m_entities.back()->template Find<Transform>();
-    }
-    // Deletes a transform as a game would.
-    static void Destroy(ComponentTransform& transform)
-    {
-        const RefPtr<CEntity> entity(transform.GetEntity());
-        entity->LockComponentList();
-        delete &transform;
-        entity->UnlockComponentList();
-        EXPECT_EQ(entity->Find<ComponentTransform>(), nullptr);
-    }
+using TransformTest = test::SceneTest;
 
-    test::Scene m_scene;
-    std::vector<RefPtr<CEntity>> m_entities;
-    test::EventLog m_log;
-};
+// Deletes a transform as a game would.
+void Destroy(ComponentTransform& transform)
+{
+    const RefPtr<CEntity> entity(transform.GetEntity());
+    entity->LockComponentList();
+    delete &transform;
+    entity->UnlockComponentList();
+    EXPECT_EQ(entity->Find<ComponentTransform>(), nullptr);
+}
 
 TEST_F(TransformTest, RaisesTheMatrixThenTheBox)
 {
@@ -97,7 +83,6 @@ TEST_F(TransformTest, ChildrenFollowAfterTheirParents)
 TEST_F(TransformTest, PropertiesReadAndWriteTheMatrix)
 {
     Direct& direct = Make<Direct>();
-    CEntityComponentProperty property;
     const auto expectAxes = [&](CVector3 x, CVector3 y, CVector3 z, CVector3 place)
     {
         const CMatrix& matrix = direct.GetTransform();
@@ -110,34 +95,34 @@ TEST_F(TransformTest, PropertiesReadAndWriteTheMatrix)
     scaled.RotateEuler(0.3F, 0.2F, 0.1F);
     scaled.Scale3(1.5F, 2, 3);
     direct.SetTransform(scaled);
-    ASSERT_TRUE(direct.GetProperty(1, &property));
+    ASSERT_TRUE(direct.GetProperty(1, &m_property));
     float angles[4] = {};
-    property.GetFloats(angles);
+    m_property.GetFloats(angles);
     EXPECT_LT((CVector3(angles[0], angles[1], angles[2]) - CVector3(0.3F, 0.2F, 0.1F) * 57.29578F).Length(), 1e-3F);
-    property.SetVector3("Rotation", 0, 90, 0);
-    EXPECT_TRUE(direct.SetPropertyTo("Rotation", property));
+    m_property.SetVector3("Rotation", 0, 90, 0);
+    EXPECT_TRUE(direct.SetPropertyTo("Rotation", m_property));
     expectAxes({0, 0, -1.5F}, {0, 2, 0}, {3, 0, 0}, {1, 2, 3});
-    property.SetFloat("Scale", 3.0F);
-    EXPECT_TRUE(direct.SetPropertyTo("Scale", property));
+    m_property.SetFloat("Scale", 3.0F);
+    EXPECT_TRUE(direct.SetPropertyTo("Scale", m_property));
     expectAxes({0, 0, -3}, {0, 4, 0}, {6, 0, 0}, {1, 2, 3});
-    property.SetVector3("Translation", 7, 8, 9);
-    EXPECT_TRUE(direct.SetPropertyTo("Translation", property));
+    m_property.SetVector3("Translation", 7, 8, 9);
+    EXPECT_TRUE(direct.SetPropertyTo("Translation", m_property));
     expectAxes({0, 0, -3}, {0, 4, 0}, {6, 0, 0}, {7, 8, 9});
 
     // An axis without length cannot be scaled to one; nothing becomes NaN.
     CMatrix flat;
     flat.SetLocalX({0, 0, 0});
     direct.SetTransform(flat);
-    property.SetFloat("Scale", 3.0F);
-    direct.SetPropertyTo("Scale", property);
+    m_property.SetFloat("Scale", 3.0F);
+    direct.SetPropertyTo("Scale", m_property);
     EXPECT_EQ(direct.GetTransform(), flat);
 
     // Of a child, reads show the world and writes go to the local matrix.
     Child& child = Make<Child>();
     direct.SetTransform(At({10, 0, 0}));
     child.SetParent(&direct);
-    property.SetVector3("Translation", 5, 0, 0);
-    child.SetPropertyTo("Translation", property);
+    m_property.SetVector3("Translation", 5, 0, 0);
+    child.SetPropertyTo("Translation", m_property);
     EXPECT_EQ(child.GetSelfTransform(), At({5, 0, 0}));
     EXPECT_EQ(child.GetTransform(), At({15, 0, 0}));
 }
@@ -149,28 +134,26 @@ TEST_F(TransformTest, SavesSixteenExactNumbers)
     for (int i = 0; i < 16; ++i)
         matrix.GetElements()[i] = std::ldexp(1.0F + static_cast<float>(i) / 3.0F, i * 16 - 140);
     direct.SetTransform(matrix);
-    UDBDatabase database;
-    UDBGroup* group = database.AllocateGroup();
-    direct.SerializerSave(*group);
+    direct.SerializerSave(m_group);
     std::string keys;
-    for (const UDBEntry& entry : *group)
+    for (const UDBEntry& entry : m_group)
         keys += entry.GetKey();
     EXPECT_EQ(keys, "m11m12m13m14m21m22m23m24m31m32m33m34m41m42m43m44");
     Child& loaded = Make<Child>();
-    loaded.SerializerLoad(*group);
+    loaded.SerializerLoad(m_group);
     EXPECT_EQ(loaded.GetTransform(), matrix);
-    UDBGroup* part = database.AllocateGroup();
-    part->AddNumber("m41", 4.0);
-    part->AddString("m42", "5");
-    loaded.SerializerLoad(*part);
+    m_group.Clear();
+    m_group.AddNumber("m41", 4.0);
+    m_group.AddString("m42", "5");
+    loaded.SerializerLoad(m_group);
     EXPECT_EQ(loaded.GetTransform(), At({4, 0, 0})) << "what is absent is that of the identity";
 
     // A child saves where it stands and loads that as its local matrix.
     direct.SetTransform(At({0, 0, 1}));
     loaded.SetParent(&direct);
-    group->Clear();
-    loaded.SerializerSave(*group);
-    loaded.SerializerLoad(*group);
+    m_group.Clear();
+    loaded.SerializerSave(m_group);
+    loaded.SerializerLoad(m_group);
     EXPECT_EQ(loaded.GetTransform(), At({4, 0, 2}));
 }
 
