@@ -6,21 +6,19 @@
 #include "gameengine/engine/componentTransformDirect.h"
 #include "support/expectations.h"
 #include "support/sceneFixture.h"
-#include "tamradeps/udb/udbGroup.h"
 #include "tamraengine/renderer/renderer.h"
 
 #include <limits>
 #include <memory>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace
 {
-class ComponentsTest : public testing::Test
+class ComponentsTest : public test::SceneTest
 {
 protected:
     // The keys under which the component saves itself to the group.
@@ -33,11 +31,6 @@ protected:
             keys += std::string(entry.GetKey()) + ' ';
         return keys;
     }
-
-    test::Scene m_scene;
-    UDBDatabase m_database;
-    UDBGroup& m_group = *m_database.AllocateGroup();
-    CEntityComponentProperty m_property;
 };
 
 TEST_F(ComponentsTest, IdsAreThoseOfSavedScenes)
@@ -61,16 +54,14 @@ TEST_F(ComponentsTest, TheCameraLooksAlongLocalXWithLocalZUp)
     EXPECT_LT((view.TransformPoint({5, 8, 7}) - CVector3(0, 0, -2)).Length(), 1e-5F);
     EXPECT_LT((view.TransformPoint({5, 6, 9}) - CVector3(0, 2, 0)).Length(), 1e-5F);
 
-    const auto blind = m_scene.Make<ComponentCamera>();
     test::ExpectAssertions lines{"gameengine/engine/componentCamera 77"};
-    EXPECT_EQ(blind->Find<ComponentCamera>()->GenerateViewMatrix(), CMatrix::View({0, 0, 0}, {1, 0, 0}, {0, 0, 1}));
+    EXPECT_EQ(Make<ComponentCamera>().GenerateViewMatrix(), CMatrix::View({0, 0, 0}, {1, 0, 0}, {0, 0, 1}));
 }
 
 TEST_F(ComponentsTest, TheCameraSavesAndCopies)
 {
-    const auto entity = m_scene.Make<ComponentCamera>();
+    auto& camera = Make<ComponentCamera>();
     const auto second = m_scene.Make<ComponentCamera, ComponentEditorData>();
-    auto& camera = *entity->Find<ComponentCamera>();
     auto& other = *second->Find<ComponentCamera>();
     for (const auto& [name, value] :
          {std::pair("FOV", 0.1F), std::pair("Near Distance", -2.0F), std::pair("Far Distance", 1e30F)})
@@ -103,10 +94,8 @@ TEST_F(ComponentsTest, TheCameraSavesAndCopies)
 
 TEST_F(ComponentsTest, RenderSettingsSaveAndLoad)
 {
-    const auto entity = m_scene.Make<ComponentRenderSettings>();
-    const auto second = m_scene.Make<ComponentRenderSettings>();
-    auto& settings = *entity->Find<ComponentRenderSettings>();
-    auto& loaded = *second->Find<ComponentRenderSettings>();
+    auto& settings = Make<ComponentRenderSettings>();
+    auto& loaded = Make<ComponentRenderSettings>();
     const float clear[4] = {0.1F, 0.2F, 0.3F, 0.4F};
     const float ambient[4] = {5, 6, 7, 8};
     m_property.SetColor("Clear Color", clear);
@@ -128,14 +117,13 @@ TEST_F(ComponentsTest, RenderSettingsSaveAndLoad)
     EXPECT_TRUE(std::equal(clear, clear + 4, loaded.GetClearColor()));
     EXPECT_TRUE(std::equal(ambient, ambient + 4, loaded.GetAmbientColor()));
     EXPECT_TRUE(loaded.GetFogEnabled() && loaded.GetFogNear() == 10.0F && loaded.GetFogFar() == 20.0F);
-    for (const auto& [fog, isOn] : {std::pair(1.0, true), std::pair(0.99, false), std::pair(2.0, false),
-                                    std::pair(-1.0, false), std::pair(std::numeric_limits<double>::quiet_NaN(), false)})
+    for (const double fog : {1.0, 0.99, 2.0, -1.0, std::numeric_limits<double>::quiet_NaN()})
     {
         m_group.Clear();
         m_group.AddNumber("fog", fog);
-        loaded.SetFog(!isOn, 10, 20);
+        loaded.SetFog(fog != 1.0, 10, 20);
         loaded.SerializerLoad(m_group);
-        EXPECT_EQ(loaded.GetFogEnabled(), isOn) << fog;
+        EXPECT_EQ(loaded.GetFogEnabled(), fog == 1.0) << fog;
     }
     loaded.Copy(&settings);
     EXPECT_TRUE(loaded.GetFogEnabled());
@@ -174,19 +162,17 @@ TEST_F(ComponentsTest, EditorNamesOfAnyLength)
 
 TEST_F(ComponentsTest, RuntimeDataRemembersTheFrame)
 {
-    const auto entity = m_scene.Make<ComponentRuntimeData>();
-    auto& data = *entity->Find<ComponentRuntimeData>();
+    auto& data = Make<ComponentRuntimeData>();
     data.UpdateLastVisibleFrame();
     EXPECT_FALSE(data.WasVisibleThisFrame()) << "no renderer";
 
     renderer::CRenderer renderer;
-    test::EventLog log;
-    log.Listen(data.GetVisibilityEvents(), "seen",
-               [&](const EventMessage& message)
-               {
-                   EXPECT_EQ(message.first.GetObjectPointer<CEntityComponent>("CEntityComponent"), &data);
-                   EXPECT_TRUE(message.second.IsEmpty());
-               });
+    m_log.Listen(data.GetVisibilityEvents(), "seen",
+                 [&](const EventMessage& message)
+                 {
+                     EXPECT_EQ(message.first.GetObjectPointer<CEntityComponent>("CEntityComponent"), &data);
+                     EXPECT_TRUE(message.second.IsEmpty());
+                 });
     const std::uint64_t wrap = std::uint64_t{1} << 32;
     const struct
     {
@@ -202,7 +188,7 @@ TEST_F(ComponentsTest, RuntimeDataRemembersTheFrame)
         data.UpdateLastVisibleFrame();
         if (row.drawnIn < wrap)
             data.UpdateLastVisibleFrame();
-        EXPECT_THAT(log.Take(), ElementsAre("seen 0")) << "once a frame";
+        EXPECT_THAT(m_log.Take(), ElementsAre("seen 0")) << "once a frame";
         EXPECT_EQ(data.GetLastVisibleFrame(), static_cast<std::uint32_t>(row.drawnIn));
         renderer.SetFrameNumber(row.askedIn);
         EXPECT_EQ(data.WasVisibleThisFrame(), row.expected) << row.drawnIn << ' ' << row.askedIn;
@@ -218,30 +204,28 @@ TEST_F(ComponentsTest, RuntimeDataOwnsItsPayloads)
         ~Payload() override { freed += entity->Find<ComponentRuntimeData>() ? 1 : 0; }
         const CEntity* entity;
     };
-    auto entity = m_scene.Make<ComponentRuntimeData>();
-    auto& data = *entity->Find<ComponentRuntimeData>();
+    auto& data = Make<ComponentRuntimeData>();
     data.index = 9;
     for (auto* payload : {&data.primaryData, &data.secondaryData, &data.extraData[0], &data.extraData[3]})
-        *payload = std::make_unique<Payload>(*entity);
+        *payload = std::make_unique<Payload>(*data.GetEntity());
     EXPECT_EQ(ComponentRuntimeData(data).index, 9);
     EXPECT_EQ(freed, 0) << "a copy has no payloads";
-    entity = nullptr;
+    m_entities.clear();
     EXPECT_EQ(freed, 4) << "before the component leaves its repository";
 }
 
 TEST_F(ComponentsTest, TheAlwaysVisibleMarkWorksOnceTheListIsComplete)
 {
-    const auto getFlags = [](const CEntity& entity) { return entity.Find<ComponentRuntimeData>()->flags; };
     const auto entity = m_scene.Make<ComponentAlwaysVisible>(); // without runtime data
     entity->LockComponentList();
     ComponentRuntimeData::CreateComponent(entity.Get());
-    entity->Find<ComponentRuntimeData>()->flags = 6;
-    EXPECT_EQ(getFlags(*entity), 6U);
+    std::uint32_t& flags = entity->Find<ComponentRuntimeData>()->flags;
+    flags = 6;
     entity->UnlockComponentList();
-    EXPECT_EQ(getFlags(*entity), 7U);
+    EXPECT_EQ(flags, 7U);
     entity->LockComponentList();
     delete entity->Find<ComponentAlwaysVisible>();
-    EXPECT_EQ(getFlags(*entity), 6U);
+    EXPECT_EQ(flags, 6U);
     ComponentAlwaysVisible::CreateComponent(entity.Get());
     delete entity->Find<ComponentRuntimeData>();
     delete entity->Find<ComponentAlwaysVisible>();

@@ -3,7 +3,6 @@
 #include "gameengine/engine/componentRuntimeData.h"
 #include "support/expectations.h"
 #include "support/sceneFixture.h"
-#include "tamradeps/udb/udbGroup.h"
 
 #include <cmath>
 #include <cstring>
@@ -12,7 +11,6 @@
 #include <utility>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using testing::ElementsAre;
 
@@ -86,7 +84,7 @@ public:
 };
 TAMRA_COMPONENT_IMPLEMENT(ComponentProbe, CEntityComponentRepository);
 
-class EntityComponentTest : public testing::Test
+class EntityComponentTest : public test::SceneTest
 {
 protected:
     EntityComponentTest() { m_types.Add("ComponentProbe", ComponentProbe::TYPEID(), &ComponentProbe::CreateComponent); }
@@ -94,11 +92,6 @@ protected:
     {
         ComponentProbe::s_hook = nullptr;
         m_types.Remove(m_types.FindByName("ComponentProbe"));
-    }
-    ComponentProbe& Make()
-    {
-        m_entities.push_back(m_scene.Make<ComponentProbe>());
-        return *m_entities.back()->Find<ComponentProbe>();
     }
     // A new entity with what the group holds.
     RefPtr<CEntity> Load()
@@ -111,16 +104,11 @@ protected:
     }
 
     CEntityComponentTypeDatabase& m_types = CEntityComponentTypeDatabase::Instance();
-    test::Scene m_scene;
-    std::vector<RefPtr<CEntity>> m_entities;
-    UDBDatabase m_database;
-    UDBGroup& m_group = *m_database.AllocateGroup();
-    Property m_property;
 };
 
 TEST_F(EntityComponentTest, EveryKindComesBack)
 {
-    ComponentProbe& probe = Make();
+    ComponentProbe& probe = Make<ComponentProbe>();
     const float tint[4] = {0, 0, 0, 0.1F};
     const std::string longest(255, 'n');  // that fits a record
     const std::string shortest(256, 'f'); // that does not
@@ -147,7 +135,7 @@ TEST_F(EntityComponentTest, EveryKindComesBack)
     other.AddNumber("note", 5.0);
     other.AddNumber("place", 5.0);
     other.AddNewGroup("tint")->AddString("r", "5");
-    ComponentProbe& loaded = Make();
+    ComponentProbe& loaded = Make<ComponentProbe>();
     for (UDBGroup* group : {&m_group, m_database.AllocateGroup(), &other})
     {
         loaded.SerializerLoad(*group);
@@ -165,7 +153,7 @@ TEST_F(EntityComponentTest, EveryKindComesBack)
 TEST_F(EntityComponentTest, NumbersBecomeTheNearestIntegerTowardZero)
 {
     using Limits = std::numeric_limits<std::int32_t>;
-    ComponentProbe& probe = Make();
+    ComponentProbe& probe = Make<ComponentProbe>();
     const double nan = std::numeric_limits<double>::quiet_NaN();
     for (const auto& [number, expected] :
          {std::pair(2.9, 2), std::pair(-2.9, -2), std::pair(1e300, Limits::max()), std::pair(-1e300, Limits::min()),
@@ -182,7 +170,7 @@ TEST_F(EntityComponentTest, NumbersBecomeTheNearestIntegerTowardZero)
 
 TEST_F(EntityComponentTest, PropertiesAreSetByTheirWholeName)
 {
-    ComponentProbe& probe = Make();
+    ComponentProbe& probe = Make<ComponentProbe>();
     EXPECT_EQ(probe.FindProperty("mode"), 7);
     m_property.SetFloat("ratio", 2.5F);
     for (const char* name : {"Ratio", "rati", "ratio ", ""})
@@ -245,15 +233,14 @@ TEST_F(EntityComponentTest, MayDeleteSiblingsAtAnyMoment)
         };
         Load();
         m_scene.Spawn<ComponentProbe, ComponentCamera, ComponentEditorData>()->SerializerSave(m_group);
-        m_scene.GetArray().Clear();
-        EXPECT_TRUE(m_scene.GetArray().Validate());
+        m_array.Clear();
+        EXPECT_TRUE(m_array.Validate());
     }
 }
 
 TEST_F(EntityComponentTest, TheEntityLivesUntilItsListIsUnlocked)
 {
-    CEntity* const entity = Make().GetEntity();
-    const std::int32_t live = CEntity::GetLiveCount();
+    CEntity* const entity = Make<ComponentProbe>().GetEntity();
     int unlocked = 0;
     ComponentProbe::s_hook = [&](ComponentProbe&, Moment moment)
     {
@@ -262,7 +249,7 @@ TEST_F(EntityComponentTest, TheEntityLivesUntilItsListIsUnlocked)
     };
     test::AddComponents<ComponentProbe>(*entity);
     EXPECT_EQ(unlocked, 2) << "every component is told";
-    EXPECT_EQ(CEntity::GetLiveCount(), live - 1);
+    EXPECT_EQ(CEntity::GetLiveCount(), m_live);
 }
 
 TEST_F(EntityComponentTest, TypesAreFoundByPosition)
@@ -275,7 +262,7 @@ TEST_F(EntityComponentTest, TypesAreFoundByPosition)
     EXPECT_EQ(m_types.FindByName("componentcamera"), -1);
     for (const int position : {-1, count, 1 << 30})
     {
-        EXPECT_EQ(m_types.Create(position, Make().GetEntity()), nullptr) << position;
+        EXPECT_EQ(m_types.Create(position, Make<ComponentProbe>().GetEntity()), nullptr) << position;
         EXPECT_EQ(m_types.GetComponent(position), nullptr) << position;
         EXPECT_EQ(m_types.GetName(position), nullptr) << position;
         m_types.Remove(position);

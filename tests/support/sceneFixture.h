@@ -96,14 +96,6 @@ inline CEntity* GetEntity(const EventMessage& message)
     return message.first.GetObjectPointer<CEntity>("CEntity");
 }
 
-inline std::vector<std::string> GetKeys(const UDBGroup& group)
-{
-    std::vector<std::string> keys;
-    for (const UDBEntry& entry : group)
-        keys.emplace_back(entry.GetKey());
-    return keys;
-}
-
 /// A scene, components of its own entities, and what most tests of them need.
 class SceneTest : public testing::Test
 {
