@@ -26,8 +26,8 @@ public:
             Move(entity, GetRandomPosition());
         else if (action < 60)
             Rename(entity, Label(GetId(entity), '/', m_random.Below(1000)));
-        else if (action < 75)
-            TakeOut(entity, action < 70);
+        else if (action < 76)
+            TakeOut(entity, action);
         else if (action < 82)
             Save();
         else if (action < 84)
@@ -59,14 +59,18 @@ private:
         return {number(), number(), number()};
     }
 
-    void TakeOut(CEntity* entity, bool isDeleted)
+    // Deletes the entity from the file too, or makes the store forget it, or leaves it known to the store.
+    void TakeOut(CEntity* entity, int action)
     {
-        if (m_known.erase(GetId(entity)) > 0 && isDeleted)
-            m_deleted.insert(GetId(entity));
-        if (isDeleted)
+        const bool isKnown = m_known.contains(GetId(entity));
+        if (action < 75)
+            m_known.erase(GetId(entity));
+        if (action < 69)
             m_store->DeleteEntity(entity);
-        else
+        else if (action < 75)
             m_store->RemoveEntity(entity);
+        if (action < 69 && isKnown)
+            m_deleted.insert(GetId(entity));
         m_scene->GetArray().Remove(entity);
     }
 
@@ -106,7 +110,10 @@ private:
                 !m_deleted.contains(id) && m_known.insert(id).second)
                 expected.insert(stored);
         }
-        ASSERT_TRUE(m_store->Load(min, max));
+        std::vector<std::int64_t> rows;
+        ASSERT_TRUE(m_random.OneIn(2) ? m_store->Load(min, max) : m_store->CollectRows(min, max, rows));
+        for (const std::int64_t row : rows)
+            ASSERT_TRUE(m_store->LoadRow(row));
         ASSERT_EQ(m_scene->GetContent(), expected);
     }
 

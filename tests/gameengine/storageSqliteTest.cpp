@@ -55,7 +55,11 @@ TEST_F(StorageSqlite, SchemaAndRowsAreAsPromised)
     m_scene.Add("a", {1.5F, -2.0F, 3.0F});
     m_scene.Spawn<>();
     Move(m_scene.Add("nan", {}), {std::numeric_limits<float>::quiet_NaN(), 4.0F, 5.0F});
+    m_store.DeleteEntity(m_scene.Find("a")); // has no row yet
     ASSERT_TRUE(m_store.Save());
+    EXPECT_EQ(m_store.Get(-1), nullptr);
+    EXPECT_EQ(m_store.Get(3), nullptr);
+    EXPECT_EQ(m_store.FindRow(nullptr), -1);
     EXPECT_EQ(
         Query(m_path, "SELECT sql FROM sqlite_master WHERE name NOT LIKE 'sqlite_%' ORDER BY rowid"),
         (Lines{
@@ -170,48 +174,6 @@ TEST_F(StorageSqlite, RegionBoundsAreInclusiveAndMayBeOpen)
             EXPECT_EQ(loaded.GetContent(), expected);
         }
     }
-
-    // Overlapping regions, one loader: each row once. What the game took out stays out while the loader knows it.
-    ASSERT_TRUE(m_store.Load(low, high) && m_store.Load(nullptr, high));
-    m_scene.GetArray().Remove(m_scene.Find("0,0"));
-    ASSERT_TRUE(m_store.Load(nullptr, nullptr));
-    EXPECT_FALSE(m_scene.Find("0,0"));
-    EXPECT_EQ(m_scene.GetArray().GetCount(), 25);
-    EXPECT_EQ(m_store.GetEntityCount(), 26);
-    m_store.ClearCache();
-    ASSERT_TRUE(m_store.Load(nullptr, nullptr));
-    EXPECT_TRUE(m_scene.Find("0,0"));
-}
-
-TEST_F(StorageSqlite, ForgettingKeepsTheRowDeletingDeletesIt)
-{
-    CEntity* const entities[] = {m_scene.Add("kept", {}), m_scene.Add("forgotten", {}), m_scene.Add("deleted", {})};
-    const auto& [kept, forgotten, deleted] = entities;
-    m_store.DeleteEntity(deleted); // has no row yet
-    ASSERT_TRUE(m_store.Save());
-    ExpectCounters(0, 3, 0, 0);
-    const std::int64_t row = m_store.FindRow(deleted);
-    m_store.RemoveEntity(forgotten);
-    m_store.DeleteEntity(deleted);
-    EXPECT_EQ(m_store.Get(0), kept);
-    EXPECT_EQ(m_store.Get(1), nullptr);
-    EXPECT_EQ(m_store.Get(-1), nullptr);
-    EXPECT_EQ(m_store.FindRow(forgotten), -1);
-    EXPECT_EQ(m_store.FindRow(nullptr), -1);
-    m_scene.GetArray().Remove(forgotten);
-    m_scene.GetArray().Remove(deleted);
-
-    // Not loaded again, although its row is there till the next full save.
-    std::vector<std::int64_t> rows;
-    ASSERT_TRUE(m_store.SaveEntities({}) && m_store.CollectRows(nullptr, nullptr, rows));
-    EXPECT_EQ(rows.size(), 2U);
-    EXPECT_EQ(m_store.LoadRow(row), nullptr);
-    ASSERT_TRUE(m_store.Load(nullptr, nullptr));
-    EXPECT_EQ(m_scene.GetContent(), (Content{{"kept", {}}, {"forgotten", {}}}));
-    EXPECT_EQ(LoadContent(m_path).size(), 3U);
-    ASSERT_TRUE(m_store.Save() && m_store.Save());
-    ExpectCounters(1, 3, 0, 1);
-    EXPECT_EQ(LoadContent(m_path), m_scene.GetContent());
 }
 
 TEST_F(StorageSqlite, RowsKeepWhatIsUnknownUntilTheEntityChanges)
