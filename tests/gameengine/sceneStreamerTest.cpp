@@ -100,16 +100,13 @@ TEST_F(SceneStreamer, RandomWalkWithEdits)
                 m_model.erase(name);
                 break;
             case 1:
-            {
-                const std::string fresh = Label("new", created++);
-                m_model[fresh] = focus + step(60);
-                m_scene.Add(fresh, m_model[fresh]);
+                m_model[Label("new", ++created)] = focus + step(60);
+                m_scene.Add(Label("new", created), m_model[Label("new", created)]);
                 break;
-            }
             case 2:
                 m_model.erase(name);
+                m_model[Label("renamed", ++created)] = GetPosition(entity);
                 Rename(entity, Label("renamed", created));
-                m_model[Label("renamed", created++)] = GetPosition(entity);
                 break;
             default:
                 m_model[name] = GetPosition(entity) + step(random.OneIn(4) ? 200.0F : 8.0F);
@@ -182,7 +179,6 @@ TEST_F(SceneStreamer, WanderersCountWhereTheyAre)
 {
     MakeWorld(30, 5.0F);
     const CVector3 there(120.0F, 120.0F, 0.0F);
-    const CVector3 beyond(1000.0F, 0.0F, 0.0F);
     ASSERT_TRUE(m_streamer->Finish({20.0F, 20.0F, 0.0F}));
     // The player's companion jumps along, to where nothing is loaded yet: it must not be dropped and loaded anew.
     const RefPtr<CEntity> companion(m_scene.Find("e4-4"));
@@ -191,19 +187,14 @@ TEST_F(SceneStreamer, WanderersCountWhereTheyAre)
     EXPECT_TRUE(m_array.Contains(companion.Get()));
     ASSERT_TRUE(m_streamer->Finish(there));
     EXPECT_TRUE(m_array.Contains(companion.Get()));
-    EXPECT_FALSE(m_scene.Find("e0-0"));
-    // One that drives away from here leaves, saved, after a while.
-    Move(m_scene.Find("e24-24"), beyond);
-    Update(there, 10);
-    EXPECT_FALSE(m_scene.Find("e24-24"));
-    ASSERT_TRUE(m_streamer->Finish(beyond));
-    EXPECT_TRUE(m_scene.Find("e24-24"));
-    // One that gets its place later counts from then on.
+    // One that drives away from here leaves after a while; one that gets its place later counts from then on.
+    Move(companion.Get(), {1000.0F, 0.0F, 0.0F});
     const RefPtr<CEntity> late = m_scene.Spawn<>();
     AddComponents<ComponentTransformDirect>(*late);
-    ASSERT_TRUE(m_store.Save() && m_streamer->Finish(beyond));
+    ASSERT_TRUE(m_store.Save());
+    Update(there, 10);
+    EXPECT_FALSE(m_array.Contains(companion.Get()));
     EXPECT_FALSE(m_array.Contains(late.Get()));
-    EXPECT_TRUE(m_streamer->Validate());
 }
 
 TEST_F(SceneStreamer, EntitiesStayWhileTheStoreFails)
