@@ -88,7 +88,7 @@ TEST_F(StorageSqlite, NameChoosesTheBackEnd)
         const std::string path = m_folder.Path(name);
         EXPECT_TRUE(CEntityArray_SaveLoad::Save(path.c_str(), world)) << name;
         EXPECT_EQ(LoadContent(path), m_world.GetContent()) << name;
-        EXPECT_EQ(static_cast<char>(ReadFile(path)[0]), firstByte);
+        EXPECT_EQ(ReadFile(path)[0], firstByte);
     }
     for (const char* name : {"x.db", "x.sdbx", "x", "db", ""})
     {

@@ -53,17 +53,6 @@ inline void Rename(CEntity* entity, const std::string& name)
     entity->Find<ComponentEditorData>()->SetData(name.c_str());
 }
 
-/// The bytes under which the entity would be stored, with its components in their own order.
-inline std::vector<std::byte> GetBytes(CEntity* entity)
-{
-    UDBDatabase data;
-    UDBGroup* group = data.AllocateGroup();
-    entity->SerializerSave(*group);
-    std::vector<std::byte> bytes;
-    EXPECT_TRUE(UDBReadWriteBinary(true).Write(*group, bytes));
-    return bytes;
-}
-
 /// A scene of entities that have a place and a name.
 class StorageScene : public Scene
 {
@@ -145,17 +134,9 @@ inline void SetBlob(sqlite::database& database, std::int64_t row, const std::vec
                 update.step() == sqlite::query::Step::Done);
 }
 
-inline std::vector<std::byte> ReadFile(const std::string& path)
+inline std::string ReadFile(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
-    const std::string content{std::istreambuf_iterator<char>(file), {}};
-    const auto* bytes = reinterpret_cast<const std::byte*>(content.data());
-    return {bytes, bytes + content.size()};
-}
-
-inline void WriteFile(const std::string& path, const std::vector<std::byte>& content)
-{
-    std::ofstream file(path, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 } // namespace test
