@@ -1,11 +1,11 @@
 #include "gameengine/engine/entityComponentRepository.h"
 
-#include "gameengine/engine/componentTransformDirect.h"
 #include "support/expectations.h"
-#include "support/sceneFixture.h"
+#include "support/random.h"
 
 #include <map>
 #include <memory>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -60,48 +60,24 @@ TEST(FastRepository, ServesIndicesPastItsEndWithAReport)
 {
     const auto repository = std::make_unique<CEntityComponentRepositoryFast>(kTypeId);
     repository->Set(99999, Value(1));
-    EXPECT_EQ(repository->Find(99999), Value(1));
-    {
-        test::ExpectAssertions lines{"gameengine/engine/entityComponent 52", "gameengine/engine/entityComponent 51",
-                                     "gameengine/engine/entityComponent 51", "gameengine/engine/entityComponent 53",
-                                     "gameengine/engine/entityComponent 51"};
-        repository->Set(100000, Value(2));
-        EXPECT_EQ(repository->Find(100000), Value(2));
-        EXPECT_EQ(repository->Find(0xFFFFFFFF), nullptr);
-        repository->Remove(100000);
-        EXPECT_EQ(repository->Find(100000), nullptr);
-    }
     repository->RemoveIf(99999, Value(2));
     EXPECT_EQ(repository->Find(99999), Value(1));
     repository->RemoveIf(99999, Value(1));
     EXPECT_EQ(repository->Find(99999), nullptr);
-}
 
-TEST(FastRepository, AComponentPastItsEndReportsOnceForEachAccess)
-{
-    test::Scene scene;
-    std::vector<RefPtr<CEntity>> entities;
-    while (entities.empty() || entities.back()->GetIndex() < 100000)
-        entities.push_back(scene.Make<>());
-    test::ExpectAssertions lines{"gameengine/engine/entityComponent 52", "gameengine/engine/entityComponent 51",
-                                 "gameengine/engine/entityComponent 53"};
-    test::AddComponents<ComponentTransformDirect>(*entities.back());
-    EXPECT_EQ(entities.back()->Find<ComponentTransform>(), entities.back()->GetComponent(0));
-    EXPECT_EQ(entities.back()->Find<ComponentTransformDirect>(), entities.back()->GetComponent(0));
-    // Low indices last, for the tests to come.
-    while (!entities.empty())
-        entities.pop_back();
-}
-
-TEST(RepositoryRegistry, NamesTheRepositoryCreatedLast)
-{
-    using Base = CEntityComponentRepositoryBase;
-    EXPECT_EQ(Base::GetRepository(kTypeId), nullptr);
-    const auto first = std::make_unique<CEntityComponentRepository>(kTypeId);
-    EXPECT_EQ(Base::GetRepository(kTypeId), first.get());
-    auto second = std::make_unique<CEntityComponentRepository>(kTypeId);
-    EXPECT_EQ(Base::GetRepository(kTypeId), second.get());
-    second.reset();
-    EXPECT_EQ(Base::GetRepository(kTypeId), nullptr);
+    const std::string found = "gameengine/engine/entityComponent 51";
+    const std::string set = "gameengine/engine/entityComponent 52";
+    const std::string removed = "gameengine/engine/entityComponent 53";
+    const test::ExpectAssertions lines{set, found, found, removed, found, removed, found, set, removed, found};
+    repository->Set(100000, Value(2));
+    EXPECT_EQ(repository->Find(0xFFFFFFFF), nullptr);
+    EXPECT_EQ(repository->Find(100000), Value(2));
+    repository->RemoveIf(100000, Value(3));
+    EXPECT_EQ(repository->Find(100000), Value(2));
+    repository->RemoveIf(100000, Value(2));
+    EXPECT_EQ(repository->Find(100000), nullptr);
+    repository->Set(100000, Value(2));
+    repository->Remove(100000);
+    EXPECT_EQ(repository->Find(100000), nullptr);
 }
 } // namespace
