@@ -223,8 +223,10 @@ TEST_F(SceneStreamer, EntitiesStayWhileTheStoreFails)
     EXPECT_FALSE(m_scene.Find("renamed"));
     EXPECT_TRUE(m_scene.Find("e24-24"));
 
-    // The file is locked when the rows of a cell are known, but not read: they come later, none is missing.
-    m_streamer->Update(here);
+    // The file is locked when the rows of all cells are known, but not read: they come later, none is missing.
+    m_streamer.emplace(m_store, m_array,
+                       CSceneStreamer::Settings{.cellSize = 10, .loadRadius = 30, .keepRadius = 45, .rowBudget = 3});
+    Update(here, 20);
     ASSERT_TRUE(other.execute("BEGIN EXCLUSIVE"));
     {
         const ExpectLog expected{"locked", "locked"};
