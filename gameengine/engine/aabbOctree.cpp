@@ -17,13 +17,13 @@ std::size_t ToPoolCount(int count) noexcept
     return count < 1 ? 1 : static_cast<std::size_t>(count);
 }
 
-// Null when there is not that much memory.
+// Bare memory, null when there is not that much.
 CAABBOctreeNode* AllocateNodes(int count) noexcept
 {
     const std::uint64_t size = static_cast<std::uint64_t>(std::max(count, 0)) * sizeof(CAABBOctreeNode);
     if (size > std::numeric_limits<std::size_t>::max() / 2)
         return nullptr;
-    return static_cast<CAABBOctreeNode*>(::operator new(static_cast<std::size_t>(size), std::nothrow));
+    return static_cast<CAABBOctreeNode*>(std::malloc(static_cast<std::size_t>(size)));
 }
 } // namespace
 

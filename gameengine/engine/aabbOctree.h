@@ -5,8 +5,8 @@
 #include "tamradeps/core/memoryDynamicPoolAllocator.h"
 
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
-#include <new>
 #include <type_traits>
 
 class CAABBOctree;
@@ -109,7 +109,7 @@ private:
     struct ObjectCallback;
     struct FreeNodes
     {
-        void operator()(CAABBOctreeNode* nodes) const noexcept { ::operator delete(nodes); }
+        void operator()(CAABBOctreeNode* nodes) const noexcept { std::free(nodes); }
     };
 
     static void i_Walk(const collision::PrimAABB& box, CAABBOctreeNode* node, walkCallback& callback);
