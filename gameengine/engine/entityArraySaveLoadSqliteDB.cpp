@@ -57,6 +57,14 @@ bool CEntityArray_SaveLoad_SqliteDB::i_Prepare()
     return m_prepared;
 }
 
+// False when there is nothing to read: because the file has no table yet, or because it cannot be asked.
+bool CEntityArray_SaveLoad_SqliteDB::i_PrepareToRead(bool& isEmpty)
+{
+    bool failed = false;
+    isEmpty = !m_prepared && !m_database.tableExists("entities", &failed) && !failed;
+    return !isEmpty && !failed && i_Prepare();
+}
+
 bool CEntityArray_SaveLoad_SqliteDB::CreateEmpty()
 {
     if (!IsOpen())
@@ -93,10 +101,9 @@ bool CEntityArray_SaveLoad_SqliteDB::Load(const float* min, const float* max)
 {
     if (!IsOpen() || !m_manager)
         return false;
-    if (!m_prepared && !m_database.tableExists("entities"))
-        return true;
-    if (!i_Prepare())
-        return false;
+    bool isEmpty = false;
+    if (!i_PrepareToRead(isEmpty))
+        return isEmpty;
     // A listener who hears of a loaded entity may load a region of its own.
     sqlite::query nestedSelect;
     sqlite::query& select = m_loading ? nestedSelect : m_select;
@@ -118,9 +125,10 @@ bool CEntityArray_SaveLoad_SqliteDB::CollectRows(const float* min, const float* 
 {
     if (!IsOpen())
         return false;
-    if (!m_prepared && !m_database.tableExists("entities"))
-        return true;
-    if (!i_Prepare() || !i_BindRegion(m_selectIds, min, max))
+    bool isEmpty = false;
+    if (!i_PrepareToRead(isEmpty))
+        return isEmpty;
+    if (!i_BindRegion(m_selectIds, min, max))
         return false;
     Step step = Step::Row;
     while ((step = m_selectIds.step()) == Step::Row)
@@ -138,8 +146,15 @@ CEntity* CEntityArray_SaveLoad_SqliteDB::LoadRow(std::int64_t row, bool* failed)
         *failed = false;
     if (CEntity* loaded = FindEntity(row))
         return loaded;
-    if (!m_prepared || !m_manager || m_rowsToDelete.contains(row))
+    bool isEmpty = false;
+    if (!IsOpen() || !m_manager || m_rowsToDelete.contains(row))
         return nullptr;
+    if (!i_PrepareToRead(isEmpty))
+    {
+        if (failed)
+            *failed = !isEmpty;
+        return nullptr;
+    }
     m_selectRow.reset();
     const Step step = m_selectRow.bind(1, row) ? m_selectRow.step() : Step::Failed;
     if (failed)
@@ -197,8 +212,10 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveInTransaction(WriteRows writeRows)
         return false;
     m_written.clear();
     m_pending = m_counters;
-    const bool hadTable = m_prepared || m_database.tableExists("entities");
-    bool done = (hadTable || std::all_of(std::begin(kSchema), std::end(kSchema),
+    bool failed = false;
+    const bool hadTable = m_prepared || m_database.tableExists("entities", &failed);
+    bool done = !failed &&
+                (hadTable || std::all_of(std::begin(kSchema), std::end(kSchema),
                                          [this](const char* sql) { return m_database.execute(sql); })) &&
                 i_Prepare();
     m_busy = true;

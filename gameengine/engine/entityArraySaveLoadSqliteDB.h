@@ -104,6 +104,7 @@ private:
     };
 
     bool i_Prepare();
+    bool i_PrepareToRead(bool& isEmpty);
     bool i_IsFree() const;
     bool i_BindRegion(sqlite::query& query, const float* min, const float* max);
     CEntity* i_LoadBlob(std::int64_t row, std::span<const std::byte> blob);

@@ -133,11 +133,16 @@ std::int64_t database::totalChanges() const noexcept
     return m_connection ? sqlite3_total_changes64(m_connection) : 0;
 }
 
-bool database::tableExists(std::string_view name)
+bool database::tableExists(std::string_view name, bool* failed)
 {
     query find;
-    return find.prepare(*this, "SELECT 1 FROM sqlite_master WHERE type='table' AND name=?1 COLLATE NOCASE") &&
-           find.bind(1, name) && find.step() == query::Step::Row;
+    const bool asked =
+        find.prepare(*this, "SELECT 1 FROM sqlite_master WHERE type='table' AND name=?1 COLLATE NOCASE") &&
+        find.bind(1, name);
+    const query::Step step = asked ? find.step() : query::Step::Failed;
+    if (failed)
+        *failed = step == query::Step::Failed;
+    return step == query::Step::Row;
 }
 
 void database::setBusyTimeout(int milliseconds) noexcept

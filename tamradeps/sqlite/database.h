@@ -78,7 +78,8 @@ public:
     std::int64_t totalChanges() const noexcept;
 
     /// True when there is a table, not a view, of this name. ASCII letters compare without case, as in SQLite.
-    bool tableExists(std::string_view name);
+    /// `failed`, if given, says whether the file could not be asked.
+    bool tableExists(std::string_view name, bool* failed = nullptr);
 
     /// Milliseconds that a call waits for a lock of another process before it fails. Kept over `close` and `open`.
     void setBusyTimeout(int milliseconds) noexcept;

@@ -141,7 +141,11 @@ TEST_F(StorageFault, ForeignFilesAreRefusedAndLeftAlone)
 
 TEST_F(StorageFault, LockedFileIsRefusedUntilItIsReleased)
 {
+    // One that was opened before there was anything in the file.
+    const test::Scene emptyScene;
+    CEntityArray_SaveLoad_SqliteDB early(m_path.c_str(), emptyScene.GetInterfaces());
     SaveWorld();
+    early.GetDatabase().setBusyTimeout(20);
     m_store.GetDatabase().setBusyTimeout(20);
     std::vector<std::int64_t> rows;
     ASSERT_TRUE(m_store.CollectRows(nullptr, nullptr, rows));
@@ -150,7 +154,11 @@ TEST_F(StorageFault, LockedFileIsRefusedUntilItIsReleased)
     m_scene.Add("new", {});
     bool failed = false;
     {
-        const ExpectLog expected{"locked", "locked", "locked", "locked", "locked"};
+        const ExpectLog expected{"locked", "locked", "locked", "locked", "locked", "locked", "locked", "locked"};
+        EXPECT_FALSE(early.Load(nullptr, nullptr)) << "not known to be empty";
+        EXPECT_FALSE(early.CollectRows(nullptr, nullptr, rows));
+        EXPECT_EQ(early.LoadRow(1, &failed), nullptr);
+        EXPECT_TRUE(std::exchange(failed, false));
         EXPECT_FALSE(m_store.Load(nullptr, nullptr));
         EXPECT_FALSE(m_store.Save());
         EXPECT_FALSE(m_store.CreateEmpty());
