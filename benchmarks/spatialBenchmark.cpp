@@ -1,6 +1,11 @@
 // What it costs to find things by place: two trees of others, and a sweep over all boxes as the floor.
 
 #include "benchmarks/spatialWorld.h"
+#include "gameengine/engine/aabbGridAdvice.h"
+#include "gameengine/engine/componentRuntimeData.h"
+#include "gameengine/engine/componentTransformDirect.h"
+#include "gameengine/engine/entityArraySpatialQuery.h"
+#include "gameengine/engine/scene.h"
 #include "tamradeps/collision/simdKernels.h"
 
 #include <memory>
@@ -140,6 +145,144 @@ private:
 using BoostQuadratic = BoostTree<geometry::index::quadratic<16>>;
 using BoostRstar = BoostTree<geometry::index::rstar<16>>;
 
+// Our grid, of plain numbers.
+class Grid
+{
+public:
+    explicit Grid(const std::vector<PrimAABB>& boxes) : Grid(boxes, GetAdvice()) {}
+
+    // What the callers of the other trees get told by themselves: each box once, and only if it touches.
+    std::size_t Find(const PrimAABB& box, std::uint32_t* found)
+    {
+        Walk walk{{}, found, 0, box};
+        walk.function = [](CAABBDynamicGrid::walkCallback* callback, CAABBDynamicGridCell* cell)
+        {
+            auto& w = *static_cast<Walk*>(callback);
+            for (const auto* link = cell->objects; link; link = link->next)
+            {
+                const auto i = static_cast<std::uint32_t>(static_cast<const char*>(link->object) - kFirst);
+                if (w.box.Test(SpatialWorld::Get().boxes[i]))
+                    w.found[w.count++] = i;
+            }
+        };
+        m_grid.WalkAABBOnlyFilled(box.GetFloats(), walk);
+        std::sort(found, found + walk.count);
+        return static_cast<std::size_t>(std::unique(found, found + walk.count) - found);
+    }
+
+    static const AABBGridAdvice& GetAdvice()
+    {
+        static const AABBGridAdvice advice = AdviseGrid(SpatialWorld::Get().boxes);
+        return advice;
+    }
+
+private:
+    struct Walk : CAABBDynamicGrid::walkCallback
+    {
+        std::uint32_t* found;
+        std::size_t count;
+        const PrimAABB& box;
+    };
+
+    Grid(const std::vector<PrimAABB>& boxes, const AABBGridAdvice& advice)
+        : m_grid(advice.bounds.GetFloats(), advice.cellSize.x, advice.cellSize.y, advice.cellSize.z)
+    {
+        for (std::size_t i = 0; i < boxes.size(); ++i)
+            m_grid.AddObject(boxes[i].GetFloats(), const_cast<char*>(kFirst + i));
+    }
+
+    static constexpr const char* kFirst = nullptr;
+
+    CAABBDynamicGrid m_grid;
+};
+
+// Entities with a transform each, in an acceleration tree with that grid.
+class EntityWorld
+{
+public:
+    explicit EntityWorld(const std::vector<PrimAABB>& boxes) : query(tree.Get())
+    {
+        const AABBGridAdvice& advice = Grid::GetAdvice();
+        tree->InitializeWithDynamicGrid(advice.bounds.GetFloats(), advice.cellSize.x, advice.cellSize.y,
+                                        advice.cellSize.z);
+        tree->AddSource(&scene.GetArray());
+        for (const PrimAABB& box : boxes)
+        {
+            const RefPtr<CEntity> entity(new CEntity(scene.GetInterfaces()));
+            entity->LockComponentList();
+            ComponentRuntimeData::CreateComponent(entity.Get());
+            auto* transform = static_cast<ComponentTransform*>(ComponentTransformDirect::CreateComponent(entity.Get()));
+            entity->UnlockComponentList();
+            const PrimAABB local({0, 0, 0}, box.GetSize());
+            transform->SetUntransformedBoundingBox(local.GetFloats());
+            Move(*transform, box);
+            firstSerial = transforms.empty() ? entity->GetSerial() : firstSerial;
+            transforms.push_back(transform);
+            scene.GetArray().Add(entity.Get());
+        }
+    }
+
+    static void Move(ComponentTransform& transform, const PrimAABB& box)
+    {
+        CMatrix matrix;
+        matrix.SetTranslation(box.GetMin());
+        transform.SetTransform(matrix);
+    }
+    void MoveAll(const std::vector<PrimAABB>&, const std::vector<PrimAABB>& to)
+    {
+        for (std::size_t i = 0; i < to.size(); ++i)
+            Move(*transforms[i], to[i]);
+    }
+
+    std::span<CEntity* const> Ask(const PrimAABB& box) { return query.InBox(box, buffer); }
+    std::span<CEntity* const> Ask(const PrimFrustum& frustum) { return query.InFrustum(frustum, buffer); }
+    std::size_t Find(const PrimAABB& box, std::uint32_t* found) const
+    {
+        CEntityArray_SpatialQuery fresh(tree.Get());
+        CEntityArray_SpatialQuery::Buffer own;
+        return Write(fresh.InBox(box, own), found);
+    }
+
+    // All that stands in the cells around the box, each once.
+    std::span<CEntity* const> Walk(const PrimAABB& box)
+    {
+        struct Walk : CAABBDynamicGrid::walkCallback
+        {
+            CEntity** next;
+        } walk;
+        buffer.resize(transforms.size());
+        walk.next = buffer.data();
+        walk.function = [](CAABBDynamicGrid::walkCallback* callback, CAABBDynamicGridCell* cell)
+        {
+            auto& w = *static_cast<Walk*>(callback);
+            for (const auto* link = cell->objects; link; link = link->next)
+            {
+                if (CEntity* entity = CEntityArray_AccelerationTree::GetEntityFromTreeObject_Once(link->object))
+                    *w.next++ = entity;
+            }
+        };
+        CEntityArray_AccelerationTree::IncrementOnceCounter();
+        tree->GetGrid()->WalkAABBOnlyFilled(box.GetFloats(), walk);
+        return {buffer.data(), walk.next};
+    }
+
+    // An answer as numbers of boxes.
+    std::size_t Write(std::span<CEntity* const> entities, std::uint32_t* found) const
+    {
+        for (std::size_t i = 0; i < entities.size(); ++i)
+            found[i] = entities[i]->GetSerial() - firstSerial;
+        return entities.size();
+    }
+
+private:
+    CScene scene;
+    RefPtr<CEntityArray_AccelerationTree> tree{new CEntityArray_AccelerationTree};
+    CEntityArray_SpatialQuery query;
+    CEntityArray_SpatialQuery::Buffer buffer;
+    std::vector<ComponentTransform*> transforms;
+    std::uint32_t firstSerial = 0;
+};
+
 // Over one query's worth of boxes, enough to see that the tree is right.
 template <class Tree>
 std::uint64_t HashOf(Tree& tree)
@@ -192,15 +335,49 @@ void FindInBox(benchmark::State& state)
                       [&](const PrimAABB& box, std::uint32_t* found) { return tree.Find(box, found); });
 }
 
+BENCHMARK(InsertAll<Grid>)->Unit(benchmark::kMillisecond);
 BENCHMARK(InsertAll<BulletTree>)->Unit(benchmark::kMillisecond);
 BENCHMARK(InsertAll<BoostQuadratic>)->Unit(benchmark::kMillisecond);
 BENCHMARK(InsertAll<BoostRstar>)->Unit(benchmark::kMillisecond);
+BENCHMARK(MoveAll<EntityWorld>)->Unit(benchmark::kMillisecond);
 BENCHMARK(MoveAll<BulletTree>)->Unit(benchmark::kMillisecond);
 BENCHMARK(MoveAll<BoostQuadratic>)->Unit(benchmark::kMillisecond);
 BENCHMARK(MoveAll<BoostRstar>)->Unit(benchmark::kMillisecond);
 BENCHMARK(FindInBox<BulletTree>)->Unit(benchmark::kMillisecond);
 BENCHMARK(FindInBox<BoostQuadratic>)->Unit(benchmark::kMillisecond);
 BENCHMARK(FindInBox<BoostRstar>)->Unit(benchmark::kMillisecond);
+
+template <class Query, class Ask>
+void AskEntities(benchmark::State& state, const std::vector<Query>& queries, EntityWorld& world, const Ask& ask)
+{
+    bench::RunQueries(
+        state, queries, [&](const Query& query, std::uint32_t* found) { return world.Write(ask(query), found); },
+        [&](const Query& query, std::uint32_t*) { return ask(query).data(); });
+}
+
+void FindInBoxEntities(benchmark::State& state)
+{
+    EntityWorld world(SpatialWorld::Get().boxes);
+    AskEntities(state, SpatialWorld::Get().boxQueries, world, [&](const PrimAABB& box) { return world.Ask(box); });
+}
+BENCHMARK(FindInBoxEntities)->Unit(benchmark::kMillisecond);
+
+// Not an exact answer: what a renderer that walks the cells gets to see.
+void WalkOnceInBox(benchmark::State& state)
+{
+    EntityWorld world(SpatialWorld::Get().boxes);
+    AskEntities(state, SpatialWorld::Get().boxQueries, world, [&](const PrimAABB& box) { return world.Walk(box); });
+}
+BENCHMARK(WalkOnceInBox)->Unit(benchmark::kMillisecond);
+
+// May leave out some of what is outside near an edge and passes every plane.
+void FindInFrustumEntities(benchmark::State& state)
+{
+    EntityWorld world(SpatialWorld::Get().boxes);
+    AskEntities(state, SpatialWorld::Get().frusta, world,
+                [&](const PrimFrustum& frustum) { return world.Ask(frustum); });
+}
+BENCHMARK(FindInFrustumEntities)->Unit(benchmark::kMillisecond);
 
 // The planes of Bullet are of unit length, so its rounding differs: a box that touches a plane may be kept or not.
 void FindInFrustumBullet(benchmark::State& state)

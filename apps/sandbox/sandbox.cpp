@@ -118,6 +118,8 @@ bool FlyAndEdit(const SandboxOptions& options, const Files& files)
     std::printf("\n%d loaded and %d let go on the way; %d edited, %d added, %d deleted; %llu seen\n",
                 flight.GetLoaded(), flight.GetReleased(), edits.GetEdited(), edits.GetAdded(), edits.GetDeleted(),
                 static_cast<unsigned long long>(flight.GetSeen()));
+    flight.PrintQueries();
+    std::printf("\n");
     if (equal < 0)
     {
         std::printf("the file is NOT what it should be\n");

@@ -1,6 +1,7 @@
 #include "apps/sandbox/townEdits.h"
 
 #include "gameengine/engine/componentEditorData.h"
+#include "gameengine/engine/componentRuntimeData.h"
 #include "gameengine/engine/componentTransform.h"
 #include "tamradeps/udb/udbGroup.h"
 #include "tools/sceneTools/sceneInspect.h"
@@ -76,6 +77,10 @@ void CTownEdits::AddTower(CVector3 position)
     box.size = {12, 12, 120};
     box.centre = {position.x, position.y, box.size.z / 2};
     const RefPtr<CEntity> entity = CreateTownEntity(box, m_scene.GetInterfaces());
+    // Entities from a file have one by themselves.
+    entity->LockComponentList();
+    ComponentRuntimeData::CreateComponent(entity.Get());
+    entity->UnlockComponentList();
     m_scene.GetArray().Add(entity.Get());
     m_new.push_back(entity);
     ++m_added;

@@ -2,6 +2,8 @@
 
 #include "apps/sandbox/phaseReport.h"
 #include "apps/sandbox/townEdits.h"
+#include "apps/sandbox/townTraffic.h"
+#include "apps/sandbox/townView.h"
 #include "gameengine/engine/sceneStreamer.h"
 #include "tamraengine/renderer/renderQueue.h"
 #include "tamraengine/renderer/renderer.h"
@@ -9,8 +11,10 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 
-/// A flight over a town: a closed path, of which the surroundings are streamed in and out, frame by frame.
+/// A flight over a town: a closed path, of which the surroundings are streamed in and out, frame by frame. A grid
+/// follows what is loaded, cars included, and is asked each frame for what the camera sees.
 class CTownFlight
 {
 public:
@@ -26,8 +30,12 @@ public:
     /// Flies once around. Every few frames something is edited, added or deleted.
     void Fly(int frames, CTownEdits& edits, CPhaseReport& report);
 
-    /// Draws what was loaded on the way, the path, and the reach at some points of it.
+    /// Draws what was loaded on the way, the path, and at some points of it the reach, the view, what is in it, and the
+    /// cars.
     bool WriteMap(const std::string& path) const;
+
+    /// Prints what the questions and the cars cost in a frame.
+    void PrintQueries() const;
 
     int GetLoaded() const noexcept { return m_loaded; }
     int GetReleased() const noexcept { return m_released; }
@@ -42,6 +50,8 @@ private:
     };
 
     CVector3 i_GetFocus(double turn) const;
+    void i_StartTraffic();
+    void i_UpdateTraffic(CVector3 focus, CVector3 direction);
     void i_OnArrayChanged(const EventMessage& message);
 
     CScene& m_scene;
@@ -52,6 +62,13 @@ private:
     renderer::CRenderer m_clock;
     CRenderQueue m_renderQueue;
     CEventSubscription m_arrayChanged;
+    RefPtr<CEntityArray_AccelerationTree> m_tree{new CEntityArray_AccelerationTree};
+    CTownView m_view{m_tree.Get()};
+    std::unique_ptr<CTownTraffic> m_traffic;
+    std::uint32_t m_seed;
+    double m_planSeconds = 0.0;
+    double m_moveSeconds = 0.0;
+    int m_frames = 0;
     std::map<std::int64_t, Seen> m_seen; // by row
     int m_loaded = 0;
     int m_released = 0;

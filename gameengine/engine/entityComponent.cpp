@@ -3,12 +3,11 @@
 #include "gameengine/engine/entity.h"
 #include "gameengine/engine/entityComponentDatabase.h"
 #include "tamradeps/core/assertion.h"
+#include "tamradeps/core/tools.h"
 #include "tamradeps/udb/udbGroup.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <limits>
 
 namespace
 {
@@ -21,15 +20,6 @@ std::span<const char* const> GetMemberKeys(std::int32_t kind)
 {
     return kind == CEntityComponentProperty::kVector3 ? std::span<const char* const>(kVectorKeys)
                                                       : std::span<const char* const>(kColorKeys);
-}
-
-// Truncates toward zero; what does not fit becomes the nearest integer that does, NaN becomes 0.
-std::int32_t ToInt(double value)
-{
-    using Limits = std::numeric_limits<std::int32_t>;
-    if (std::isnan(value))
-        return 0;
-    return static_cast<std::int32_t>(std::clamp<double>(value, Limits::min(), Limits::max()));
 }
 } // namespace
 
@@ -164,9 +154,9 @@ void CEntityComponent::i_DeserializeProperty(int index, UDBGroup& group)
         if (!group.FindNumber(property.name, &number))
             return;
         if (property.kind == CEntityComponentProperty::kInt)
-            property.SetInt(property.name, ToInt(number));
+            property.SetInt(property.name, Tools_ToInt32(number));
         else
-            property.SetChoice(property.name, ToInt(number), property.choices);
+            property.SetChoice(property.name, Tools_ToInt32(number), property.choices);
         break;
     case CEntityComponentProperty::kFloat:
         if (!group.FindNumber(property.name, &number))

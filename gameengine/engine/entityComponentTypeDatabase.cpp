@@ -3,7 +3,9 @@
 #include "gameengine/engine/componentAlwaysVisible.h"
 #include "gameengine/engine/componentCamera.h"
 #include "gameengine/engine/componentEditorData.h"
+#include "gameengine/engine/componentLight.h"
 #include "gameengine/engine/componentRenderSettings.h"
+#include "gameengine/engine/componentShadowCaster.h"
 #include "gameengine/engine/componentTransformDirect.h"
 #include "gameengine/engine/componentTransformParent.h"
 #include "gameengine/engine/interfaceCollection.h"
@@ -114,5 +116,7 @@ void RegisterBuiltInComponents()
     add.operator()<ComponentEditorData>("ComponentEditorData");
     add.operator()<ComponentAlwaysVisible>("ComponentAlwaysVisible");
     add.operator()<ComponentCamera>("ComponentCamera");
+    add.operator()<ComponentLight>("ComponentLight");
     add.operator()<ComponentRenderSettings>("ComponentRenderSettings");
+    add.operator()<ComponentShadowCaster>("ComponentShadowCaster");
 }

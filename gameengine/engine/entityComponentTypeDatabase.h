@@ -74,7 +74,7 @@ private:
 };
 
 /// Registers every built-in component type that is saved: `ComponentTransformDirect`, `ComponentTransformParent`,
-/// `ComponentEditorData`, `ComponentAlwaysVisible`, `ComponentCamera`, `ComponentRenderSettings`, in this order. Names
-/// that are registered already are left alone, so calling it again is harmless. `ComponentRuntimeData` is not among
-/// them: it is never saved, and loading makes one for each entity.
+/// `ComponentEditorData`, `ComponentAlwaysVisible`, `ComponentCamera`, `ComponentLight`, `ComponentRenderSettings`,
+/// `ComponentShadowCaster`, in this order. Names that are registered already are left alone, so calling it again is
+/// harmless. `ComponentRuntimeData` is not among them: it is never saved, and loading makes one for each entity.
 TAMRAGAMEENGINE_API void RegisterBuiltInComponents();

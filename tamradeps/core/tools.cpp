@@ -1,7 +1,9 @@
 #include "tamradeps/core/tools.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <limits>
 
 std::string Tools_StringToUppercase(std::string_view text)
 {
@@ -76,4 +78,12 @@ bool Tools_IsValidUtf8(std::string_view text) noexcept
         i += length;
     }
     return true;
+}
+
+std::int32_t Tools_ToInt32(double value) noexcept
+{
+    using Limits = std::numeric_limits<std::int32_t>;
+    if (std::isnan(value))
+        return 0;
+    return static_cast<std::int32_t>(std::clamp<double>(value, Limits::min(), Limits::max()));
 }

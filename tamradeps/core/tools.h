@@ -2,6 +2,7 @@
 
 #include "tamradeps/export.h"
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,3 +23,6 @@ TAMRADEPS_API std::string Tools_FileExtension3(std::string_view fileName);
 
 /// True when the bytes are well-formed UTF-8 (no overlong forms, surrogates, or values above U+10FFFF).
 TAMRADEPS_API bool Tools_IsValidUtf8(std::string_view text) noexcept;
+
+/// The number without its fraction; what does not fit becomes the nearest integer that does, and what is no number 0.
+TAMRADEPS_API std::int32_t Tools_ToInt32(double value) noexcept;

@@ -4,154 +4,121 @@
 #include "gameengine/engine/entityComponentDatabase.h"
 #include "support/sceneFixture.h"
 
-#include <algorithm>
 #include <array>
-#include <memory>
 #include <set>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
+using namespace test;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace
 {
+using EntityArray = SceneTest;
+
 TEST(SortedPointerArray, AgreesWithAnOrderedSet)
 {
     static int storage[6000];
-    // Per phase: how the next pointer is chosen, and how many of ten steps insert.
-    enum class Order
-    {
-        Rising,
-        Falling,
-        Any
-    };
-    const std::pair<Order, std::uint32_t> phases[] = {{Order::Rising, 9}, {Order::Any, 2}, {Order::Falling, 9},
-                                                      {Order::Any, 7},    {Order::Any, 0}, {Order::Any, 8}};
-    test::Random random(7);
+    // Per phase: whether pointers come rising, falling or in any order, and how many of ten steps insert.
+    const std::pair<char, int> phases[] = {{'r', 9}, {'a', 2}, {'f', 9}, {'a', 7}, {'a', 0}, {'a', 8}};
+    Random random(7);
     CSortedPointerArray<int> array;
     std::set<int*> model;
-    const auto checkAll = [&]
-    {
-        std::size_t position = 0;
-        for (int* expected : model)
-            ASSERT_EQ(array[position++], expected);
-    };
     for (const auto& [order, inserts] : phases)
-    {
-        for (std::uint32_t step = 0; step < 3000; ++step)
+        for (int step = 0; step < 3000; ++step)
         {
-            const std::uint32_t at = order == Order::Rising    ? step * 2
-                                     : order == Order::Falling ? 5999 - step * 2
-                                                               : random.Below(6000U);
-            int* const item = storage + at;
-            if (random.Below(10U) < inserts)
+            int* const item = storage + (order == 'r' ? step * 2 : order == 'f' ? 5999 - step * 2 : random.Below(6000));
+            if (random.Below(10) < inserts)
                 ASSERT_EQ(array.Insert(item), model.insert(item).second);
             else
                 ASSERT_EQ(array.Erase(item), model.erase(item) == 1);
             ASSERT_EQ(array.GetCount(), model.size());
             ASSERT_TRUE(array.Validate()) << step;
-            int* const probe = storage + random.Below(6000U);
+            int* const probe = storage + random.Below(6000);
             ASSERT_EQ(array.Contains(probe), model.contains(probe));
-            if (random.OneIn(100))
+            if (step % 100 != 99)
+                continue;
+            const std::vector<int*> sorted(model.begin(), model.end());
+            for (int i = 0; i < 50 && !sorted.empty(); ++i)
             {
-                const std::vector<int*> sorted(model.begin(), model.end());
-                for (int i = 0; i < 50 && !sorted.empty(); ++i)
-                {
-                    const std::size_t position = random.Below(static_cast<std::uint32_t>(sorted.size()));
-                    ASSERT_EQ(array[position], sorted[position]);
-                    const std::size_t next = std::min(position + 1, sorted.size() - 1);
-                    ASSERT_EQ(array[next], sorted[next]);
-                }
-                checkAll();
+                const std::size_t position = random.Below(sorted.size());
+                ASSERT_EQ(array[position], sorted[position]);
+                const std::size_t next = std::min(position + 1, sorted.size() - 1);
+                ASSERT_EQ(array[next], sorted[next]);
             }
+            for (std::size_t i = 0; i < sorted.size(); ++i)
+                ASSERT_EQ(array[i], sorted[i]);
         }
-        checkAll();
-    }
 }
 
-TEST(EntityArray, TakesAReferenceForEachAddition)
+TEST_F(EntityArray, TakesAReferenceForEachAddition)
 {
-    test::Scene scene;
-    CEntityArray& array = scene.GetArray();
-    const RefPtr<CEntity> entity = scene.Make<ComponentCamera>();
-    CEntityComponentDatabase* cameras = array.CreateComponentDatabase(ComponentCamera::TYPEID());
-    test::EventLog log;
-    log.Listen(array.Events(), "array");
-    array.Add(entity.Get());
-    array.Add(entity.Get());
+    const RefPtr<CEntity> entity = m_scene.Make<ComponentCamera>();
+    const CEntityComponentDatabase* cameras = m_array.CreateComponentDatabase(ComponentCamera::TYPEID());
+    m_log.Listen(m_array.Events(), "array");
+    m_array.Add(entity.Get());
+    m_array.Add(entity.Get());
     EXPECT_EQ(entity->GetReferenceCount(), 3);
-    EXPECT_EQ(array.GetCount(), 1);
-    EXPECT_EQ(array.Get(0), entity.Get());
-    array.Remove(entity.Get());
-    array.Remove(entity.Get());
+    EXPECT_EQ(m_array.GetCount(), 1);
+    m_array.Remove(entity.Get());
+    m_array.Remove(entity.Get());
     EXPECT_EQ(entity->GetReferenceCount(), 1);
     EXPECT_EQ(cameras->GetCount(), 0);
     entity->_AddRef();
-    array.Remove(entity.Get());
+    m_array.Remove(entity.Get());
     EXPECT_EQ(entity->GetReferenceCount(), 1) << "an absent entity loses its reference all the same";
-    EXPECT_THAT(log.Take(), ElementsAre("array 0", "array 0", "array 1", "array 1", "array 1"));
-    EXPECT_EQ(array.Get(0), nullptr);
-    EXPECT_EQ(array.Get(-1), nullptr);
-
-    auto* unreferenced = new CEntity(scene.GetInterfaces());
-    array.Remove(unreferenced);
-    EXPECT_EQ(unreferenced->GetComponentCount(), 0) << "still alive";
+    EXPECT_THAT(m_log.Take(), ElementsAre("array 0", "array 0", "array 1", "array 1", "array 1"));
+    EXPECT_EQ(m_array.Get(0), nullptr);
+    EXPECT_EQ(m_array.Get(-1), nullptr);
+    auto* unreferenced = new CEntity(m_scene.GetInterfaces());
+    m_array.Remove(unreferenced);
+    EXPECT_EQ(CEntity::GetLiveCount(), m_live + 2) << "still alive";
     delete unreferenced;
 }
 
-TEST(EntityArray, ADatabaseMadeLateListsWhatIsThere)
+TEST_F(EntityArray, ADatabaseMadeLateListsWhatIsThere)
 {
-    test::Scene scene;
-    CEntityArray& array = scene.GetArray();
-    const auto both = scene.Spawn<ComponentTransformDirect, ComponentCamera>();
-    const auto second = scene.Spawn<ComponentCamera>();
-    const auto none = scene.Spawn<ComponentTransformDirect>();
-    const auto locked = scene.Spawn<ComponentCamera>();
+    constexpr std::int32_t kCamera = ComponentCamera::TYPEID();
+    const auto both = m_scene.Spawn<ComponentTransformDirect, ComponentCamera>();
+    const auto second = m_scene.Spawn<ComponentCamera>();
+    const auto locked = m_scene.Spawn<ComponentCamera>();
     locked->LockComponentList();
-    EXPECT_EQ(array.FindComponentDatabase(ComponentCamera::TYPEID()), nullptr);
-    CEntityComponent* const first = array.FindFirstComponentByType(ComponentCamera::TYPEID());
+    EXPECT_EQ(m_array.FindComponentDatabase(kCamera), nullptr);
+    CEntityComponent* const first = m_array.FindFirstComponentByType(kCamera);
     EXPECT_TRUE(first == both->GetComponent(1) || first == second->GetComponent(0));
-    CEntityComponentDatabase* cameras = array.FindComponentDatabase(ComponentCamera::TYPEID());
+    CEntityComponentDatabase* cameras = m_array.FindComponentDatabase(kCamera);
     ASSERT_NE(cameras, nullptr);
-    EXPECT_EQ(array.CreateComponentDatabase(ComponentCamera::TYPEID()), cameras);
+    EXPECT_EQ(m_array.CreateComponentDatabase(kCamera), cameras);
     EXPECT_EQ(cameras->GetCount(), 2);
     locked->UnlockComponentList();
     EXPECT_EQ(cameras->GetCount(), 3);
-    EXPECT_EQ(array.FindFirstComponentByType(20300), nullptr);
-    EXPECT_NE(array.FindComponentDatabase(20300), nullptr);
-    EXPECT_EQ(array.FindComponentDatabase(20301), nullptr);
-    EXPECT_EQ(array.FindComponentDatabase(-1), nullptr);
-    EXPECT_TRUE(array.Validate());
+    EXPECT_EQ(m_array.FindFirstComponentByType(20300), nullptr);
+    EXPECT_NE(m_array.FindComponentDatabase(20300), nullptr);
+    EXPECT_EQ(m_array.FindComponentDatabase(20301), nullptr);
+    EXPECT_TRUE(m_array.Validate());
 }
 
-TEST(EntityArray, LockedEntitiesAreInNoDatabaseOfAnyArray)
+TEST_F(EntityArray, LockedEntitiesAreInNoDatabaseOfAnyArray)
 {
-    test::Scene scene;
     std::array<RefPtr<CEntityArray>, 3> arrays;
-    std::vector<CEntityComponentDatabase*> databases;
-    const RefPtr<CEntity> entity = scene.Make<ComponentCamera, ComponentEditorData>();
-    const RefPtr<CEntity> other = scene.Make<ComponentCamera, ComponentEditorData>();
+    const RefPtr<CEntity> entity = m_scene.Make<ComponentCamera, ComponentEditorData>();
+    const RefPtr<CEntity> other = m_scene.Make<ComponentCamera, ComponentEditorData>();
     for (auto& array : arrays)
-    {
         array = new CEntityArray;
-        for (const std::int32_t type : {ComponentCamera::TYPEID(), ComponentEditorData::TYPEID()})
-            databases.push_back(array->CreateComponentDatabase(type));
-    }
+    // Of each array that lives, the sizes of its two databases.
+    const auto count = [&arrays]
+    {
+        std::vector<int> counts;
+        for (const auto& array : arrays)
+            for (const std::int32_t type : {ComponentCamera::TYPEID(), ComponentEditorData::TYPEID()})
+                if (array.Get())
+                    counts.push_back(array->CreateComponentDatabase(type)->GetCount());
+        return counts;
+    };
+    EXPECT_THAT(count(), ElementsAre(0, 0, 0, 0, 0, 0));
     arrays[1]->Add(other.Get());
     arrays[1]->Add(entity.Get());
     arrays[0]->Add(entity.Get());
-    const auto count = [&]
-    {
-        std::vector<int> counts;
-        for (const CEntityComponentDatabase* database : databases)
-        {
-            EXPECT_TRUE(database->Validate());
-            counts.push_back(database->GetCount());
-        }
-        return counts;
-    };
     EXPECT_THAT(count(), ElementsAre(1, 1, 2, 2, 0, 0));
     entity->LockComponentList();
     EXPECT_THAT(count(), ElementsAre(0, 0, 1, 1, 0, 0));
@@ -161,76 +128,65 @@ TEST(EntityArray, LockedEntitiesAreInNoDatabaseOfAnyArray)
     entity->UnlockComponentList();
     EXPECT_THAT(count(), ElementsAre(0, 1, 1, 2, 0, 1));
     arrays[0] = nullptr;
-    databases.erase(databases.begin(), databases.begin() + 2);
     entity->LockComponentList();
     entity->UnlockComponentList();
     EXPECT_THAT(count(), ElementsAre(1, 2, 0, 1)) << "a dead array is forgotten";
+    EXPECT_TRUE(arrays[1]->Validate() && arrays[2]->Validate());
 }
 
-TEST(EntityArray, ListenersMayRemoveEntities)
+TEST_F(EntityArray, ListenersMayRemoveEntities)
 {
-    test::Scene scene;
-    const std::int32_t live = CEntity::GetLiveCount();
-    CEntityArray& array = scene.GetArray();
-    CEntityComponentDatabase* cameras = array.CreateComponentDatabase(ComponentCamera::TYPEID());
     bool isActive = true;
-    test::EventLog log;
-    const auto removeOnce = [&](const EventMessage& message)
-    {
-        if (std::exchange(isActive, false))
-            array.Remove(message.first.GetObjectPointer<CEntity>("CEntity"));
-    };
-    log.Listen(array.Events(), "array", removeOnce);
-
+    m_log.Listen(m_array.Events(), "array",
+                 [&](const EventMessage& message)
+                 {
+                     if (std::exchange(isActive, false))
+                         m_array.Remove(GetEntity(message));
+                 });
     // In its own arrival, and with the reference of the array as the only one.
-    array.Add(new CEntity(scene.GetInterfaces()));
-    EXPECT_THAT(log.Take(), ElementsAre("array 0", "array 1"));
-    EXPECT_EQ(CEntity::GetLiveCount(), live);
+    m_array.Add(new CEntity(m_scene.GetInterfaces()));
+    EXPECT_THAT(m_log.Take(), ElementsAre("array 0", "array 1"));
+    EXPECT_EQ(CEntity::GetLiveCount(), m_live);
 
     // Once more while it is being removed.
-    array.Add(new CEntity(scene.GetInterfaces()));
+    m_array.Add(new CEntity(m_scene.GetInterfaces()));
     isActive = true;
-    array.Remove(array.Get(0));
-    EXPECT_THAT(log.Take(), ElementsAre("array 0", "array 1", "array 1"));
-    EXPECT_EQ(CEntity::GetLiveCount(), live);
+    m_array.Remove(m_array.Get(0));
+    EXPECT_THAT(m_log.Take(), ElementsAre("array 0", "array 1", "array 1"));
+    EXPECT_EQ(CEntity::GetLiveCount(), m_live);
 
     // Others, from a database's event, while the array is cleared.
     for (int i = 0; i < 40; ++i)
-        scene.Spawn<ComponentCamera>();
-    test::EventLog databaseLog;
-    test::Random random(3);
-    databaseLog.Listen(cameras->Events(), "cameras",
-                       [&](const EventMessage& message)
-                       {
-                           auto* leaving = message.first.GetObjectPointer<CEntityComponent>("CEntityComponent");
-                           for (int i = 0; i < 3 && array.GetCount() > 1; ++i)
-                           {
-                               CEntity* victim =
-                                   array.Get(static_cast<int>(random.Below(static_cast<unsigned>(array.GetCount()))));
-                               if (victim != leaving->GetEntity() && random.OneIn(2))
-                                   array.Remove(victim);
-                           }
-                       });
-    array.Clear();
-    EXPECT_EQ(array.GetCount(), 0);
-    EXPECT_TRUE(array.Validate());
-    EXPECT_EQ(CEntity::GetLiveCount(), live);
+        m_scene.Spawn<ComponentCamera>();
+    Random random(3);
+    m_log.Listen(m_array.CreateComponentDatabase(ComponentCamera::TYPEID())->Events(), "cameras",
+                 [&](const EventMessage& message)
+                 {
+                     auto* leaving = message.first.GetObjectPointer<CEntityComponent>("CEntityComponent");
+                     for (int i = 0; i < 3 && m_array.GetCount() > 1; ++i)
+                     {
+                         CEntity* victim = m_array.Get(random.Below(m_array.GetCount()));
+                         if (victim != leaving->GetEntity() && random.OneIn(2))
+                             m_array.Remove(victim);
+                     }
+                 });
+    m_array.Clear();
+    EXPECT_EQ(m_array.GetCount(), 0);
+    EXPECT_TRUE(m_array.Validate());
+    EXPECT_EQ(CEntity::GetLiveCount(), m_live);
 }
 
-TEST(EntityArray, ListenersMayDestroyTheArray)
+TEST_F(EntityArray, ListenersMayDestroyTheArray)
 {
-    test::Scene scene;
     // By releasing its last reference, or, where nobody references it, by deleting it.
     for (const bool isReferenced : {true, false})
-    {
         for (const std::int32_t event : {CEntityArray::kEntityAdded, CEntityArray::kEntityRemoved})
         {
             auto* array = new CEntityArray;
             if (isReferenced)
                 array->_AddRef();
-            const RefPtr<CEntity> first = scene.Make<ComponentCamera>();
-            const RefPtr<CEntity> second = scene.Make<ComponentCamera>();
-            test::EventLog log;
+            const RefPtr<CEntity> entities[] = {m_scene.Make<ComponentCamera>(), m_scene.Make<ComponentCamera>()};
+            EventLog log;
             bool isAlive = true;
             log.Listen(array->Events(), "array",
                        [&](const EventMessage& message)
@@ -242,34 +198,32 @@ TEST(EntityArray, ListenersMayDestroyTheArray)
                            else
                                delete array;
                        });
-            array->Add(first.Get());
+            array->Add(entities[0].Get());
             if (isAlive)
             {
-                array->Add(second.Get());
+                array->Add(entities[1].Get());
                 array->Clear();
             }
             EXPECT_FALSE(isAlive);
-            EXPECT_EQ(first->GetReferenceCount(), 1);
-            EXPECT_EQ(second->GetReferenceCount(), 1);
-            first->LockComponentList();
-            first->UnlockComponentList();
+            EXPECT_EQ(entities[0]->GetReferenceCount(), 1);
+            EXPECT_EQ(entities[1]->GetReferenceCount(), 1);
+            entities[0]->LockComponentList();
+            entities[0]->UnlockComponentList();
         }
-    }
 }
 
-TEST(EntityArray, OnTheStackItOutlivesReferencesTakenByListeners)
+TEST_F(EntityArray, OnTheStackItOutlivesReferencesTakenByListeners)
 {
-    test::Scene scene;
-    const RefPtr<CEntity> entity = scene.Make<>();
-    test::EventLog log;
+    const RefPtr<CEntity> entity = m_scene.Make<>();
     {
         CEntityArray array;
         array.Add(entity.Get());
-        log.Listen(array.Events(), "array",
-                   [](const EventMessage& message)
-                   { const RefPtr<CEntityArray> held(message.second.GetObjectPointer<CEntityArray>("CEntityArray")); });
+        m_log.Listen(array.Events(), "array",
+                     [](const EventMessage& message) {
+                         const RefPtr<CEntityArray> held(message.second.GetObjectPointer<CEntityArray>("CEntityArray"));
+                     });
     }
-    EXPECT_THAT(log.Take(), ElementsAre("array 1"));
+    EXPECT_THAT(m_log.Take(), ElementsAre("array 1"));
     EXPECT_EQ(entity->GetReferenceCount(), 1);
 }
 } // namespace

@@ -1,9 +1,7 @@
-#include "gameengine/engine/componentCamera.h"
 #include "gameengine/engine/interfaceCVX.h"
 #include "support/expectations.h"
 #include "support/sceneFixture.h"
 
-#include <algorithm>
 #include <limits>
 
 #include <gmock/gmock.h>
@@ -23,15 +21,12 @@ TEST(InterfaceCollection, ReportsWhatIsMissing)
         EXPECT_EQ(collection->GetUpdateEvent(), nullptr);
         EXPECT_EQ(collection->GetCVX(), nullptr);
     }
-    for (const std::int32_t slot : {-1, 128, std::numeric_limits<std::int32_t>::min()})
-    {
-        const RefPtr<CInterfaceBase> service(new CInterfaceCVX);
-        collection->SetInterface(slot, service.Get());
-        EXPECT_EQ(collection->GetInterface(slot), nullptr);
-    }
     const RefPtr<CInterfaceBase> service(new CInterfaceCVX);
-    collection->SetInterface(127, service.Get());
-    EXPECT_EQ(collection->GetInterface(127), service.Get());
+    for (const std::int32_t slot : {-1, 128, std::numeric_limits<std::int32_t>::min(), 127})
+    {
+        collection->SetInterface(slot, service.Get());
+        EXPECT_EQ(collection->GetInterface(slot), slot == 127 ? service.Get() : nullptr);
+    }
     EXPECT_EQ(service->GetReferenceCount(), 2);
     collection->SetInterface(CInterfaceUpdateEvent::TYPEID(), service.Get());
     EXPECT_EQ(collection->GetUpdateEvent(), nullptr) << "something else stands in the slot";
@@ -45,21 +40,17 @@ TEST(InterfaceCollection, CleanupEndsTheCircleOfReferences)
 {
     const std::int32_t live = CEntity::GetLiveCount();
     const RefPtr<CEntityArray> array(new CEntityArray);
-    RefPtr<CInterfaceCollection> collection(new CInterfaceCollection);
+    auto* const collection = new CInterfaceCollection;
     collection->SetInterface(CInterfaceArrayManager::TYPEID(), new CInterfaceArrayManager(array.Get()));
     CInterfaceArrayManager* const manager = collection->GetArrayManager();
     EXPECT_EQ(manager->GetArray(), array.Get());
     for (int i = 0; i < 3; ++i)
-        manager->AddEntity(new CEntity(collection.Get()));
+        manager->AddEntity(new CEntity(collection));
     manager->RemoveEntity(array->Get(1));
     EXPECT_EQ(CEntity::GetLiveCount(), live + 2);
-    EXPECT_EQ(collection->GetReferenceCount(), 3);
-    // The entities hold all other references on the collection.
-    CInterfaceCollection* const kept = collection.Get();
-    collection = nullptr;
-    kept->Cleanup();
+    EXPECT_EQ(collection->GetReferenceCount(), 2) << "those of the entities";
+    collection->Cleanup();
     EXPECT_EQ(CEntity::GetLiveCount(), live);
-    EXPECT_EQ(array->GetCount(), 0);
     EXPECT_EQ(array->GetReferenceCount(), 1);
 }
 
@@ -77,6 +68,11 @@ struct Clock
         log.Listen(update->GetUpdate_EachFrame(), "frame",
                    [this](const EventMessage& message) { lastFrame = message.second.GetFloat(); });
     }
+    std::vector<std::string> Update(float seconds)
+    {
+        update->DoUpdate(seconds);
+        return log.Take();
+    }
 
     RefPtr<CInterfaceUpdateEvent> update;
     float lastFrame = -1.0F;
@@ -86,17 +82,13 @@ struct Clock
 TEST(UpdateEvent, RaisesWholeStepsThenTheFrame)
 {
     Clock clock(0.1F);
-    clock.update->DoUpdate(0.35F);
-    EXPECT_THAT(clock.log.Take(), ElementsAre("fixed 0", "fixed 0", "fixed 0", "frame 0"));
+    EXPECT_THAT(clock.Update(0.35F), ElementsAre("fixed 0", "fixed 0", "fixed 0", "frame 0"));
     EXPECT_NEAR(clock.update->GetAccumulator(), 0.05F, 1e-6F);
     EXPECT_EQ(clock.update->GetFixedStepCount(), 3U);
     EXPECT_EQ(clock.lastFrame, 0.35F);
-    clock.update->DoUpdate(0.03F);
-    EXPECT_THAT(clock.log.Take(), ElementsAre("frame 0"));
-    clock.update->DoUpdate(0.03F);
-    EXPECT_THAT(clock.log.Take(), ElementsAre("fixed 0", "frame 0")) << "the rest carries over";
-    clock.update->DoUpdate(100.0F);
-    EXPECT_NEAR(static_cast<double>(clock.log.Take().size()), 1001.0, 1.0) << "a long frame has no bound";
+    EXPECT_THAT(clock.Update(0.03F), ElementsAre("frame 0"));
+    EXPECT_THAT(clock.Update(0.03F), ElementsAre("fixed 0", "frame 0")) << "the rest carries over";
+    EXPECT_NEAR(static_cast<double>(clock.Update(100.0F).size()), 1001.0, 1.0) << "a long frame has no bound";
 }
 
 TEST(UpdateEvent, EndsWhateverTheNumbers)
@@ -104,19 +96,13 @@ TEST(UpdateEvent, EndsWhateverTheNumbers)
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
     for (const float step : {0.0F, -1.0F, kNaN, kInfinity, std::numeric_limits<float>::denorm_min(), 0.1F})
-    {
         for (const float dt : {kNaN, kInfinity, -kInfinity, 3e38F, 0.0F})
         {
             Clock clock(step);
-            clock.update->DoUpdate(dt);
-            clock.update->DoUpdate(dt);
-            const auto lines = clock.log.Take();
-            EXPECT_EQ(std::count(lines.begin(), lines.end(), "frame 0"), 2) << step << ' ' << dt;
-            clock.update->DoUpdate(0.15F);
-            const auto expected = step > 0.0F && step < 1.0F ? 1 : 0;
-            EXPECT_EQ(clock.log.Take().size(), static_cast<std::size_t>(expected) + 1) << step << ' ' << dt;
+            EXPECT_EQ(clock.Update(dt).back(), "frame 0") << step << ' ' << dt;
+            EXPECT_EQ(clock.Update(dt).back(), "frame 0") << step << ' ' << dt;
+            EXPECT_EQ(clock.Update(0.15F).size(), step > 0.0F && step < 1.0F ? 2U : 1U) << step << ' ' << dt;
         }
-    }
 }
 
 TEST(UpdateEvent, AListenerMayDestroyIt)
@@ -137,10 +123,6 @@ TEST(InterfaceCVX, HandsItsLinesOverOnce)
     CRenderQueue queue;
     service.RenderAuxToRenderQueue(queue);
     service.RenderAuxToRenderQueue(queue);
-    ASSERT_EQ(queue.GetLines().size(), 24U) << "twelve edges";
-    float length = 0.0F;
-    for (std::size_t i = 0; i < 24; i += 2)
-        length += (queue.GetLines()[i].position - queue.GetLines()[i + 1].position).Length();
-    EXPECT_EQ(length, 4.0F * (1 + 2 + 3));
+    EXPECT_EQ(queue.GetLines().size(), 24U) << "twelve edges";
 }
 } // namespace

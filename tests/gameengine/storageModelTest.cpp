@@ -3,7 +3,6 @@
 #include "support/storageFixture.h"
 
 #include <memory>
-#include <random>
 #include <set>
 
 using namespace test;
@@ -19,19 +18,16 @@ public:
     void Step()
     {
         CEntityArray& array = m_scene->GetArray();
-        const auto count = static_cast<unsigned>(array.GetCount());
-        CEntity* entity = count > 0 ? array.Get(static_cast<int>(m_random() % count)) : nullptr;
-        const auto action = m_random() % 100;
+        CEntity* entity = array.GetCount() > 0 ? array.Get(m_random.Below(array.GetCount())) : nullptr;
+        const int action = m_random.Below(100);
         if (action < 25 || !entity)
-            Create();
+            m_scene->Add(Label(m_nextId++, "/new"), GetRandomPosition());
         else if (action < 45)
             Move(entity, GetRandomPosition());
         else if (action < 60)
-            Rename(entity, Label(Label("", GetId(entity)).append("/").c_str(), static_cast<int>(m_random() % 1000)));
-        else if (action < 70)
-            Delete(entity);
-        else if (action < 75)
-            Forget(entity);
+            Rename(entity, Label(GetId(entity), '/', m_random.Below(1000)));
+        else if (action < 76)
+            TakeOut(entity, action);
         else if (action < 82)
             Save();
         else if (action < 84)
@@ -55,45 +51,40 @@ public:
     }
 
 private:
-    using Stored = std::pair<const std::string, CVector3>;
-
     static int GetId(const CEntity* entity) { return std::stoi(GetName(entity)); }
 
     CVector3 GetRandomPosition()
     {
-        const auto number = [this] { return static_cast<float>(m_random() % 21); };
+        const auto number = [this] { return static_cast<float>(m_random.Below(21)); };
         return {number(), number(), number()};
     }
 
-    void Create() { m_scene->Add(Label("", m_nextId++).append("/new"), GetRandomPosition()); }
-
-    void Delete(CEntity* entity)
+    // Deletes the entity from the file too, or makes the store forget it, or leaves it known to the store.
+    void TakeOut(CEntity* entity, int action)
     {
-        if (m_known.erase(GetId(entity)) > 0)
+        const bool isKnown = m_known.contains(GetId(entity));
+        if (action < 75)
+            m_known.erase(GetId(entity));
+        if (action < 69)
+            m_store->DeleteEntity(entity);
+        else if (action < 75)
+            m_store->RemoveEntity(entity);
+        if (action < 69 && isKnown)
             m_deleted.insert(GetId(entity));
-        m_store->DeleteEntity(entity);
-        m_scene->GetArray().Remove(entity);
-    }
-
-    void Forget(CEntity* entity)
-    {
-        m_known.erase(GetId(entity));
-        m_store->RemoveEntity(entity);
         m_scene->GetArray().Remove(entity);
     }
 
     void Save()
     {
         ASSERT_TRUE(m_store->Save());
-        for (const int id : m_deleted)
+        for (const int id : std::exchange(m_deleted, {}))
             m_file.erase(id);
-        m_deleted.clear();
-        for (const auto& [name, position] : m_scene->GetContent())
+        for (const auto& stored : m_scene->GetContent())
         {
-            const int id = std::stoi(name);
+            const int id = std::stoi(stored.first);
             m_known.insert(id);
             m_file.erase(id);
-            m_file.emplace(id, Stored(name, position));
+            m_file.emplace(id, stored);
         }
     }
 
@@ -119,7 +110,10 @@ private:
                 !m_deleted.contains(id) && m_known.insert(id).second)
                 expected.insert(stored);
         }
-        ASSERT_TRUE(m_store->Load(min, max));
+        std::vector<std::int64_t> rows;
+        ASSERT_TRUE(m_random.OneIn(2) ? m_store->Load(min, max) : m_store->CollectRows(min, max, rows));
+        for (const std::int64_t row : rows)
+            ASSERT_TRUE(m_store->LoadRow(row));
         ASSERT_EQ(m_scene->GetContent(), expected);
     }
 
@@ -141,12 +135,12 @@ private:
         Check();
     }
 
-    std::mt19937 m_random;
+    Random m_random;
     TemporaryFolder m_folder;
     const std::string m_path = m_folder.Path("world.sdb");
     std::unique_ptr<StorageScene> m_scene;
     std::unique_ptr<Store> m_store;
-    std::map<int, Stored> m_file;
+    std::map<int, Content::value_type> m_file;
     std::set<int> m_known;   // ids of the entities that the store knows
     std::set<int> m_deleted; // ids whose rows go with the next save
     int m_nextId = 0;

@@ -5,6 +5,8 @@
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "gameengine/engine/scene.h"
 #include "support/random.h"
+#include "tamradeps/math/matrix.h"
+#include "tamradeps/udb/udbGroup.h"
 
 #include <deque>
 #include <functional>
@@ -12,10 +14,19 @@
 #include <utility>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 // A small scene in one line, for tests of the game engine. Header only: needs TamraGameEngine.
 
 namespace test
 {
+inline CMatrix At(CVector3 position)
+{
+    CMatrix matrix;
+    matrix.SetTranslation(position);
+    return matrix;
+}
+
 /// Creates components of these classes on the entity, in this order, between a lock and an unlock.
 template <class... Components>
 void AddComponents(CEntity& entity)
@@ -77,5 +88,33 @@ public:
 private:
     std::vector<std::string> m_lines;
     std::deque<CEventSubscription> m_subscriptions;
+};
+
+/// The entity that an event is about.
+inline CEntity* GetEntity(const EventMessage& message)
+{
+    return message.first.GetObjectPointer<CEntity>("CEntity");
+}
+
+/// A scene, components of its own entities, and what most tests of them need.
+class SceneTest : public testing::Test
+{
+protected:
+    /// A component on a new entity, in no array.
+    template <class Component>
+    Component& Make()
+    {
+        m_entities.push_back(m_scene.Make<Component>());
+        return *m_entities.back()->template Find<Component>();
+    }
+
+    Scene m_scene;
+    CEntityArray& m_array = m_scene.GetArray();
+    const std::int32_t m_live = CEntity::GetLiveCount();
+    std::vector<RefPtr<CEntity>> m_entities;
+    UDBDatabase m_database;
+    UDBGroup& m_group = *m_database.AllocateGroup();
+    CEntityComponentProperty m_property;
+    EventLog m_log;
 };
 } // namespace test

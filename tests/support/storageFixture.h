@@ -4,15 +4,14 @@
 #include "gameengine/engine/componentTransformDirect.h"
 #include "gameengine/engine/entityArraySaveLoadSerialized.h"
 #include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
-#include "gameengine/engine/entityComponentTypeDatabase.h"
-#include "gameengine/engine/scene.h"
 #include "support/expectations.h"
-#include "tamradeps/math/matrix.h"
+#include "support/sceneFixture.h"
 
 #include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -20,10 +19,16 @@
 
 namespace test
 {
-inline std::string Label(const char* text, int number)
+/// One line for each entity.
+using Content = std::multimap<std::string, CVector3>;
+
+/// The parts one after the other.
+template <class... Parts>
+std::string Label(const Parts&... parts)
 {
-    std::string label(text);
-    return label.append(std::to_string(number));
+    std::ostringstream text;
+    (text << ... << parts);
+    return text.str();
 }
 
 inline const char* GetName(const CEntity* entity)
@@ -40,9 +45,7 @@ inline CVector3 GetPosition(const CEntity* entity)
 
 inline void Move(CEntity* entity, CVector3 position)
 {
-    CMatrix matrix;
-    matrix.SetTranslation(position);
-    entity->Find<ComponentTransform>()->SetTransform(matrix);
+    entity->Find<ComponentTransform>()->SetTransform(At(position));
 }
 
 inline void Rename(CEntity* entity, const std::string& name)
@@ -50,40 +53,22 @@ inline void Rename(CEntity* entity, const std::string& name)
     entity->Find<ComponentEditorData>()->SetData(name.c_str());
 }
 
-/// The bytes under which the entity would be stored, with its components in their own order.
-inline std::vector<std::byte> GetBytes(CEntity* entity)
-{
-    UDBDatabase data;
-    UDBGroup* group = data.AllocateGroup();
-    entity->SerializerSave(*group);
-    std::vector<std::byte> bytes;
-    EXPECT_TRUE(UDBReadWriteBinary(true).Write(*group, bytes));
-    return bytes;
-}
-
 /// A scene of entities that have a place and a name.
-class StorageScene : public CScene
+class StorageScene : public Scene
 {
 public:
-    StorageScene() { RegisterBuiltInComponents(); }
-
-    CEntity* Add(const std::string& name, CVector3 position)
+    CEntity* Add(const std::string& name, CVector3 position) const
     {
-        const RefPtr<CEntity> entity(new CEntity(GetInterfaces()));
-        entity->LockComponentList();
-        ComponentTransformDirect::CreateComponent(entity.Get());
-        ComponentEditorData::CreateComponent(entity.Get());
-        entity->UnlockComponentList();
+        const RefPtr<CEntity> entity = Make<ComponentTransformDirect, ComponentEditorData>();
         Move(entity.Get(), position);
         Rename(entity.Get(), name);
         GetArray().Add(entity.Get());
         return entity.Get();
     }
 
-    /// One line for each entity.
-    std::multimap<std::string, CVector3> GetContent() const
+    Content GetContent() const
     {
-        std::multimap<std::string, CVector3> content;
+        Content content;
         for (int i = 0; i < GetArray().GetCount(); ++i)
             content.emplace(GetName(GetArray().Get(i)), GetPosition(GetArray().Get(i)));
         return content;
@@ -98,7 +83,20 @@ public:
     }
 };
 
-using Content = std::multimap<std::string, CVector3>;
+/// A file of a new folder, a world that can be saved to it as a whole, and a scene with a store of this file.
+template <class Store>
+class StorageTest : public testing::Test
+{
+protected:
+    explicit StorageTest(const char* name) : m_path(m_folder.Path(name)) {}
+    void SaveWorld() { ASSERT_TRUE(CEntityArray_SaveLoad::Save(m_path.c_str(), m_world.GetInterfaces())); }
+
+    TemporaryFolder m_folder;
+    const std::string m_path;
+    StorageScene m_world;
+    StorageScene m_scene;
+    Store m_store{m_path.c_str(), m_scene.GetInterfaces()};
+};
 
 /// What a new scene holds after loading the whole file.
 inline Content LoadContent(const std::string& path)
@@ -136,17 +134,9 @@ inline void SetBlob(sqlite::database& database, std::int64_t row, const std::vec
                 update.step() == sqlite::query::Step::Done);
 }
 
-inline std::vector<std::byte> ReadFile(const std::string& path)
+inline std::string ReadFile(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
-    const std::string content{std::istreambuf_iterator<char>(file), {}};
-    const auto* bytes = reinterpret_cast<const std::byte*>(content.data());
-    return {bytes, bytes + content.size()};
-}
-
-inline void WriteFile(const std::string& path, const std::vector<std::byte>& content)
-{
-    std::ofstream file(path, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 } // namespace test

@@ -29,6 +29,8 @@ constexpr Color kHighway = {242, 172, 110};
 constexpr Color kHighwayEdge = {188, 112, 60};
 constexpr Color kPlace = {176, 36, 44};
 constexpr Color kOther = {150, 90, 190};
+constexpr Color kInView = {94, 170, 160};
+constexpr Color kCar = {20, 60, 200};
 constexpr Color kInk = {40, 40, 44};
 constexpr Color kPaper = {255, 255, 255};
 
@@ -39,7 +41,9 @@ constexpr float kStreetEdgeLayer = 2.0F;
 constexpr float kStreetLayer = 3.0F;
 constexpr float kShadowLayer = 4.0F;
 constexpr float kBuildingLayer = 5.0F;
-constexpr float kOtherLayer = 6.0F;
+constexpr float kInViewLayer = 6.0F;
+constexpr float kOtherLayer = 6.2F;
+constexpr float kCarLayer = 6.5F;
 constexpr float kPlaceLayer = 7.0F;
 constexpr float kLineLayer = 8.0F;
 constexpr float kLegendLayer = 9.0F;
@@ -157,18 +161,38 @@ void CTownMap::DrawScene(const CEntityArray& scene)
         DrawEntity(*entity);
 }
 
-void CTownMap::DrawBox(TownKind kind, const CMatrix& matrix)
+CTownMap::Corners CTownMap::i_GetCorners(const CMatrix& matrix) const noexcept
 {
     const CVector3 middle = matrix.Translation();
     const CVector3 x = matrix.GetLocalX() * 0.5F;
     const CVector3 y = matrix.GetLocalY() * 0.5F;
-    const Corners corners = {i_ToPixel(middle - x - y), i_ToPixel(middle + x - y), i_ToPixel(middle + x + y),
-                             i_ToPixel(middle - x + y)};
+    return {i_ToPixel(middle - x - y), i_ToPixel(middle + x - y), i_ToPixel(middle + x + y), i_ToPixel(middle - x + y)};
+}
+
+void CTownMap::DrawInView(const CMatrix& matrix)
+{
+    m_raster.AddPolygon(i_GetCorners(matrix), kInView, kInViewLayer);
+}
+
+void CTownMap::DrawCar(CVector3 position)
+{
+    const Point pixel = i_ToPixel(position);
+    m_raster.AddDisc(pixel, 2.6F, kPaper, kCarLayer);
+    m_raster.AddDisc(pixel, 1.8F, kCar, kCarLayer + 0.1F);
+}
+
+void CTownMap::DrawBox(TownKind kind, const CMatrix& matrix)
+{
+    const CVector3 middle = matrix.Translation();
+    const CVector3 x = matrix.GetLocalX() * 0.5F;
+    const Corners corners = i_GetCorners(matrix);
     switch (kind)
     {
     case TownKind::Water: m_raster.AddPolygon(corners, kWater, kWaterLayer); break;
     case TownKind::Park: m_raster.AddPolygon(corners, kPark, kParkLayer); break;
-    case TownKind::Street: i_DrawStreet(i_ToPixel(middle - x), i_ToPixel(middle + x), y.Length() * 2.0F); break;
+    case TownKind::Street:
+        i_DrawStreet(i_ToPixel(middle - x), i_ToPixel(middle + x), matrix.GetLocalY().Length());
+        break;
     case TownKind::Building:
     {
         const float half = matrix.GetLocalZ().Length() * 0.5F;

@@ -20,7 +20,8 @@ class CEntityArray;
 ///     map.WritePng("town.png");
 ///
 /// What is drawn is kept and turned into pixels by `Render`, kind upon kind whatever the order of the calls: water,
-/// parks, streets (wide upon narrow), shadows, buildings (tall upon low), other entities, places, lines, the scale bar.
+/// parks, streets (wide upon narrow), shadows, buildings (tall upon low), what is in view, other entities, cars,
+/// places, lines, the scale bar.
 class CTownMap
 {
 public:
@@ -40,6 +41,10 @@ public:
     void DrawScene(const CEntityArray& scene);
     /// Draws the unit box that the matrix moves, see `TownBox::GetMatrix`.
     void DrawBox(TownKind kind, const CMatrix& matrix);
+
+    /// Draws the outline of a unit box that the matrix moves as something that is in view.
+    void DrawInView(const CMatrix& matrix);
+    void DrawCar(CVector3 position);
 
     /// Draws lines in their own colours, seen from above: two vertices each, an odd last one is left out.
     void DrawLines(std::span<const RenderLineVertex> vertices, float pixels = 2.0F);
@@ -63,6 +68,8 @@ private:
     using Point = CMapRaster::Point;
     using Color = CMapRaster::Color;
     using Corners = std::array<Point, 4>;
+
+    Corners i_GetCorners(const CMatrix& matrix) const noexcept;
 
     Point i_ToPixel(CVector3 position) const noexcept;
     void i_DrawStreet(Point a, Point b, float metres);

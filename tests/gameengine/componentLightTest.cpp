@@ -1,0 +1,198 @@
+#include "gameengine/engine/componentLight.h"
+
+#include "gameengine/engine/componentShadowCaster.h"
+#include "gameengine/engine/componentTransformDirect.h"
+#include "support/sceneFixture.h"
+#include "tamradeps/udb/udbDatabase.h"
+#include "tamradeps/udb/udbGroup.h"
+
+#include <cmath>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+using collision::PrimAABB;
+
+PrimAABB Around(float half)
+{
+    return PrimAABB({-half, -half, -half}, {half, half, half});
+}
+
+TEST(Light, ShapesTheBoxOfItsTransform)
+{
+    const test::Scene scene;
+    const auto entity = scene.Make<ComponentTransformDirect, ComponentLight>();
+    auto& light = *entity->Find<ComponentLight>();
+    const PrimAABB& box = entity->Find<ComponentTransform>()->GetBoundingBox();
+    EXPECT_EQ(box, Around(21.333334F));
+    EXPECT_EQ(light.GetProjectionMatrix(), CMatrix::Projection(45, 1, 0.032F, 32));
+
+    light.SetRange(10);
+    light.SetSpotConeAngle(1);
+    light.SetLightType(ComponentLightType::Spot);
+    const float half = 5.463025F; // of the tangent of half the number as it stands
+    EXPECT_NEAR(box.GetMax().y, half, 1e-5);
+    EXPECT_EQ(box, PrimAABB({0, -box.GetMax().y, -box.GetMax().y}, {10, box.GetMax().y, box.GetMax().y}));
+    const PrimAABB spot = box;
+    light.SetLightType(ComponentLightType::Directional);
+    light.SetRange(50);
+    EXPECT_EQ(box, spot);
+}
+
+TEST(Light, FollowsItsTransformWhicheverIsMadeFirst)
+{
+    const test::Scene scene;
+    for (const bool lightFirst : {false, true})
+    {
+        const auto entity = lightFirst ? scene.Make<ComponentLight, ComponentTransformDirect>()
+                                       : scene.Make<ComponentTransformDirect, ComponentLight>();
+        auto& light = *entity->Find<ComponentLight>();
+        auto* transform = entity->Find<ComponentTransform>();
+        EXPECT_EQ(transform->GetBoundingBox(), light.GetLocalBounds());
+        test::EventLog log;
+        log.Listen(light.Events(), "light");
+        CMatrix world;
+        world.RotateEuler(0, 0, 0.5F);
+        world.SetTranslation({1, 2, 3});
+        transform->SetTransform(world);
+        EXPECT_EQ(log.Take(), std::vector<std::string>{"light 0"}) << "heard once";
+        EXPECT_EQ(light.GetViewMatrix(), CMatrix::View({1, 2, 3}, CVector3(1, 2, 3) + world.GetLocalX(), {0, 0, 1}));
+
+        // Either may die first; the other one is none the worse, and follows a new one.
+        entity->LockComponentList();
+        delete transform;
+        light.SetLightType(ComponentLightType::Spot);
+        EXPECT_EQ(light.GetViewMatrix(), CMatrix());
+        ComponentTransformDirect::CreateComponent(entity.Get());
+        entity->UnlockComponentList();
+        transform = entity->Find<ComponentTransform>();
+        transform->SetTransform(world);
+        EXPECT_NE(light.GetViewMatrix(), CMatrix());
+        entity->LockComponentList();
+        delete &light;
+        entity->UnlockComponentList();
+        EXPECT_TRUE(transform->Events().Empty());
+        transform->SetTransform(CMatrix());
+    }
+}
+
+TEST(Light, SavesAndCopiesEveryValue)
+{
+    const test::Scene scene;
+    const auto entity = scene.Make<ComponentTransformDirect, ComponentLight>();
+    auto& light = *entity->Find<ComponentLight>();
+    // Each property by itself changes something that the group shows, raises one event, and reads back.
+    UDBDatabase database;
+    test::EventLog log;
+    log.Listen(light.Events(), "light");
+    CEntityComponentProperty property;
+    float color[4] = {0.5F, 0.25F, 0.125F, 1};
+    for (int index = 0; light.GetProperty(index, &property); ++index)
+    {
+        const std::string label = property.name;
+        switch (property.kind)
+        {
+        case CEntityComponentProperty::kChoice: property.SetChoice(property.name, 1, property.choices); break;
+        case CEntityComponentProperty::kFloat: property.SetFloat(property.name, static_cast<float>(index)); break;
+        case CEntityComponentProperty::kColor: property.SetColor(property.name, color); break;
+        default: property.SetVector3(property.name, 64, 128, 7);
+        }
+        light.SetProperty(index, &property);
+        EXPECT_EQ(log.Take().size(), 1U) << label;
+    }
+    light.SetProperty(8, &property);
+    EXPECT_EQ(log.Take().size(), 1U) << "an unknown index updates too";
+    UDBGroup& group = *database.AllocateGroup();
+    light.SerializerSave(group);
+    const std::pair<const char*, double> expected[] = {
+        {"lightType", 1}, {"shadowed", 1},   {"range", 2},    {"colorR", 0.5}, {"colorG", 0.25},   {"colorB", 0.125},
+        {"colorA", 1},    {"shadowBias", 4}, {"spotSize", 5}, {"falloff", 6},  {"shadowResX", 64}, {"shadowResY", 128}};
+    for (const auto& [key, value] : expected)
+        EXPECT_EQ(group.GetNumber(key, -1), value) << key;
+
+    const auto second = scene.Make<ComponentTransformDirect, ComponentLight, ComponentShadowCaster>();
+    auto& other = *second->Find<ComponentLight>();
+    log.Listen(other.Events(), "other");
+    other.Copy(&light);
+    EXPECT_EQ(log.Take().size(), 8U) << "once for each setter";
+    other.Copy(second->Find<ComponentShadowCaster>());
+    UDBGroup& copied = *database.AllocateGroup();
+    other.SerializerSave(copied);
+    UDBGroup& loaded = *database.AllocateGroup();
+    auto third = scene.Make<ComponentLight>();
+    third->Find<ComponentLight>()->SerializerLoad(copied);
+    third->Find<ComponentLight>()->SerializerSave(loaded);
+    for (const auto& [key, value] : expected)
+        EXPECT_EQ(loaded.GetNumber(key, -1), value) << key;
+    log.Take();
+    UDBGroup& fractions = *database.AllocateGroup();
+    fractions.AddNumber("lightType", 1.9);
+    fractions.AddNumber("shadowed", 0.5);
+    fractions.AddNumber("range", std::numeric_limits<double>::quiet_NaN());
+    other.SerializerLoad(fractions);
+    EXPECT_EQ(log.Take().size(), 1U);
+    EXPECT_EQ(other.GetLightType(), ComponentLightType::Spot);
+    EXPECT_FALSE(other.GetShadowed());
+    for (const double number : {1e300, -1e300, std::numeric_limits<double>::infinity()})
+    {
+        UDBGroup& far = *database.AllocateGroup();
+        far.AddNumber("lightType", number);
+        other.SerializerLoad(far);
+    }
+}
+
+TEST(Light, SurvivesListenersThatEndIt)
+{
+    const test::Scene scene;
+    for (const bool byTransform : {false, true})
+    {
+        auto entity = scene.Make<ComponentTransformDirect, ComponentLight>();
+        const auto source = scene.Make<ComponentLight>();
+        auto* light = entity->Find<ComponentLight>();
+        test::EventLog log;
+        log.Listen(byTransform ? entity->Find<ComponentTransform>()->Events() : light->Events(), "end",
+                   [&](const EventMessage&) { entity = nullptr; });
+        light->Copy(source->Find<ComponentLight>());
+        EXPECT_EQ(log.Take().size(), 1U);
+    }
+    // A loose copy touches nobody's transform, and may outlive the entity.
+    auto entity = scene.Make<ComponentTransformDirect, ComponentLight>();
+    ComponentLight copy(*entity->Find<ComponentLight>());
+    copy.SetRange(3);
+    EXPECT_EQ(entity->Find<ComponentTransform>()->GetBoundingBox(), Around(21.333334F));
+    entity = nullptr;
+    copy.SetLightType(ComponentLightType::Spot);
+}
+
+TEST(ShadowCaster, ListenersSeeTheOldModeAndTheNew)
+{
+    const test::Scene scene;
+    const auto entity = scene.Make<ComponentShadowCaster>();
+    auto& caster = *entity->Find<ComponentShadowCaster>();
+    test::EventLog log;
+    ShadowMode before{};
+    std::int32_t wanted = -1;
+    log.Listen(caster.Events(), "mode",
+               [&](const EventMessage& message)
+               {
+                   before = caster.GetShadowMode();
+                   wanted = message.second.GetInt();
+               });
+    CEntityComponentProperty property;
+    property.SetChoice("Shadow Mode", 1, nullptr);
+    EXPECT_TRUE(caster.SetPropertyTo("Shadow Mode", &property));
+    EXPECT_EQ(log.Take().size(), 1U);
+    EXPECT_EQ(before, ShadowMode::Static);
+    EXPECT_EQ(wanted, 1);
+    EXPECT_EQ(caster.GetShadowMode(), ShadowMode::Dynamic);
+    caster.SetShadowMode(ShadowMode::Dynamic);
+    UDBDatabase database;
+    UDBGroup& group = *database.AllocateGroup();
+    group.AddNumber("shadowMode", 0.9);
+    caster.SerializerLoad(group);
+    EXPECT_EQ(caster.GetShadowMode(), ShadowMode::Static);
+    EXPECT_TRUE(log.Take().empty());
+}
+} // namespace

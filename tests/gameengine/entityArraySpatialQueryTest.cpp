@@ -1,0 +1,366 @@
+#include "gameengine/engine/entityArraySpatialQuery.h"
+
+#include "gameengine/engine/aabbGridAdvice.h"
+#include "gameengine/engine/componentRuntimeData.h"
+#include "gameengine/engine/componentTransformDirect.h"
+#include "support/allocations.h"
+#include "support/expectations.h"
+#include "support/sceneFixture.h"
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+using collision::PrimAABB;
+using Query = CEntityArray_SpatialQuery;
+
+constexpr float kRegion[6] = {-100, -100, -20, 100, 100, 20};
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+// Entities of all sizes, some reaching out of the region, some outside, some thin, some on the faces of cells, and a
+// query that has seen some of their former places.
+class SpatialQuery : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_tree->InitializeWithDynamicGrid(kRegion, 9, 11, 10);
+        m_tree->AddSource(&m_scene.GetArray());
+        for (int i = 0; i < 1500; ++i)
+        {
+            m_entities.push_back(m_scene.Spawn<ComponentRuntimeData, ComponentTransformDirect>());
+            Move(*m_entities.back());
+        }
+        m_tree->Add(m_entities[7].Get()); // a second time
+    }
+
+    void Move(CEntity& entity)
+    {
+        float box[6];
+        for (std::size_t axis = 0; axis < 3; ++axis)
+        {
+            box[axis] = m_random.Between(kRegion[axis] * 1.3F, kRegion[axis + 3] * 1.3F);
+            if (m_random.OneIn(4))
+                box[axis] = std::round(box[axis]);
+            const float size = m_random.OneIn(5) ? 0.0F : m_random.Between(0.0F, m_random.OneIn(6) ? 50.0F : 5.0F);
+            box[axis + 3] = box[axis] + size;
+        }
+        entity.Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
+    }
+    void MoveSome()
+    {
+        for (int i = 0; i < 40; ++i)
+            Move(*m_entities[m_random.Below(m_entities.size())]);
+    }
+    CVector3 RandomPoint(float scale)
+    {
+        return {m_random.Between(-100, 100) * scale, m_random.Between(-100, 100) * scale,
+                m_random.Between(-20, 20) * scale};
+    }
+
+    static const PrimAABB& BoxOf(const CEntity* entity) { return entity->Find<ComponentTransform>()->GetBoundingBox(); }
+
+    // All filed entities whose box passes a test.
+    template <class Test>
+    std::set<CEntity*> BruteForce(Test test) const
+    {
+        std::set<CEntity*> found;
+        for (const auto& entity : m_entities)
+        {
+            if (!m_tree->GetGrid()->GetRange(BoxOf(entity.Get()).GetFloats()).IsEmpty() && test(BoxOf(entity.Get())))
+                found.insert(entity.Get());
+        }
+        return found;
+    }
+    static std::set<CEntity*> Set(Query::Answer answer)
+    {
+        std::set<CEntity*> found(answer.begin(), answer.end());
+        EXPECT_EQ(found.size(), answer.size()) << "each entity once";
+        return found;
+    }
+    // Checks an answer that comes in order of cells, and that it is the same when asked again and by somebody else.
+    template <class Ask>
+    std::set<CEntity*> Answer(Ask ask)
+    {
+        const Query::Answer answer = ask(m_query, m_buffer);
+        Query::Buffer second;
+        Query fresh(m_tree.Get());
+        const Query::Answer again = ask(fresh, second);
+        EXPECT_TRUE(std::equal(answer.begin(), answer.end(), again.begin(), again.end()));
+        return Set(answer);
+    }
+
+    test::Scene m_scene;
+    test::Random m_random{11};
+    std::vector<RefPtr<CEntity>> m_entities;
+    RefPtr<CEntityArray_AccelerationTree> m_tree = new CEntityArray_AccelerationTree;
+    Query m_query{m_tree.Get()};
+    Query::Buffer m_buffer;
+};
+
+double Distance(const PrimAABB& box, CVector3 point)
+{
+    const float* values = box.GetFloats();
+    const float p[3] = {point.x, point.y, point.z};
+    double sum = 0;
+    for (int axis = 0; axis < 3; ++axis)
+    {
+        const double nearest = std::clamp<double>(p[axis], values[axis], values[axis + 3]);
+        sum += (nearest - static_cast<double>(p[axis])) * (nearest - static_cast<double>(p[axis]));
+    }
+    return std::sqrt(sum);
+}
+
+TEST_F(SpatialQuery, BoxesAndSpheresAgreeWithBruteForce)
+{
+    for (int round = 0; round < 150; ++round)
+    {
+        MoveSome();
+        const CVector3 point = RandomPoint(1.4F);
+        const CVector3 size(m_random.Between(0, 90), m_random.Between(0, 90), m_random.Between(0, 30));
+        const PrimAABB box(point, point + size);
+        EXPECT_EQ(Answer([&](Query& query, auto& buffer) { return query.InBox(box, buffer); }),
+                  BruteForce([&](const PrimAABB& other) { return box.Test(other); }));
+
+        const float radius = m_random.Between(0, 60);
+        const auto found = Answer([&](Query& query, auto& buffer) { return query.InSphere(point, radius, buffer); });
+        const auto within = [&](double slack)
+        { return BruteForce([&](const PrimAABB& other) { return Distance(other, point) <= radius + slack; }); };
+        const auto surely = within(-1e-4);
+        const auto perhaps = within(1e-4);
+        EXPECT_TRUE(std::includes(found.begin(), found.end(), surely.begin(), surely.end()));
+        EXPECT_TRUE(std::includes(perhaps.begin(), perhaps.end(), found.begin(), found.end()));
+    }
+}
+
+TEST_F(SpatialQuery, FrustaHoldWhatIsInViewAndNothingThatThePlanesTurnDown)
+{
+    std::size_t seen = 0;
+    for (int round = 0; round < 300; ++round)
+    {
+        MoveSome();
+        const CVector3 eye = RandomPoint(1.4F);
+        const CVector3 target = RandomPoint(1.0F);
+        const collision::PrimFrustum frustum(
+            CMatrix::Projection(m_random.Between(5, 150), m_random.Between(0.3F, 3), 0.1F, m_random.Between(5, 300)) *
+            CMatrix::View(eye, target, {0, 0, 1}));
+        const auto found = Answer([&](Query& query, auto& buffer) { return query.InFrustum(frustum, buffer); });
+        const auto kept = BruteForce([&](const PrimAABB& box) { return frustum.Test(box); });
+        // In view for certain: some point of a lattice in the box is.
+        const auto visible = BruteForce(
+            [&](const PrimAABB& box)
+            {
+                for (int i = 0; i < 125; ++i)
+                {
+                    const CVector3 size = box.GetSize() * 0.25F;
+                    const CVector3 part(size.x * static_cast<float>(i % 5), size.y * static_cast<float>(i / 5 % 5),
+                                        size.z * static_cast<float>(i / 25));
+                    if (frustum.Test(box.GetMin() + part))
+                        return true;
+                }
+                return false;
+            });
+        EXPECT_TRUE(std::includes(kept.begin(), kept.end(), found.begin(), found.end()));
+        EXPECT_TRUE(std::includes(found.begin(), found.end(), visible.begin(), visible.end()));
+        seen += visible.size();
+    }
+    EXPECT_GT(seen, 10000U);
+    EXPECT_EQ(Set(m_query.InFrustum({}, m_buffer)), BruteForce([](const PrimAABB&) { return true; }));
+}
+
+TEST_F(SpatialQuery, RaysHitInOrderOfDistance)
+{
+    std::size_t hits = 0;
+    for (int round = 0; round < 300; ++round)
+    {
+        MoveSome();
+        const CVector3 origin = RandomPoint(1.4F);
+        CVector3 direction = RandomPoint(1.4F) - origin;
+        if (round % 3 == 0) // along an axis
+            direction = {0, round % 2 == 0 ? -2.0F : 0.0F, round % 2 == 0 ? 0.0F : 0.5F};
+        const float reach = m_random.OneIn(3) ? kInfinity : m_random.Between(0, 200);
+        std::set<CEntity*> found;
+        float last = 0;
+        m_query.VisitAlongRay(origin, direction, reach,
+                              [&](CEntity* entity, float distance)
+                              {
+                                  EXPECT_GE(distance, last);
+                                  EXPECT_LE(distance, reach);
+                                  const CVector3 point = origin + direction.Normalized() * distance;
+                                  EXPECT_LT(Distance(BoxOf(entity), point), 1e-3);
+                                  last = distance;
+                                  EXPECT_TRUE(found.insert(entity).second);
+                                  return true;
+                              });
+        hits += found.size();
+        // Points along the ray that are well inside a box.
+        const CVector3 step = direction.Normalized() * 0.5F;
+        const auto crossed = BruteForce(
+            [&](const PrimAABB& box)
+            {
+                for (float i = 0; i * 0.5F <= std::min(reach, 400.0F); ++i)
+                {
+                    if (box.Test(origin + step * i))
+                        return true;
+                }
+                return false;
+            });
+        EXPECT_TRUE(std::includes(found.begin(), found.end(), crossed.begin(), crossed.end()));
+        const auto some = m_query.AlongRay(origin, direction, reach, 3, m_buffer);
+        EXPECT_EQ(some.size(), std::min<std::size_t>(3, found.size()));
+        EXPECT_TRUE(std::all_of(some.begin(), some.end(), [&](CEntity* entity) { return found.count(entity) != 0; }));
+    }
+    EXPECT_GT(hits, 250U);
+}
+
+TEST_F(SpatialQuery, VisitorsMayChangeTheScene)
+{
+    for (std::size_t i = 0; i < 100; ++i)
+    {
+        const float x = static_cast<float>(i);
+        const float box[6] = {x, -2, -2, x + 1.5F, 2, 2};
+        m_entities[i * 3]->Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
+    }
+    std::size_t visited = 0;
+    m_query.VisitAlongRay({-150, 0, 0}, {1, 0.01F, 0}, kInfinity,
+                          [&](CEntity* entity, float)
+                          {
+                              ++visited;
+                              const auto found = std::find(m_entities.begin(), m_entities.end(), entity);
+                              EXPECT_NE(found, m_entities.end()) << "gone already";
+                              // This one and the next ones go for good.
+                              for (int i = 0; i < 3 && found != m_entities.end(); ++i)
+                              {
+                                  const auto victim = i == 0 ? found : m_entities.begin();
+                                  m_scene.GetArray().Remove(victim->Get());
+                                  *victim = m_entities.back();
+                                  m_entities.pop_back();
+                              }
+                              Move(*m_entities.front());
+                              return m_entities.size() > 100;
+                          });
+    EXPECT_GT(visited, 10U);
+    EXPECT_TRUE(m_tree->Validate());
+}
+
+TEST_F(SpatialQuery, NearestOnesComeSorted)
+{
+    for (int round = 0; round < 200; ++round)
+    {
+        MoveSome();
+        const CVector3 point = RandomPoint(round % 4 == 0 ? 5.0F : 1.1F);
+        const std::size_t count = m_random.OneIn(10) ? 5000 : m_random.Below(std::size_t{30});
+        const float reach = m_random.OneIn(2) ? kInfinity : m_random.Between(0, 30);
+        const auto answer = m_query.Nearest(point, count, m_buffer, reach);
+        std::vector<double> expected;
+        for (const CEntity* entity : BruteForce([&](const PrimAABB& box) { return Distance(box, point) <= reach; }))
+            expected.push_back(Distance(BoxOf(entity), point));
+        std::sort(expected.begin(), expected.end());
+        ASSERT_EQ(Set(answer).size(), std::min(count, expected.size()));
+        for (std::size_t i = 0; i < answer.size(); ++i)
+            EXPECT_NEAR(Distance(BoxOf(answer[i]), point), expected[i], 1e-4);
+
+        // Every other one of them all.
+        const auto isOdd = [](const CEntity* entity) { return entity->GetSerial() % 2 == 1; };
+        const std::vector<CEntity*> all(answer.begin(), answer.end());
+        const auto odd = m_query.NearestOf(point, count, m_buffer, reach, isOdd);
+        const auto wanted = std::count_if(all.begin(), all.end(), isOdd);
+        ASSERT_GE(odd.size(), static_cast<std::size_t>(wanted));
+        std::size_t next = 0;
+        for (CEntity* entity : all)
+            EXPECT_TRUE(!isOdd(entity) || odd[next++] == entity);
+    }
+}
+
+TEST_F(SpatialQuery, StrangeQuestionsHaveNoAnswerOrAll)
+{
+    const auto all = BruteForce([](const PrimAABB&) { return true; });
+    EXPECT_EQ(Set(m_query.InBox(PrimAABB({-kInfinity, -1e30F, -3e38F}, {kInfinity, 1e30F, 3e38F}), m_buffer)), all);
+    EXPECT_EQ(Set(m_query.InSphere({0, 0, 0}, kInfinity, m_buffer)), all);
+    EXPECT_GE(m_query.GetLastCandidateCount(), all.size());
+    EXPECT_TRUE(m_query.InBox(PrimAABB({0, 0, kNaN}, {1, 1, 1}), m_buffer).empty());
+    EXPECT_TRUE(m_query.InBox(PrimAABB({50, 0, 0}, {-50, 50, 50}), m_buffer).empty());
+    EXPECT_TRUE(m_query.InSphere({0, kNaN, 0}, 5, m_buffer).empty());
+    EXPECT_TRUE(m_query.InSphere({0, 0, 0}, -1, m_buffer).empty());
+    EXPECT_TRUE(m_query.AlongRay({0, 0, 0}, {0, 0, 0}, 100, 10, m_buffer).empty());
+    EXPECT_TRUE(m_query.AlongRay({0, 0, 0}, {1, kNaN, 0}, 100, 10, m_buffer).empty());
+    EXPECT_TRUE(m_query.AlongRay({0, 0, 0}, {1, 0, 0}, kNaN, 10, m_buffer).empty());
+    EXPECT_TRUE(m_query.AlongRay({0, 0, 0}, {1, 0, 0}, 100, 0, m_buffer).empty());
+    EXPECT_TRUE(m_query.Nearest({kInfinity, 0, 0}, 5, m_buffer).empty());
+    EXPECT_TRUE(m_query.Nearest({0, 0, 0}, 5, m_buffer, kNaN).empty());
+    const float strange[] = {kNaN, kInfinity, -kInfinity, 3e38F, -3e38F};
+    for (int i = 0; i < 500; ++i)
+    {
+        CMatrix matrix = CMatrix::Projection(90, 1, 0.1F, 100);
+        matrix.GetElements()[m_random.Below(16U)] = strange[m_random.Below(5U)];
+        m_query.InFrustum(collision::PrimFrustum(matrix), m_buffer);
+    }
+
+    // Without a grid, and after a new one.
+    Query none(nullptr);
+    EXPECT_TRUE(none.InSphere({0, 0, 0}, kInfinity, m_buffer).empty());
+    m_tree->InitializeWithDynamicGrid(kRegion, 50, 50, 50);
+    EXPECT_TRUE(m_query.InSphere({0, 0, 0}, kInfinity, m_buffer).empty());
+    m_tree->Refresh();
+    MoveSome();
+    EXPECT_FALSE(m_query.InSphere({0, 0, 0}, kInfinity, m_buffer).empty());
+}
+
+TEST_F(SpatialQuery, AdvisedGridsSuitTheirBoxes)
+{
+    std::vector<PrimAABB> boxes;
+    for (const auto& entity : m_entities)
+        boxes.push_back(BoxOf(entity.Get()));
+    boxes.push_back(PrimAABB({kNaN, 0, 0}, {1, 1, 1}));
+    boxes.push_back(PrimAABB({-kInfinity, 0, 0}, {1, 1, 1}));
+    const AABBGridAdvice advice = AdviseGrid(boxes);
+    EXPECT_EQ(advice.bounds, AdviseGrid(m_scene.GetArray()).bounds);
+    CAABBDynamicGrid grid(advice.bounds.GetFloats(), advice.cellSize.x, advice.cellSize.y, advice.cellSize.z);
+    for (std::size_t i = 0; i < m_entities.size(); ++i)
+    {
+        EXPECT_FALSE(grid.GetRange(boxes[i].GetFloats()).IsEmpty());
+        grid.AddObject(boxes[i].GetFloats(), &boxes[i]);
+    }
+    EXPECT_LT(grid.GetTotalCellCount(), m_entities.size());
+    EXPECT_LT(grid.GetEntryCount(), m_entities.size() * 4);
+
+    // One box, none, a point, a plane, a world that is not to scale.
+    for (const PrimAABB& box :
+         {PrimAABB({1, 2, 3}, {4, 5, 6}), PrimAABB({kNaN, 2, 3}, {4, 5, 6}), PrimAABB({5, 5, 5}, {5, 5, 5}),
+          PrimAABB({-9e5F, -9e5F, 7}, {9e5F, 9e5F, 7}), PrimAABB({-3e38F, 0, 0}, {3e38F, 1, 1})})
+    {
+        const AABBGridAdvice one = AdviseGrid({&box, 1});
+        const CAABBDynamicGrid small(one.bounds.GetFloats(), one.cellSize.x, one.cellSize.y, one.cellSize.z);
+        EXPECT_GE(small.GetTotalCellCount(), 1U);
+        EXPECT_LE(small.GetTotalCellCount(), 8U);
+    }
+}
+
+TEST_F(SpatialQuery, ASteadyFrameAllocatesNothing)
+{
+    const auto frame = [&]
+    {
+        for (int i = 0; i < 20; ++i)
+        {
+            m_query.InFrustum({}, m_buffer);
+            m_query.InSphere({0, 0, 0}, 50, m_buffer);
+            m_query.Nearest({1, 2, 3}, 10, m_buffer);
+            m_query.AlongRay({-90, 0, 0}, {1, 0, 0}, 200, 50, m_buffer);
+            // To and fro, so that each cell has seen its largest crowd.
+            CMatrix matrix;
+            matrix.SetTranslation({i % 2 == 0 ? 30.0F : 0.0F, 0, 0});
+            for (std::size_t k = 0; k < 50; ++k)
+                m_entities[k]->Find<ComponentTransform>()->SetTransform(matrix);
+        }
+    };
+    frame();
+    const std::size_t before = test::GetAllocationCount();
+    frame();
+    EXPECT_EQ(test::GetAllocationCount(), before);
+}
+} // namespace
