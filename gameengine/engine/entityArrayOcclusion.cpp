@@ -74,8 +74,10 @@ void CEntityArray_Occlusion::i_AddObject(CEntity* entity)
         [payload](const EventMessage& message)
         {
             auto* const component = message.first.GetObjectPointer<CEntityComponent>("CEntityComponent");
-            if (auto* const moved = static_cast<ComponentTransform*>(component))
-                payload->occluder->UpdateBoundingBox(payload->handle, moved->GetBoundingBox().GetFloats());
+            if (!component || component->GetType() != ComponentTransform::TYPEID())
+                return;
+            const auto& moved = static_cast<ComponentTransform*>(component)->GetBoundingBox();
+            payload->occluder->UpdateBoundingBox(payload->handle, moved.GetFloats());
         });
     payload->movedHandler.Subscribe(transform->Events());
 }

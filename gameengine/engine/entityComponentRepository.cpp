@@ -43,8 +43,7 @@ CEntityComponentRepositoryBase* CEntityComponentRepositoryBase::GetRepository(st
     return found != GetRegistry().end() ? found->second : nullptr;
 }
 
-CEntityComponentRepository::CEntityComponentRepository(std::int32_t typeId)
-    : CEntityComponentRepositoryBase(typeId)
+CEntityComponentRepository::CEntityComponentRepository(std::int32_t typeId) : CEntityComponentRepositoryBase(typeId)
 {
     i_Allocate(kFirstCapacity);
 }
