@@ -53,15 +53,11 @@ TEST(RefPtr, AssigningKeepsWhatIsStillNeeded)
     EXPECT_EQ(deaths, 2);
     base = nullptr;
     EXPECT_EQ(deaths, 3) << "once, though the destructor takes references";
-}
 
-TEST(RefClass, ACopyStartsWithoutReferences)
-{
-    int deaths = 0;
-    RefPtr<Node> node = new Node(deaths);
-    RefPtr<Node> copy = new Node(*node);
+    node = new Node(deaths);
+    const RefPtr<Node> copy = new Node(*node);
     *copy = *node;
-    EXPECT_EQ(copy->GetReferenceCount(), 1);
+    EXPECT_EQ(copy->GetReferenceCount(), 1) << "a copy starts without references";
 }
 
 TEST(Variant, AnotherKindOrClassGivesNothing)
