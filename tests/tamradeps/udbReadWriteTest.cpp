@@ -87,20 +87,6 @@ TEST_P(UDBFormat, RandomTreesComeBackEqual)
     }
 }
 
-TEST_P(UDBFormat, KeepsEveryBitOfEveryNumber)
-{
-    test::Random random(2);
-    std::vector<double> numbers = test::SpecialNumbers();
-    for (int i = 0; i < 20000; ++i)
-        numbers.push_back(i % 2 ? std::bit_cast<double>(random.Bits())
-                                : std::bit_cast<float>(static_cast<std::uint32_t>(random.Bits() & 0xBFFFFFFF)));
-    for (const double number : numbers)
-        m_root->AddNumber("n", number);
-    UDBGroup* copy = m_database.AllocateGroup();
-    ASSERT_TRUE(GetParam().read(*GetParam().write(*m_root), *copy));
-    EXPECT_TRUE(test::SameTree(*m_root, *copy));
-}
-
 TEST_P(UDBFormat, NestsToTheLimitAndNoDeeper)
 {
     UDBGroup* deepest = m_root;
