@@ -113,15 +113,15 @@ TEST(UDBDatabase, ClearKeepsTheBlocksForTreesOfEqualSize)
         database.Clear();
         UDBGroup* group = database.AllocateGroup();
         // Texts larger than a block come at another place in each round.
-        std::vector<std::string> texts;
-        for (int i = 0; i < 300; ++i)
-            texts.emplace_back(static_cast<std::size_t>((i + round) % 100 == 0 ? 100000 : i),
+        const auto makeText = [round](int i) {
+            return std::string((i + round) % 100 == 0 ? 100000U : static_cast<unsigned>(i),
                                static_cast<char>('a' + i % 26));
-        for (const std::string& text : texts)
-            group->AddString(text.substr(0, 3), text);
-        std::size_t i = 0;
+        };
+        for (int i = 0; i < 300; ++i)
+            group->AddString(makeText(i).substr(0, 3), makeText(i));
+        int i = 0;
         for (const UDBEntry& entry : *group)
-            ASSERT_EQ(entry.GetString(), texts[i++]);
+            ASSERT_EQ(entry.GetString(), makeText(i++));
         if (round == 0)
             reserved = database.GetReservedBytes();
     }
