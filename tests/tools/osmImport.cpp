@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <tuple>
 
 #include <gtest/gtest.h>
 #include <osmium/builder/attr.hpp>
@@ -56,14 +57,7 @@ TEST(OsmTags, LengthsAreReadWithTheirUnits)
 
 TEST(OsmTags, HeightsComeFromTheBestTag)
 {
-    struct Case
-    {
-        Values tags;
-        double base;
-        double top;
-        bool repaired;
-    };
-    const Case cases[] = {
+    const std::tuple<Values, double, double, bool> cases[] = {
         {{{"building", "yes"}, {"height", "21.5"}, {"building:levels", "3"}}, 0.0, 21.5, false},
         {{{"building", "yes"}, {"height", "tall"}, {"building:levels", "3"}}, 0.0, 9.0, false},
         {{{"building", "church"}}, 0.0, 16.0, false},
@@ -75,13 +69,13 @@ TEST(OsmTags, HeightsComeFromTheBestTag)
         {{{"building", "yes"}, {"height", "0"}}, 0.0, 0.5, true},
         {{{"building", "yes"}, {"height", "10"}, {"min_height", "12"}}, 0.0, 10.0, true},
     };
-    for (const Case& c : cases)
+    for (const auto& [tags, base, top, isRepaired] : cases)
     {
-        SCOPED_TRACE(testing::PrintToString(c.tags));
-        const osm::Heights heights = osm::GetHeights(MakeTags(c.tags));
-        EXPECT_DOUBLE_EQ(heights.base, c.base);
-        EXPECT_DOUBLE_EQ(heights.top, c.top);
-        EXPECT_EQ(heights.repaired, c.repaired);
+        SCOPED_TRACE(testing::PrintToString(tags));
+        const osm::Heights heights = osm::GetHeights(MakeTags(tags));
+        EXPECT_DOUBLE_EQ(heights.base, base);
+        EXPECT_DOUBLE_EQ(heights.top, top);
+        EXPECT_EQ(heights.repaired, isRepaired);
     }
 }
 

@@ -1,9 +1,7 @@
 #include "tools/sceneTools/townMap.h"
 
-#include "gameengine/engine/scene.h"
 #include "support/expectations.h"
 #include "tests/tools/townFixture.h"
-#include "tools/sceneTools/osmImport.h"
 
 #include <gtest/gtest.h>
 
@@ -22,31 +20,11 @@ bool IsGreen(Pixel pixel)
     return pixel[1] > pixel[0] + 10 && pixel[1] > pixel[2] + 10;
 }
 
-bool IsBlue(Pixel pixel)
-{
-    return pixel[2] > pixel[0] + 30 && pixel[2] > pixel[1] + 10;
-}
-
 bool IsBrown(Pixel pixel)
 {
     return pixel[0] > pixel[1] + 10 && pixel[1] > pixel[2] && pixel[0] < 235;
 }
 } // namespace
-
-TEST(TownMap, ManhattanShowsItsKnownPlaces)
-{
-    CScene scene;
-    OsmImportStatistics town;
-    ASSERT_TRUE(ImportOsm(test::GetExtract("manhattan"), scene.GetInterfaces(), {}, &town));
-    CTownMap map(town.minX, town.minY, town.maxX, town.maxY, 900);
-    map.DrawScene(scene.GetArray());
-    map.Render();
-
-    // Seravalli Playground, the river, and the large building south-west of it.
-    EXPECT_TRUE(IsGreen(GetPixelAt(map, 145.0F, 303.0F)));
-    EXPECT_TRUE(IsBlue(GetPixelAt(map, -560.0F, 100.0F)));
-    EXPECT_TRUE(IsBrown(GetPixelAt(map, -200.0F, 20.0F)));
-}
 
 TEST(TownMap, BoxesAreTurnedAndCoverOneAnotherByKind)
 {
