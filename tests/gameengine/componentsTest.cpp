@@ -170,7 +170,10 @@ TEST_F(ComponentsTest, RuntimeDataRemembersTheFrame)
     test::EventLog log;
     log.Listen(data.GetVisibilityEvents(), "seen",
                [&](const EventMessage& message)
-               { EXPECT_EQ(message.first.GetObjectPointer<CEntityComponent>("CEntityComponent"), &data); });
+               {
+                   EXPECT_EQ(message.first.GetObjectPointer<CEntityComponent>("CEntityComponent"), &data);
+                   EXPECT_TRUE(message.second.IsEmpty());
+               });
     const auto isVisible = [&](std::uint64_t drawnIn, std::uint64_t askedIn)
     {
         renderer.SetFrameNumber(drawnIn);
