@@ -16,7 +16,7 @@ constexpr std::uint32_t kPathColor = 0xFF2020E0;
 constexpr std::uint32_t kReachColor = 0x80C04000;
 constexpr int kMapWidth = 1600;
 constexpr int kCars = 500;
-constexpr double kSnapshots[] = {0.36, 0.53, 0.75}; // moments of the way, for the map
+constexpr double kSnapshots[] = {0.53, 0.66, 0.75}; // moments of the way, for the map
 constexpr float kEyeHeight = 40.0F;                 // low enough to see the ground ahead
 
 CSceneStreamer::Settings GetSettings(const CTownFlight::Area& area)
