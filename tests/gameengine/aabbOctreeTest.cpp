@@ -226,15 +226,23 @@ TEST(Octree, TakesAnyBox)
                              -3e38F,
                              0};
     test::Random random(5);
-    CAABBOctree octree(kAroundOrigin, 8, 4, 1, 3);
-    for (int i = 0; i < 500; ++i)
+    const auto next = [&]
     {
         float box[6];
         for (float& value : box)
             value = strange[random.Below(6U)];
-        octree.AddObject(box, &octree, &octree);
-        ASSERT_TRUE(octree.Validate());
-        octree.FindBestFitNodeAABB(PrimAABB(box), &octree);
+        return PrimAABB(box);
+    };
+    for (int tree = 0; tree < 50; ++tree)
+    {
+        CAABBOctree octree(tree == 0 ? kAroundOrigin : next(), 8, 4, 1, 3);
+        for (int i = 0; i < 20; ++i)
+        {
+            const PrimAABB box = next();
+            octree.AddObject(box.GetFloats(), &octree, &octree);
+            ASSERT_TRUE(octree.Validate());
+            octree.FindBestFitNodeAABB(box, &octree);
+        }
     }
 }
 } // namespace

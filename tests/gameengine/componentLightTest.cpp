@@ -118,6 +118,16 @@ TEST(Light, SavesAndCopiesEveryValue)
     other.Copy(&light);
     EXPECT_EQ(log.Take().size(), 8U) << "once for each setter";
     other.Copy(second->Find<ComponentShadowCaster>());
+    CMatrix elsewhere;
+    elsewhere.SetTranslation({1, 2, 3});
+    entity->Find<ComponentTransform>()->SetTransform(elsewhere);
+    const CMatrix view = other.GetViewMatrix();
+    other.SetRange(90);
+    log.Take();
+    other = light;
+    EXPECT_EQ(log.Take().size(), 1U);
+    EXPECT_EQ(other.GetViewMatrix(), view) << "the other light stands elsewhere";
+    EXPECT_EQ(second->Find<ComponentTransform>()->GetBoundingBox().GetMax().x, 2.0F) << "the range";
     UDBGroup& copied = *database.AllocateGroup();
     other.SerializerSave(copied);
     UDBGroup& loaded = *database.AllocateGroup();
