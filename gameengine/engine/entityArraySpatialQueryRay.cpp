@@ -198,7 +198,7 @@ void CEntityArray_SpatialQuery::i_VisitAlongRay(CVector3 origin, CVector3 direct
                          {
                              const double entry = GetEntry(boxes, lane, start, unit);
                              if (entry < 0.0 || entry > static_cast<double>(maxDistance) ||
-                                 !m_cache->MeetFirst(owners, lane))
+                                 !m_cache->MeetFirstEvenIfMoved(owners, lane))
                                  return;
                              waiting.push_back({entry, owners.entities[lane], owners.slots[lane]});
                              std::push_heap(waiting.begin(), waiting.end(), isLater);
