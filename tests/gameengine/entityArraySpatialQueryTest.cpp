@@ -216,6 +216,13 @@ TEST_F(SpatialQuery, RaysHitInOrderOfDistance)
         EXPECT_TRUE(std::all_of(some.begin(), some.end(), [&](CEntity* entity) { return found.count(entity) != 0; }));
     }
     EXPECT_GT(hits, 250U);
+    // Through an edge of four cells, past a box that begins there.
+    m_scene.GetArray().Clear();
+    const float corner[6] = {-91, -89, -1, -85, -85, 1};
+    m_entities[0]->Find<ComponentTransform>()->SetUntransformedBoundingBox(corner);
+    m_scene.GetArray().Add(m_entities[0].Get());
+    EXPECT_EQ(m_query.AlongRay({-90, -90, 0}, {-1, 1, 0}, 10, 5, m_buffer).size(), 1U);
+    EXPECT_EQ(m_query.AlongRay({-92, -88, 0}, {1, -1, 0}, 10, 5, m_buffer).size(), 1U);
 }
 
 TEST_F(SpatialQuery, VisitorsMayChangeTheScene)
