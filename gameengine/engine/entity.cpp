@@ -63,6 +63,7 @@ CEntity::~CEntity()
 {
     // Of an entity deleted directly, a listener's reference must not be the last one.
     _AddRef();
+    m_isBeingDestroyed = true;
     --g_liveCount;
     i_LeaveArrays();
     m_events.Raise(kDestroyed, variant(this, "CEntity"), variant(0));

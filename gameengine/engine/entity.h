@@ -83,6 +83,8 @@ public:
     std::int32_t GetIndex() const noexcept { return m_index; }
     /// Number of entities created before this one in the process, modulo 2^32.
     std::uint32_t GetSerial() const noexcept { return m_serial; }
+    /// True from the start of the destructor. A listener must then not enter the entity anywhere that it stays.
+    bool IsBeingDestroyed() const noexcept { return m_isBeingDestroyed; }
 
     CInterfaceCollection& GetInterfaces() const noexcept { return *m_interfaces; }
     CInterfaceCollection* GetInterfacesPtr() const noexcept { return m_interfaces.Get(); }
@@ -146,5 +148,6 @@ private:
     std::uint32_t m_serial;
     CEventHandler m_events;
     bool m_componentListLocked = false;
+    bool m_isBeingDestroyed = false;
     CPointerArray<CEntityComponent, 8>* m_dying = nullptr; // while the components are being deleted
 };

@@ -43,8 +43,13 @@ public:
 private:
     int i_GetAxis() const noexcept
     {
-        const int axis = m_exit[1] < m_exit[0] ? 1 : 0;
-        return m_exit[2] < m_exit[axis] ? 2 : axis;
+        const int axis = i_IsSooner(1, 0) ? 1 : 0;
+        return i_IsSooner(2, axis) ? 2 : axis;
+    }
+    // Through an edge of cells by way of the cell to which the edge belongs: upward first.
+    bool i_IsSooner(int a, int b) const noexcept
+    {
+        return m_exit[a] < m_exit[b] || (m_exit[a] == m_exit[b] && m_direction[a] > m_direction[b]);
     }
     void i_FindExit(int axis) noexcept
     {
@@ -198,7 +203,7 @@ void CEntityArray_SpatialQuery::i_VisitAlongRay(CVector3 origin, CVector3 direct
                          {
                              const double entry = GetEntry(boxes, lane, start, unit);
                              if (entry < 0.0 || entry > static_cast<double>(maxDistance) ||
-                                 !m_cache->MeetFirst(owners, lane))
+                                 !m_cache->MeetFirstEvenIfMoved(owners, lane))
                                  return;
                              waiting.push_back({entry, owners.entities[lane], owners.slots[lane]});
                              std::push_heap(waiting.begin(), waiting.end(), isLater);

@@ -216,6 +216,13 @@ TEST_F(SpatialQuery, RaysHitInOrderOfDistance)
         EXPECT_TRUE(std::all_of(some.begin(), some.end(), [&](CEntity* entity) { return found.count(entity) != 0; }));
     }
     EXPECT_GT(hits, 250U);
+    // Through an edge of four cells, past a box that begins there.
+    m_scene.GetArray().Clear();
+    const float corner[6] = {-91, -89, -1, -85, -85, 1};
+    m_entities[0]->Find<ComponentTransform>()->SetUntransformedBoundingBox(corner);
+    m_scene.GetArray().Add(m_entities[0].Get());
+    EXPECT_EQ(m_query.AlongRay({-90, -90, 0}, {-1, 1, 0}, 10, 5, m_buffer).size(), 1U);
+    EXPECT_EQ(m_query.AlongRay({-92, -88, 0}, {1, -1, 0}, 10, 5, m_buffer).size(), 1U);
 }
 
 TEST_F(SpatialQuery, VisitorsMayChangeTheScene)
@@ -246,6 +253,34 @@ TEST_F(SpatialQuery, VisitorsMayChangeTheScene)
                           });
     EXPECT_GT(visited, 10U);
     EXPECT_TRUE(m_tree->Validate());
+}
+
+TEST_F(SpatialQuery, RaysTakeInWhatTheirVisitorAddsAndMovesOnce)
+{
+    std::vector<RefPtr<CEntity>> added;
+    const auto add = [&](float x, float size)
+    {
+        const float box[6] = {x, -2, -2, x + size, 2, 2};
+        added.push_back(m_scene.Make<ComponentRuntimeData, ComponentTransformDirect>());
+        added.back()->Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
+        m_tree->Add(added.back().Get());
+    };
+    m_scene.GetArray().Clear();
+    add(-95, 1);
+    m_query.InSphere({0, 0, 0}, kInfinity, m_buffer);
+    std::vector<CEntity*> visited;
+    m_query.VisitAlongRay({-99, 0, 0}, {1, 0, 0}, kInfinity,
+                          [&](CEntity* entity, float)
+                          {
+                              visited.push_back(entity);
+                              const float ahead[6] = {50, -2, -2, 51, 2, 2};
+                              entity->Find<ComponentTransform>()->SetUntransformedBoundingBox(ahead);
+                              for (float x = -50; added.size() < 50; ++x)
+                                  add(x, 20);
+                              return true;
+                          });
+    EXPECT_EQ(visited.size(), added.size());
+    EXPECT_EQ(Set(visited).size(), added.size());
 }
 
 TEST_F(SpatialQuery, NearestOnesComeSorted)
@@ -329,15 +364,23 @@ TEST_F(SpatialQuery, AdvisedGridsSuitTheirBoxes)
     EXPECT_LT(grid.GetTotalCellCount(), m_entities.size());
     EXPECT_LT(grid.GetEntryCount(), m_entities.size() * 4);
 
-    // One box, none, a point, a plane, a world that is not to scale.
-    for (const PrimAABB& box :
-         {PrimAABB({1, 2, 3}, {4, 5, 6}), PrimAABB({kNaN, 2, 3}, {4, 5, 6}), PrimAABB({5, 5, 5}, {5, 5, 5}),
-          PrimAABB({-9e5F, -9e5F, 7}, {9e5F, 9e5F, 7}), PrimAABB({-3e38F, 0, 0}, {3e38F, 1, 1})})
+    // As many whole cells as the boxes are wide together, and one without extent at their end.
+    std::vector<PrimAABB> row(100, PrimAABB({0, 0, 0}, {5, 5, 5}));
+    row.push_back(PrimAABB({100, 0, 0}, {100, 5, 5}));
+    const AABBGridAdvice whole = AdviseGrid(row);
+    EXPECT_EQ(whole.cellSize.x, 10.0F);
+    EXPECT_FALSE(CAABBDynamicGrid(whole.bounds.GetFloats(), 10, 10, 10).GetRange(row.back().GetFloats()).IsEmpty());
+
+    // One box, none, points, a plane, a world that is not to scale.
+    for (const PrimAABB& box : {PrimAABB({1, 2, 3}, {4, 5, 6}), PrimAABB({kNaN, 2, 3}, {4, 5, 6}),
+                                PrimAABB({5, 5, 5}, {5, 5, 5}), PrimAABB({-5e6F, 5e6F, 5e3F}, {-5e6F, 5e6F, 5e3F}),
+                                PrimAABB({-9e5F, -9e5F, 7}, {9e5F, 9e5F, 7}), PrimAABB({-3e38F, 0, 0}, {3e38F, 1, 1})})
     {
         const AABBGridAdvice one = AdviseGrid({&box, 1});
         const CAABBDynamicGrid small(one.bounds.GetFloats(), one.cellSize.x, one.cellSize.y, one.cellSize.z);
         EXPECT_GE(small.GetTotalCellCount(), 1U);
         EXPECT_LE(small.GetTotalCellCount(), 8U);
+        EXPECT_TRUE(!(std::abs(box.GetMin().x) < 1e30F) || !small.GetRange(box.GetFloats()).IsEmpty());
     }
 }
 
