@@ -3,6 +3,7 @@
 #include "gameengine/export.h"
 #include "tamradeps/core/baseObject.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <unordered_map>
@@ -226,9 +227,11 @@ template <>
 class TComponentRepository<CEntityComponentRepositoryFast>
 {
 public:
-    using Places = void* [CEntityComponentRepositoryFast::kCapacity];
+    using Places = std::array<void*, CEntityComponentRepositoryFast::kCapacity>;
 
-    constexpr TComponentRepository(std::int32_t typeId, Places& places) noexcept : m_repository(typeId, places) {}
+    constexpr TComponentRepository(std::int32_t typeId, Places& places) noexcept : m_repository(typeId, places.data())
+    {
+    }
     TComponentRepository(const TComponentRepository&) = delete;
     TComponentRepository& operator=(const TComponentRepository&) = delete;
     ~TComponentRepository() {} // leaves the repository alone
