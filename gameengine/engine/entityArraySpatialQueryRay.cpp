@@ -195,6 +195,7 @@ void CEntityArray_SpatialQuery::i_VisitAlongRay(CVector3 origin, CVector3 direct
     auto& waiting = m_cache->hits;
     waiting.clear();
     const auto isLater = [](const CellCache::Hit& a, const CellCache::Hit& b) { return b < a; };
+    const std::uint64_t serial = grid->GetSerial(); // the visitor may replace the grid
     RayWalk walk(*grid, origin, unit);
     for (;;)
     {
@@ -218,8 +219,10 @@ void CEntityArray_SpatialQuery::i_VisitAlongRay(CVector3 origin, CVector3 direct
             std::pop_heap(waiting.begin(), waiting.end(), isLater);
             waiting.pop_back();
             // The visitor may have removed it meanwhile.
-            if (m_tree->i_HasSlot(hit.slot, hit.entity) &&
-                !visitor(context, hit.entity, static_cast<float>(hit.distance)))
+            if (!m_tree->i_HasSlot(hit.slot, hit.entity))
+                continue;
+            if (!visitor(context, hit.entity, static_cast<float>(hit.distance)) || !m_tree->GetGrid() ||
+                m_tree->GetGrid()->GetSerial() != serial)
                 return;
         }
         if (isLast)

@@ -253,6 +253,15 @@ TEST_F(SpatialQuery, VisitorsMayChangeTheScene)
                           });
     EXPECT_GT(visited, 10U);
     EXPECT_TRUE(m_tree->Validate());
+    visited = 0;
+    m_query.VisitAlongRay({-150, 0, 0}, {1, 0.01F, 0}, kInfinity,
+                          [&](CEntity*, float)
+                          {
+                              ++visited;
+                              m_tree->InitializeWithDynamicGrid(kRegion, 100, 100, 100);
+                              return true;
+                          });
+    EXPECT_EQ(visited, 1U) << "all others went with the grid";
 }
 
 TEST_F(SpatialQuery, RaysTakeInWhatTheirVisitorAddsAndMovesOnce)
