@@ -253,8 +253,13 @@ TEST_F(SpatialQuery, VisitorsMayChangeTheScene)
                           });
     EXPECT_GT(visited, 10U);
     EXPECT_TRUE(m_tree->Validate());
+    for (std::size_t i = 0; i < 2; ++i)
+    {
+        const float box[6] = {-90, -2, -2, 90, 2, 2};
+        m_entities[i]->Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
+    }
     visited = 0;
-    m_query.VisitAlongRay({-150, 0, 0}, {1, 0.01F, 0}, kInfinity,
+    m_query.VisitAlongRay({-150, 0, 0}, {1, 0, 0}, kInfinity,
                           [&](CEntity*, float)
                           {
                               ++visited;
