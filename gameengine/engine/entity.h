@@ -2,6 +2,7 @@
 
 #include "gameengine/export.h"
 #include "tamradeps/core/eventHandler.h"
+#include "tamradeps/core/hints.h"
 #include "tamradeps/core/pointerArray.h"
 #include "tamradeps/core/refPtr.h"
 
@@ -107,22 +108,23 @@ protected:
     {
         if (!m_componentListLocked) [[unlikely]]
             i_ReportUnlocked(131);
-        if (!m_events.Empty())
-            m_events.Raise(kComponentAdded, variant(component, "CEntityComponent"), variant(this, "CEntity"));
+        if (!m_events.Empty()) [[unlikely]]
+            i_RaiseComponentEvent(kComponentAdded, component);
     }
     void i_RemovedComponent(CEntityComponent* component)
     {
         if (!m_componentListLocked) [[unlikely]]
             i_ReportUnlocked(139);
-        if (!m_events.Empty())
-            m_events.Raise(kComponentRemoved, variant(component, "CEntityComponent"), variant(this, "CEntity"));
+        if (!m_events.Empty()) [[unlikely]]
+            i_RaiseComponentEvent(kComponentRemoved, component);
     }
     void i_AddedToArray(CEntityArray* array);
     void i_RemovedFromArray(CEntityArray* array);
     void i_DestroyComponents();
 
 private:
-    static void i_ReportUnlocked(int line);
+    TAMRA_COLD static void i_ReportUnlocked(int line);
+    TAMRA_COLD void i_RaiseComponentEvent(std::int32_t id, CEntityComponent* component);
     // A reference for as long as listeners run, who may release theirs. None for an entity that nobody references yet:
     // releasing it would delete the entity.
     RefPtr<CEntity> i_Keep() noexcept { return GetReferenceCount() > 0 ? this : nullptr; }

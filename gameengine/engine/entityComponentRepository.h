@@ -2,20 +2,12 @@
 
 #include "gameengine/export.h"
 #include "tamradeps/core/baseObject.h"
+#include "tamradeps/core/hints.h"
 
 #include <array>
 #include <cstdint>
 #include <memory>
 #include <unordered_map>
-
-// Keeps what hardly ever runs out of the way of what always does.
-#if defined(__GNUC__)
-#define TAMRA_COLD __attribute__((cold, noinline))
-#define TAMRA_SURELY(condition) __builtin_expect_with_probability(condition, 1, 0.999)
-#else
-#define TAMRA_COLD
-#define TAMRA_SURELY(condition) (condition)
-#endif
 
 /// From an entity's index to its component of one type: how components find their siblings.
 ///
