@@ -165,6 +165,15 @@ TEST(Octree, SplitsAndLosesObjectsByItsRules)
     EXPECT_GT(split, 500U);
 }
 
+TEST(Octree, ReachesLeavesInOrder)
+{
+    // All eight children touch the origin and split; they take nodes in the order in which they are reached.
+    CAABBOctree octree(kAroundOrigin, 8 * 9, 4, 2, 0);
+    octree.AddObject(PrimAABB().GetFloats(), &octree, &octree);
+    for (int i = 0; i < 8; ++i)
+        EXPECT_EQ(octree.children[i].children, octree.children + 8 * (i + 1));
+}
+
 TEST(Octree, BestFitIsTheDeepestNodeThatHoldsTheBoxAlone)
 {
     CAABBOctree octree(kAroundOrigin, 64, 16, 8, 100);
