@@ -69,7 +69,9 @@ void CTownFlight::i_StartTraffic()
     const float margin = 500.0F;
     const float bounds[6] = {m_area.min.x - margin, m_area.min.y - margin, std::min(advice.bounds.GetMin().z, -10.0F),
                              m_area.max.x + margin, m_area.max.y + margin, std::max(advice.bounds.GetMax().z, 500.0F)};
-    m_tree->InitializeWithDynamicGrid(bounds, advice.cellSize.x, advice.cellSize.y, advice.cellSize.z);
+    // Towns are flat: few layers.
+    const float cellHeight = std::max(advice.cellSize.z, (bounds[5] - bounds[2]) / 8.0F);
+    m_tree->InitializeWithDynamicGrid(bounds, advice.cellSize.x, advice.cellSize.y, cellHeight);
     m_tree->AddSource(&m_scene.GetArray());
     for (int i = 0; i < m_scene.GetArray().GetCount(); ++i)
         m_tree->Add(m_scene.GetArray().Get(i));
