@@ -16,7 +16,7 @@ constexpr std::uint32_t kPathColor = 0xFF2020E0;
 constexpr std::uint32_t kReachColor = 0x80C04000;
 constexpr int kMapWidth = 1600;
 constexpr int kCars = 500;
-constexpr double kSnapshots[] = {0.36, 0.53, 0.75}; // moments of the way, for the map
+constexpr double kSnapshots[] = {0.53, 0.66, 0.75}; // moments of the way, for the map
 constexpr float kEyeHeight = 40.0F;                 // low enough to see the ground ahead
 
 CSceneStreamer::Settings GetSettings(const CTownFlight::Area& area)
@@ -69,7 +69,9 @@ void CTownFlight::i_StartTraffic()
     const float margin = 500.0F;
     const float bounds[6] = {m_area.min.x - margin, m_area.min.y - margin, std::min(advice.bounds.GetMin().z, -10.0F),
                              m_area.max.x + margin, m_area.max.y + margin, std::max(advice.bounds.GetMax().z, 500.0F)};
-    m_tree->InitializeWithDynamicGrid(bounds, advice.cellSize.x, advice.cellSize.y, advice.cellSize.z);
+    // Towns are flat: few layers.
+    const float cellHeight = std::max(advice.cellSize.z, (bounds[5] - bounds[2]) / 8.0F);
+    m_tree->InitializeWithDynamicGrid(bounds, advice.cellSize.x, advice.cellSize.y, cellHeight);
     m_tree->AddSource(&m_scene.GetArray());
     for (int i = 0; i < m_scene.GetArray().GetCount(); ++i)
         m_tree->Add(m_scene.GetArray().Get(i));

@@ -42,12 +42,12 @@ void CTownView::Look(CVector3 eye, CVector3 direction, float reach)
     i_Add(m_frustum, stopwatch.GetSeconds(), m_query.GetLastCandidateCount(), m_inView.size());
 
     stopwatch.Restart();
-    const auto near = m_query.NearestOf({eye.x, eye.y, 0}, kNearest, m_near, reach,
-                                        [](const CEntity* entity) { return !GetTownName(*entity).empty(); });
-    i_Add(m_nearest, stopwatch.GetSeconds(), m_query.GetLastCandidateCount(), near.size());
-    m_places.resize(near.size());
-    for (std::size_t i = 0; i < near.size(); ++i)
-        m_places[i] = GetTownName(*near[i]);
+    const auto nearest = m_query.NearestOf({eye.x, eye.y, 0}, kNearest, m_near, reach,
+                                           [](const CEntity* entity) { return !GetTownName(*entity).empty(); });
+    i_Add(m_nearest, stopwatch.GetSeconds(), m_query.GetLastCandidateCount(), nearest.size());
+    m_places.resize(nearest.size());
+    for (std::size_t i = 0; i < nearest.size(); ++i)
+        m_places[i] = GetTownName(*nearest[i]);
 }
 
 void CTownView::TakeSnapshot(const CTownTraffic& traffic, CAuxRenderer& aux)

@@ -3,6 +3,8 @@
 #include "tamradeps/core/log.h"
 
 #include <cmath>
+#include <limits>
+#include <new>
 #include <string>
 
 namespace
@@ -39,8 +41,8 @@ std::int32_t CountCells(float minimum, float maximum, float size) noexcept
     const float count = std::ceil((maximum - minimum) / size);
     if (!(size > 0.0F) || !(count >= 1.0F))
         return 0;
-    return count < static_cast<float>(CAABBDynamicGrid::kMaxCells) ? static_cast<std::int32_t>(count)
-                                                                   : static_cast<std::int32_t>(2147483647);
+    return count <= static_cast<float>(CAABBDynamicGrid::kMaxCells) ? static_cast<std::int32_t>(count)
+                                                                    : std::numeric_limits<std::int32_t>::max();
 }
 } // namespace
 
@@ -66,15 +68,18 @@ CAABBDynamicGrid::CAABBDynamicGrid(const float* bounds, float cellX, float cellY
         // The product of two axes fits; the third one is looked at only if it is not too large by then.
         total = total <= kMaxCells ? total * static_cast<std::uint64_t>(m_cellCount[axis]) : total;
     }
-    if (total > kMaxCells)
-        tamra::log::Error("A grid of more than " + std::to_string(kMaxCells) + " cells was asked for; it has none.");
-    if (total == 0 || total > kMaxCells)
+    if (total > 0 && total <= kMaxCells)
+        m_cells.reset(new (std::nothrow) CAABBDynamicGridCell[static_cast<std::size_t>(total)]);
+    if (m_cells)
     {
-        m_cellCount[0] = m_cellCount[1] = m_cellCount[2] = 0;
+        m_totalCells = static_cast<std::uint32_t>(total);
         return;
     }
-    m_totalCells = static_cast<std::uint32_t>(total);
-    m_cells = std::make_unique<CAABBDynamicGridCell[]>(m_totalCells);
+    m_cellCount[0] = m_cellCount[1] = m_cellCount[2] = 0;
+    if (total > kMaxCells)
+        tamra::log::Error("A grid of more than " + std::to_string(kMaxCells) + " cells was asked for; it has none.");
+    else if (total > 0)
+        tamra::log::Error("There is no memory for a grid of " + std::to_string(total) + " cells; it has none.");
 }
 
 CAABBDynamicGrid::~CAABBDynamicGrid() = default;

@@ -63,7 +63,7 @@ public:
 
     /// The region as six floats, and the edges of a cell. There are as many cells along an axis as cover the region,
     /// the last one possibly reaching beyond it. An axis without extent or a cell without a positive edge gives a grid
-    /// without cells, and so do more than `kMaxCells` cells, which is logged.
+    /// without cells, and so do more than `kMaxCells` cells or than memory has room for, which is logged.
     CAABBDynamicGrid(const float* bounds, float cellX, float cellY, float cellZ);
     CAABBDynamicGrid(const CAABBDynamicGrid&) = delete;
     CAABBDynamicGrid& operator=(const CAABBDynamicGrid&) = delete;

@@ -50,6 +50,7 @@ AABBGridAdvice AdviseGrid(std::span<const collision::PrimAABB> boxes)
         return {collision::PrimAABB({-0.5F, -0.5F, -0.5F}, {0.5F, 0.5F, 0.5F}), {1.0F, 1.0F, 1.0F}};
 
     double extent[3];
+    double resolution[3]; // a few steps of the coordinates at hand
     double leastEdge[3];
     for (std::size_t axis = 0; axis < 3; ++axis)
     {
@@ -57,7 +58,8 @@ AABBGridAdvice AdviseGrid(std::span<const collision::PrimAABB> boxes)
         const auto nine = list.begin() + static_cast<std::ptrdiff_t>(list.size() * 9 / 10);
         std::nth_element(list.begin(), nine, list.end());
         extent[axis] = static_cast<double>(bounds[axis + 3]) - static_cast<double>(bounds[axis]);
-        leastEdge[axis] = std::max(static_cast<double>(*nine) * kBoxesPerEdge, 1e-3);
+        resolution[axis] = static_cast<double>(std::max(std::abs(bounds[axis]), std::abs(bounds[axis + 3]))) * 1e-6;
+        leastEdge[axis] = std::max({static_cast<double>(*nine) * kBoxesPerEdge, resolution[axis], 1e-3});
     }
     const double wanted = std::clamp(static_cast<double>(sizes[0].size()) / kBoxesPerCell, 1.0, kMaxCells);
     double low = 1e-3;
@@ -72,8 +74,8 @@ AABBGridAdvice AdviseGrid(std::span<const collision::PrimAABB> boxes)
     for (int axis = 0; axis < 3; ++axis)
     {
         edges[axis] = static_cast<float>(std::max(high, leastEdge[axis]));
-        // Flat worlds get one layer of cells.
-        bounds[axis + 3] = std::max(bounds[axis + 3], bounds[axis] + edges[axis] * 0.5F);
+        // What is flat at the upper end must not begin where the last cell ends. Flat worlds get one layer of cells.
+        bounds[axis + 3] += std::max(edges[axis] * 0.01F, static_cast<float>(resolution[axis]));
     }
     advice.bounds = collision::PrimAABB(bounds);
     advice.cellSize = {edges[0], edges[1], edges[2]};

@@ -1,6 +1,7 @@
 #include "gameengine/engine/aabbOctree.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -24,6 +25,13 @@ CAABBOctreeNode* AllocateNodes(int count) noexcept
     if (size > std::numeric_limits<std::size_t>::max() / 2)
         return nullptr;
     return static_cast<CAABBOctreeNode*>(std::malloc(static_cast<std::size_t>(size)));
+}
+
+// The children of a box beyond all numbers have sides that are NaN.
+bool IsSameBox(const collision::PrimAABB& a, const collision::PrimAABB& b) noexcept
+{
+    return std::equal(a.GetFloats(), a.GetFloats() + 6, b.GetFloats(),
+                      [](float x, float y) { return x == y || (std::isnan(x) && std::isnan(y)); });
 }
 } // namespace
 
@@ -253,8 +261,7 @@ bool CAABBOctree::Validate() const
         {
             CAABBOctreeNode expected;
             i_SetChildBox(node, i, expected);
-            if (node.children[i].depth != node.depth + 1 || node.children[i].GetMin() != expected.GetMin() ||
-                node.children[i].GetMax() != expected.GetMax())
+            if (node.children[i].depth != node.depth + 1 || !IsSameBox(node.children[i], expected))
                 return false;
         }
         return true;

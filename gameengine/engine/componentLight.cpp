@@ -39,6 +39,9 @@ ComponentLight& ComponentLight::operator=(const ComponentLight& other)
 {
     CEntityComponent::operator=(other);
     i_CopyValues(other);
+    // The other light's view and box are not those of this one's place.
+    if (i_IsInEntity())
+        i_UpdateLight();
     return *this;
 }
 

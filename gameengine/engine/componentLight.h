@@ -32,8 +32,9 @@ public:
     static constexpr std::int32_t kLightChanged = 0;
 
     explicit ComponentLight(CEntity* entity);
-    /// Copies have the values; they follow no transform.
+    /// A copy has the values and follows no transform.
     ComponentLight(const ComponentLight& other);
+    /// Takes over all values at once; a light in an entity then updates once, for where it stands.
     ComponentLight& operator=(const ComponentLight& other);
     ~ComponentLight() override;
 

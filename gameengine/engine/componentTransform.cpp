@@ -25,13 +25,7 @@ CMatrix WithRotation(const CMatrix& matrix, const float* degrees)
 }
 } // namespace
 
-CEntityComponentRepositoryFast* ComponentTransform::s_repository = nullptr;
-
-CEntityComponentRepositoryFast& ComponentTransform::i_CreateRepository()
-{
-    s_repository = new CEntityComponentRepositoryFast(TYPEID());
-    return *s_repository;
-}
+TAMRA_COMPONENT_REPOSITORY_IMPLEMENT(ComponentTransform, CEntityComponentRepositoryFast);
 
 ComponentTransform::ComponentTransform(CEntity* entity) : CEntityComponent(TYPEID(), entity)
 {

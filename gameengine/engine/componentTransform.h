@@ -25,7 +25,7 @@ public:
 
     static constexpr std::int32_t TYPEID() noexcept { return 10000; }
     /// Every transform, whatever its class.
-    static CEntityComponentRepositoryFast& REPOSITORY() { return s_repository ? *s_repository : i_CreateRepository(); }
+    static CEntityComponentRepositoryFast& REPOSITORY() noexcept { return s_repository.Get(); }
 
     ~ComponentTransform() override;
 
@@ -79,8 +79,7 @@ protected:
 
 private:
     void i_TellListeners(const CMatrix& world);
-    TAMRA_COLD static CEntityComponentRepositoryFast& i_CreateRepository();
-    static CEntityComponentRepositoryFast* s_repository;
+    TAMRA_COMPONENT_REPOSITORY(CEntityComponentRepositoryFast);
 
     collision::PrimAABB m_untransformed; // in local space
     collision::PrimAABB m_bounds;        // in world space

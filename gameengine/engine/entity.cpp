@@ -63,9 +63,11 @@ CEntity::~CEntity()
 {
     // Of an entity deleted directly, a listener's reference must not be the last one.
     _AddRef();
+    m_isBeingDestroyed = true;
     --g_liveCount;
     i_LeaveArrays();
-    m_events.Raise(kDestroyed, variant(this, "CEntity"), variant(0));
+    if (!m_events.Empty())
+        m_events.Raise(kDestroyed, variant(this, "CEntity"), variant(0));
     i_DestroyComponents();
     // What listeners gave the dying entity goes too.
     if (!m_events.Empty())
@@ -150,6 +152,11 @@ void CEntity::UnlockComponentList()
 void CEntity::i_ReportUnlocked(int line)
 {
     AssertionFailed(kModule, line);
+}
+
+void CEntity::i_RaiseComponentEvent(std::int32_t id, CEntityComponent* component)
+{
+    m_events.Raise(id, variant(component, "CEntityComponent"), variant(this, "CEntity"));
 }
 
 void CEntity::i_AddedToArray(CEntityArray* array)

@@ -2,6 +2,7 @@
 
 #include "gameengine/export.h"
 #include "tamradeps/core/eventHandler.h"
+#include "tamradeps/core/hints.h"
 #include "tamradeps/core/pointerArray.h"
 #include "tamradeps/core/refPtr.h"
 
@@ -83,6 +84,8 @@ public:
     std::int32_t GetIndex() const noexcept { return m_index; }
     /// Number of entities created before this one in the process, modulo 2^32.
     std::uint32_t GetSerial() const noexcept { return m_serial; }
+    /// True from the start of the destructor. A listener must then not enter the entity anywhere that it stays.
+    bool IsBeingDestroyed() const noexcept { return m_isBeingDestroyed; }
 
     CInterfaceCollection& GetInterfaces() const noexcept { return *m_interfaces; }
     CInterfaceCollection* GetInterfacesPtr() const noexcept { return m_interfaces.Get(); }
@@ -105,22 +108,23 @@ protected:
     {
         if (!m_componentListLocked) [[unlikely]]
             i_ReportUnlocked(131);
-        if (!m_events.Empty())
-            m_events.Raise(kComponentAdded, variant(component, "CEntityComponent"), variant(this, "CEntity"));
+        if (!m_events.Empty()) [[unlikely]]
+            i_RaiseComponentEvent(kComponentAdded, component);
     }
     void i_RemovedComponent(CEntityComponent* component)
     {
         if (!m_componentListLocked) [[unlikely]]
             i_ReportUnlocked(139);
-        if (!m_events.Empty())
-            m_events.Raise(kComponentRemoved, variant(component, "CEntityComponent"), variant(this, "CEntity"));
+        if (!m_events.Empty()) [[unlikely]]
+            i_RaiseComponentEvent(kComponentRemoved, component);
     }
     void i_AddedToArray(CEntityArray* array);
     void i_RemovedFromArray(CEntityArray* array);
     void i_DestroyComponents();
 
 private:
-    static void i_ReportUnlocked(int line);
+    TAMRA_COLD static void i_ReportUnlocked(int line);
+    TAMRA_COLD void i_RaiseComponentEvent(std::int32_t id, CEntityComponent* component);
     // A reference for as long as listeners run, who may release theirs. None for an entity that nobody references yet:
     // releasing it would delete the entity.
     RefPtr<CEntity> i_Keep() noexcept { return GetReferenceCount() > 0 ? this : nullptr; }
@@ -146,5 +150,6 @@ private:
     std::uint32_t m_serial;
     CEventHandler m_events;
     bool m_componentListLocked = false;
+    bool m_isBeingDestroyed = false;
     CPointerArray<CEntityComponent, 8>* m_dying = nullptr; // while the components are being deleted
 };

@@ -115,7 +115,8 @@ void CEntityArray_AccelerationTree::Add(CEntity* entity)
 {
     if (!m_initialized)
         AssertionFailed(kModule, 93);
-    if (!entity)
+    // One that is dying may have said so already, and would never be removed.
+    if (!entity || entity->IsBeingDestroyed())
         return;
     Internal_AccelerationTreeEntry* entry = i_GetEntry(entity);
     if (!entry)

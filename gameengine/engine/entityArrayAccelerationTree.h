@@ -41,8 +41,9 @@ struct alignas(64) Internal_AccelerationTreeEntry
 /// Take the grid: the octree loses objects when it splits. Questions about what is near or in view go to
 /// `CEntityArray_SpatialQuery`; whoever walks the grid turns its objects into entities with `GetEntityFromTreeObject`.
 ///
-/// An entity needs a `ComponentRuntimeData`, whose `index` is its slot here, so it can be in one tree at a time: a
-/// second tree that adds it takes it over, and the first one no longer follows it. An entity that dies leaves the tree.
+/// An entity needs a `ComponentRuntimeData`, whose `index` is its slot here, so it can be in one tree at a time. Remove
+/// it before another tree adds it, and before that component is replaced: a tree that has lost the slot neither follows
+/// nor finds the entity, whose old entry stays where it is until the entity dies. An entity that dies leaves the tree.
 /// Nothing here takes a reference to an entity. One thread uses a tree and its entities.
 class TAMRAGAMEENGINE_API CEntityArray_AccelerationTree : public RefClass
 {
@@ -65,7 +66,8 @@ public:
     void AddSource(CEntityArray* array);
 
     /// Starts to track an entity; without a transform its box is the origin. An entity that is tracked already is
-    /// entered a second time. Without a `ComponentRuntimeData`, which is reported, nothing happens.
+    /// entered a second time. Without a `ComponentRuntimeData`, which is reported, nothing happens, nor to an entity
+    /// that is being destroyed.
     void Add(CEntity* entity);
     /// Stops tracking it; nothing happens if it is not tracked.
     void Remove(CEntity* entity);

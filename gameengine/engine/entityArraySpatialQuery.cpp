@@ -5,8 +5,7 @@
 
 // ---- The copies of the cells
 
-void CEntityArray_SpatialQuery::CellCache::Begin(const CEntityArray_AccelerationTree& tree,
-                                                 const CAABBDynamicGrid& grid)
+void CEntityArray_SpatialQuery::CellCache::Begin(const CAABBDynamicGrid& grid)
 {
     candidates = 0;
     m_grid = &grid;
@@ -19,8 +18,6 @@ void CEntityArray_SpatialQuery::CellCache::Begin(const CEntityArray_Acceleration
         for (auto& runs : m_freeRuns)
             runs.clear();
     }
-    if (m_stamps.size() < tree.GetSlotCount())
-        m_stamps.resize(std::max<std::size_t>(tree.GetSlotCount(), m_stamps.size() * 2));
     if (++m_stamp == 0) [[unlikely]]
     {
         std::fill(m_stamps.begin(), m_stamps.end(), 0);
@@ -83,6 +80,8 @@ void CEntityArray_SpatialQuery::CellCache::i_Renew(std::uint32_t index, Cell& co
         const bool isAlone = entry->insertions == 1 && range.end[0] - range.first[0] == 1 &&
                              range.end[1] - range.first[1] == 1 && range.end[2] - range.first[2] == 1;
         owners.slots[lane] = entry->slot;
+        if (entry->slot >= m_stamps.size()) [[unlikely]]
+            m_stamps.resize(std::max<std::size_t>(entry->slot + std::size_t{1}, m_stamps.size() * 2));
         owners.several = (lane == 0 ? 0 : owners.several) | (isAlone ? 0U : 1U << lane);
     }
 }
@@ -123,7 +122,7 @@ CAABBDynamicGrid* CEntityArray_SpatialQuery::i_Begin()
     m_cache->candidates = 0;
     if (!grid || grid->GetTotalCellCount() == 0)
         return nullptr;
-    m_cache->Begin(*m_tree, *grid);
+    m_cache->Begin(*grid);
     return grid;
 }
 

@@ -60,7 +60,8 @@ public:
     Answer AlongRay(CVector3 origin, CVector3 direction, float maxDistance, std::size_t maxHits, Buffer& buffer);
 
     /// The same for a callable `bool(CEntity*, float distance)`, which ends the walk by returning false. It may move,
-    /// add and remove entities (those removed before their turn are left out), and must not ask this object.
+    /// add and remove entities (those removed before their turn are left out, none comes twice), and must not ask this
+    /// object.
     template <class Visitor>
     void VisitAlongRay(CVector3 origin, CVector3 direction, float maxDistance, Visitor&& visitor)
     {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <utility>
 
 namespace tamra
 {
@@ -31,7 +32,7 @@ public:
     static constexpr std::uint32_t kBoxes = collision::BoxBlock::kBoxes;
 
     /// A question begins.
-    void Begin(const CEntityArray_AccelerationTree& tree, const CAABBDynamicGrid& grid);
+    void Begin(const CAABBDynamicGrid& grid);
 
     /// What stands in a cell as it is now, valid until the next call.
     struct Content
@@ -63,12 +64,12 @@ public:
     /// True for an entity that the question has not met.
     bool MeetFirst(const tamra::SpatialOwners& owners, std::uint32_t lane)
     {
-        if ((owners.several >> lane & 1U) == 0)
-            return true;
-        std::uint32_t& stamp = m_stamps[owners.slots[lane]];
-        const bool isFirst = stamp != m_stamp;
-        stamp = m_stamp;
-        return isFirst;
+        return (owners.several >> lane & 1U) == 0 || MeetFirstEvenIfMoved(owners, lane);
+    }
+    /// The same for questions during which an entity may go from one cell to another.
+    bool MeetFirstEvenIfMoved(const tamra::SpatialOwners& owners, std::uint32_t lane)
+    {
+        return std::exchange(m_stamps[owners.slots[lane]], m_stamp) != m_stamp;
     }
 
     std::uint32_t candidates = 0;
@@ -106,7 +107,7 @@ private:
     std::vector<collision::BoxBlock> m_boxes;
     std::vector<tamra::SpatialOwners> m_owners;
     std::array<std::vector<std::uint32_t>, 32> m_freeRuns; // by logarithm of their length
-    std::vector<std::uint32_t> m_stamps;                   // by slot of the tree
+    std::vector<std::uint32_t> m_stamps;                   // by slot of the tree, for all in the copies
     std::uint32_t m_stamp = 0;
 };
 

@@ -43,8 +43,13 @@ public:
 private:
     int i_GetAxis() const noexcept
     {
-        const int axis = m_exit[1] < m_exit[0] ? 1 : 0;
-        return m_exit[2] < m_exit[axis] ? 2 : axis;
+        const int axis = i_IsSooner(1, 0) ? 1 : 0;
+        return i_IsSooner(2, axis) ? 2 : axis;
+    }
+    // Through an edge of cells by way of the cell to which the edge belongs: upward first.
+    bool i_IsSooner(int a, int b) const noexcept
+    {
+        return m_exit[a] < m_exit[b] || (m_exit[a] == m_exit[b] && m_direction[a] > m_direction[b]);
     }
     void i_FindExit(int axis) noexcept
     {
@@ -190,6 +195,7 @@ void CEntityArray_SpatialQuery::i_VisitAlongRay(CVector3 origin, CVector3 direct
     auto& waiting = m_cache->hits;
     waiting.clear();
     const auto isLater = [](const CellCache::Hit& a, const CellCache::Hit& b) { return b < a; };
+    const std::uint64_t serial = grid->GetSerial(); // the visitor may replace the grid
     RayWalk walk(*grid, origin, unit);
     for (;;)
     {
@@ -198,7 +204,7 @@ void CEntityArray_SpatialQuery::i_VisitAlongRay(CVector3 origin, CVector3 direct
                          {
                              const double entry = GetEntry(boxes, lane, start, unit);
                              if (entry < 0.0 || entry > static_cast<double>(maxDistance) ||
-                                 !m_cache->MeetFirst(owners, lane))
+                                 !m_cache->MeetFirstEvenIfMoved(owners, lane))
                                  return;
                              waiting.push_back({entry, owners.entities[lane], owners.slots[lane]});
                              std::push_heap(waiting.begin(), waiting.end(), isLater);
@@ -213,8 +219,10 @@ void CEntityArray_SpatialQuery::i_VisitAlongRay(CVector3 origin, CVector3 direct
             std::pop_heap(waiting.begin(), waiting.end(), isLater);
             waiting.pop_back();
             // The visitor may have removed it meanwhile.
-            if (m_tree->i_HasSlot(hit.slot, hit.entity) &&
-                !visitor(context, hit.entity, static_cast<float>(hit.distance)))
+            if (!m_tree->i_HasSlot(hit.slot, hit.entity))
+                continue;
+            if (!visitor(context, hit.entity, static_cast<float>(hit.distance)) || !m_tree->GetGrid() ||
+                m_tree->GetGrid()->GetSerial() != serial)
                 return;
         }
         if (isLast)

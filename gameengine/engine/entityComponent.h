@@ -184,7 +184,7 @@ public:                                                                   \
     }                                                                     \
     static RepositoryClass& REPOSITORY()                                  \
     {                                                                     \
-        return s_repository ? *s_repository : i_CreateRepository();       \
+        return s_repository.Get();                                        \
     }                                                                     \
     static CEntityComponent* CreateComponent(CEntity* entity);            \
     const char* GetTypeString() override;                                 \
@@ -195,17 +195,24 @@ public:                                                                   \
 private:                                                                  \
     template <class Component>                                            \
     friend CEntityComponent* i_CreateComponent(CEntity* entity);          \
-    TAMRA_COLD static RepositoryClass& i_CreateRepository();              \
     static CMemoryDynamicPoolAllocator& i_GetPool();                      \
-    static RepositoryClass* s_repository
+    TAMRA_COMPONENT_REPOSITORY(RepositoryClass)
+
+/// The repository alone, for base classes that have no pool.
+#define TAMRA_COMPONENT_REPOSITORY(RepositoryClass)            \
+    static TComponentRepository<RepositoryClass> s_repository; \
+    static const bool s_isEntered
+
+#define TAMRA_COMPONENT_REPOSITORY_IMPLEMENT(Class, RepositoryClass)                                  \
+    namespace                                                                                         \
+    {                                                                                                 \
+    TComponentRepository<RepositoryClass>::Places g_placesOf##Class;                                  \
+    }                                                                                                 \
+    constinit TComponentRepository<RepositoryClass> Class::s_repository(TYPEID(), g_placesOf##Class); \
+    const bool Class::s_isEntered = s_repository.Enter()
 
 #define TAMRA_COMPONENT_IMPLEMENT(Class, RepositoryClass)                             \
-    RepositoryClass* Class::s_repository = nullptr;                                   \
-    RepositoryClass& Class::i_CreateRepository()                                      \
-    {                                                                                 \
-        s_repository = new RepositoryClass(TYPEID());                                 \
-        return *s_repository;                                                         \
-    }                                                                                 \
+    TAMRA_COMPONENT_REPOSITORY_IMPLEMENT(Class, RepositoryClass);                     \
     CEntityComponent* Class::CreateComponent(CEntity* entity)                         \
     {                                                                                 \
         return i_CreateComponent<Class>(entity);                                      \

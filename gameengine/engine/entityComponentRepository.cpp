@@ -24,7 +24,12 @@ std::map<std::int32_t, CEntityComponentRepositoryBase*>& GetRegistry()
 
 CEntityComponentRepositoryBase::CEntityComponentRepositoryBase(std::int32_t typeId) : m_typeId(typeId)
 {
-    GetRegistry()[typeId] = this;
+    i_Enter();
+}
+
+void CEntityComponentRepositoryBase::i_Enter()
+{
+    GetRegistry()[m_typeId] = this;
 }
 
 CEntityComponentRepositoryBase::~CEntityComponentRepositoryBase()
@@ -43,8 +48,7 @@ CEntityComponentRepositoryBase* CEntityComponentRepositoryBase::GetRepository(st
     return found != GetRegistry().end() ? found->second : nullptr;
 }
 
-CEntityComponentRepository::CEntityComponentRepository(std::int32_t typeId)
-    : CEntityComponentRepositoryBase(typeId)
+CEntityComponentRepository::CEntityComponentRepository(std::int32_t typeId) : CEntityComponentRepositoryBase(typeId)
 {
     i_Allocate(kFirstCapacity);
 }
@@ -121,8 +125,10 @@ bool CEntityComponentRepository::Validate()
 }
 
 CEntityComponentRepositoryFast::CEntityComponentRepositoryFast(std::int32_t typeId)
-    : CEntityComponentRepositoryBase(typeId)
+    : CEntityComponentRepositoryBase(typeId),
+      m_ownPlaces(std::make_unique<void*[]>(kCapacity))
 {
+    m_components = m_ownPlaces.get();
 }
 
 const char* CEntityComponentRepositoryFast::GetTypeString()
@@ -133,7 +139,9 @@ const char* CEntityComponentRepositoryFast::GetTypeString()
 void CEntityComponentRepositoryFast::i_SetOverflow(unsigned int index, void* component)
 {
     AssertionFailed(kModule, 52);
-    m_overflow[index] = component;
+    if (!m_overflow)
+        m_overflow = std::make_unique<std::unordered_map<unsigned int, void*>>();
+    (*m_overflow)[index] = component;
 }
 
 void CEntityComponentRepositoryFast::Remove(unsigned int index)
@@ -144,19 +152,24 @@ void CEntityComponentRepositoryFast::Remove(unsigned int index)
         return;
     }
     AssertionFailed(kModule, 53);
-    m_overflow.erase(index);
+    if (m_overflow)
+        m_overflow->erase(index);
 }
 
 void CEntityComponentRepositoryFast::i_RemoveOverflow(unsigned int index, const void* component)
 {
     AssertionFailed(kModule, 53);
-    if (const auto found = m_overflow.find(index); found != m_overflow.end() && found->second == component)
-        m_overflow.erase(found);
+    if (!m_overflow)
+        return;
+    if (const auto found = m_overflow->find(index); found != m_overflow->end() && found->second == component)
+        m_overflow->erase(found);
 }
 
 void* CEntityComponentRepositoryFast::i_FindOverflow(unsigned int index)
 {
     AssertionFailed(kModule, 51);
-    const auto found = m_overflow.find(index);
-    return found != m_overflow.end() ? found->second : nullptr;
+    if (!m_overflow)
+        return nullptr;
+    const auto found = m_overflow->find(index);
+    return found != m_overflow->end() ? found->second : nullptr;
 }

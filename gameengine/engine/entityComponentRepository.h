@@ -2,17 +2,12 @@
 
 #include "gameengine/export.h"
 #include "tamradeps/core/baseObject.h"
+#include "tamradeps/core/hints.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <unordered_map>
-
-// Keeps what hardly ever runs out of the way of what always does.
-#if defined(__GNUC__)
-#define TAMRA_COLD __attribute__((cold, noinline))
-#else
-#define TAMRA_COLD
-#endif
 
 /// From an entity's index to its component of one type: how components find their siblings.
 ///
@@ -42,6 +37,14 @@ public:
     /// The repository registered under the type id, or null. For id 10000, which all transforms share, the one created
     /// last.
     static CEntityComponentRepositoryBase* GetRepository(std::int32_t typeId);
+
+protected:
+    // For repositories that are there before any code runs: in no map until `i_Enter`.
+    struct Unregistered
+    {
+    };
+    constexpr CEntityComponentRepositoryBase(std::int32_t typeId, Unregistered) noexcept : m_typeId(typeId) {}
+    void i_Enter();
 
 private:
     std::int32_t m_typeId;
@@ -139,11 +142,13 @@ public:
 
     void* Find(unsigned int index) override
     {
-        // The place past the end is always null, so that only a look-up without a result has to test the index.
-        void* const component = m_components[index < kCapacity ? index : kCapacity];
-        if (component) [[likely]]
+        if (index >= kCapacity) [[unlikely]]
+            return i_FindOverflow(index);
+        // Callers that test the result shall get a branch, which is predicted, and not wait for the component.
+        void* const component = m_components[index];
+        if (TAMRA_SURELY(component != nullptr))
             return component;
-        return index < kCapacity ? nullptr : i_FindOverflow(index);
+        return nullptr;
     }
     void Set(unsigned int index, void* component) override
     {
@@ -167,6 +172,71 @@ private:
     TAMRA_COLD void i_RemoveOverflow(unsigned int index, const void* component);
     TAMRA_COLD void* i_FindOverflow(unsigned int index);
 
-    std::unordered_map<unsigned int, void*> m_overflow;
-    void* m_components[kCapacity + 1] = {};
+    template <class Repository>
+    friend class TComponentRepository;
+    constexpr CEntityComponentRepositoryFast(std::int32_t typeId, void** places) noexcept
+        : CEntityComponentRepositoryBase(typeId, Unregistered{}),
+          m_components(places)
+    {
+    }
+
+    void** m_components;
+    std::unique_ptr<void*[]> m_ownPlaces;
+    std::unique_ptr<std::unordered_map<unsigned int, void*>> m_overflow;
+};
+
+/// Where a component class keeps its repository; see `TAMRA_COMPONENT`. Repositories are never destroyed.
+template <class Repository>
+class TComponentRepository;
+
+/// Made when it is asked for first.
+template <>
+class TComponentRepository<CEntityComponentRepository>
+{
+public:
+    struct Places
+    {
+    };
+
+    constexpr TComponentRepository(std::int32_t typeId, Places&) noexcept : m_typeId(typeId) {}
+    CEntityComponentRepository& Get() { return m_repository ? *m_repository : i_Create(); }
+    bool Enter() const noexcept { return false; }
+
+private:
+    TAMRA_COLD CEntityComponentRepository& i_Create()
+    {
+        m_repository = new CEntityComponentRepository(m_typeId);
+        return *m_repository;
+    }
+
+    std::int32_t m_typeId;
+    CEntityComponentRepository* m_repository = nullptr;
+};
+
+/// There before any code runs, so that a look-up has nothing to test; in the process-wide map from the time when its
+/// module is initialised.
+template <>
+class TComponentRepository<CEntityComponentRepositoryFast>
+{
+public:
+    using Places = std::array<void*, CEntityComponentRepositoryFast::kCapacity>;
+
+    constexpr TComponentRepository(std::int32_t typeId, Places& places) noexcept : m_repository(typeId, places.data())
+    {
+    }
+    TComponentRepository(const TComponentRepository&) = delete;
+    TComponentRepository& operator=(const TComponentRepository&) = delete;
+    ~TComponentRepository() {} // leaves the repository alone
+    CEntityComponentRepositoryFast& Get() noexcept { return m_repository; }
+    bool Enter()
+    {
+        m_repository.i_Enter();
+        return true;
+    }
+
+private:
+    union
+    {
+        CEntityComponentRepositoryFast m_repository;
+    };
 };

@@ -10,6 +10,15 @@
 
 namespace
 {
+using Column = xsimd::batch<float, xsimd::sse2>;
+
+// One load and four of these are quicker than four loads of single floats.
+template <int kLane>
+Column Splat(__m128 values)
+{
+    return _mm_shuffle_ps(values, values, _MM_SHUFFLE(kLane, kLane, kLane, kLane));
+}
+
 glm::mat4 ToGlm(const CMatrix& m)
 {
     return glm::make_mat4(m.GetElements());
@@ -133,17 +142,17 @@ CMatrix CMatrix::View(CVector3 eye, CVector3 target, CVector3 up) noexcept
 
 CMatrix operator*(const CMatrix& a, const CMatrix& b) noexcept
 {
-    using Column = xsimd::batch<float, xsimd::sse2>;
     Column columns[4];
     for (int k = 0; k < 4; ++k)
         columns[k] = Column::load_unaligned(a.m_elements + k * 4);
     CMatrix result;
     for (int column = 0; column < 4; ++column)
     {
-        const float* factors = b.m_elements + column * 4;
-        Column sum = columns[0] * factors[0];
-        for (int k = 1; k < 4; ++k)
-            sum = sum + columns[k] * factors[k];
+        const __m128 factors = Column::load_unaligned(b.m_elements + column * 4);
+        Column sum = columns[0] * Splat<0>(factors);
+        sum = sum + columns[1] * Splat<1>(factors);
+        sum = sum + columns[2] * Splat<2>(factors);
+        sum = sum + columns[3] * Splat<3>(factors);
         sum.store_unaligned(result.m_elements + column * 4);
     }
     return result;

@@ -165,6 +165,15 @@ TEST(Octree, SplitsAndLosesObjectsByItsRules)
     EXPECT_GT(split, 500U);
 }
 
+TEST(Octree, ReachesLeavesInOrder)
+{
+    // All eight children touch the origin and split; they take nodes in the order in which they are reached.
+    CAABBOctree octree(kAroundOrigin, 8 * 9, 4, 2, 0);
+    octree.AddObject(PrimAABB().GetFloats(), &octree, &octree);
+    for (int i = 0; i < 8; ++i)
+        EXPECT_EQ(octree.children[i].children, octree.children + 8 * (i + 1));
+}
+
 TEST(Octree, BestFitIsTheDeepestNodeThatHoldsTheBoxAlone)
 {
     CAABBOctree octree(kAroundOrigin, 64, 16, 8, 100);
@@ -226,15 +235,23 @@ TEST(Octree, TakesAnyBox)
                              -3e38F,
                              0};
     test::Random random(5);
-    CAABBOctree octree(kAroundOrigin, 8, 4, 1, 3);
-    for (int i = 0; i < 500; ++i)
+    const auto next = [&]
     {
         float box[6];
         for (float& value : box)
             value = strange[random.Below(6U)];
-        octree.AddObject(box, &octree, &octree);
-        ASSERT_TRUE(octree.Validate());
-        octree.FindBestFitNodeAABB(PrimAABB(box), &octree);
+        return PrimAABB(box);
+    };
+    for (int tree = 0; tree < 50; ++tree)
+    {
+        CAABBOctree octree(tree == 0 ? kAroundOrigin : next(), 8, 4, 1, 3);
+        for (int i = 0; i < 20; ++i)
+        {
+            const PrimAABB box = next();
+            octree.AddObject(box.GetFloats(), &octree, &octree);
+            ASSERT_TRUE(octree.Validate());
+            octree.FindBestFitNodeAABB(box, &octree);
+        }
     }
 }
 } // namespace

@@ -78,6 +78,19 @@ TEST(Light, FollowsItsTransformWhicheverIsMadeFirst)
     }
 }
 
+TEST(Light, FollowsBeforeTheListIsUnlocked)
+{
+    const test::Scene scene;
+    const auto entity = scene.Make<ComponentTransformDirect>();
+    entity->LockComponentList();
+    ComponentLight::CreateComponent(entity.Get());
+    CMatrix world;
+    world.SetTranslation({1, 2, 3});
+    entity->Find<ComponentTransform>()->SetTransform(world);
+    EXPECT_EQ(entity->Find<ComponentLight>()->GetViewMatrix(), CMatrix::View({1, 2, 3}, {2, 2, 3}, {0, 0, 1}));
+    entity->UnlockComponentList();
+}
+
 TEST(Light, SavesAndCopiesEveryValue)
 {
     const test::Scene scene;
@@ -118,6 +131,16 @@ TEST(Light, SavesAndCopiesEveryValue)
     other.Copy(&light);
     EXPECT_EQ(log.Take().size(), 8U) << "once for each setter";
     other.Copy(second->Find<ComponentShadowCaster>());
+    CMatrix elsewhere;
+    elsewhere.SetTranslation({1, 2, 3});
+    entity->Find<ComponentTransform>()->SetTransform(elsewhere);
+    const CMatrix view = other.GetViewMatrix();
+    other.SetRange(90);
+    log.Take();
+    other = light;
+    EXPECT_EQ(log.Take().size(), 1U);
+    EXPECT_EQ(other.GetViewMatrix(), view) << "the other light stands elsewhere";
+    EXPECT_EQ(second->Find<ComponentTransform>()->GetBoundingBox().GetMax().x, 2.0F) << "the range";
     UDBGroup& copied = *database.AllocateGroup();
     other.SerializerSave(copied);
     UDBGroup& loaded = *database.AllocateGroup();
@@ -137,9 +160,9 @@ TEST(Light, SavesAndCopiesEveryValue)
     EXPECT_FALSE(other.GetShadowed());
     for (const double number : {1e300, -1e300, std::numeric_limits<double>::infinity()})
     {
-        UDBGroup& far = *database.AllocateGroup();
-        far.AddNumber("lightType", number);
-        other.SerializerLoad(far);
+        UDBGroup& beyond = *database.AllocateGroup();
+        beyond.AddNumber("lightType", number);
+        other.SerializerLoad(beyond);
     }
 }
 
@@ -157,8 +180,23 @@ TEST(Light, SurvivesListenersThatEndIt)
         light->Copy(source->Find<ComponentLight>());
         EXPECT_EQ(log.Take().size(), 1U);
     }
-    // A loose copy touches nobody's transform, and may outlive the entity.
+    // In an update within an update.
     auto entity = scene.Make<ComponentTransformDirect, ComponentLight>();
+    auto* light = entity->Find<ComponentLight>();
+    test::EventLog log;
+    int depth = 0;
+    log.Listen(entity->Find<ComponentTransform>()->Events(), "end",
+               [&](const EventMessage&)
+               {
+                   if (depth++ == 0)
+                       light->SetRange(5);
+                   else
+                       entity = nullptr;
+               });
+    light->SetRange(4);
+    EXPECT_EQ(log.Take().size(), 2U);
+    // A loose copy touches nobody's transform, and may outlive the entity.
+    entity = scene.Make<ComponentTransformDirect, ComponentLight>();
     ComponentLight copy(*entity->Find<ComponentLight>());
     copy.SetRange(3);
     EXPECT_EQ(entity->Find<ComponentTransform>()->GetBoundingBox(), Around(21.333334F));

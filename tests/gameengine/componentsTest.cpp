@@ -1,8 +1,10 @@
 #include "gameengine/engine/componentAlwaysVisible.h"
 #include "gameengine/engine/componentCamera.h"
 #include "gameengine/engine/componentEditorData.h"
+#include "gameengine/engine/componentLight.h"
 #include "gameengine/engine/componentRenderSettings.h"
 #include "gameengine/engine/componentRuntimeData.h"
+#include "gameengine/engine/componentShadowCaster.h"
 #include "gameengine/engine/componentTransformDirect.h"
 #include "support/expectations.h"
 #include "support/sceneFixture.h"
@@ -34,10 +36,11 @@ protected:
 
 TEST_F(ComponentsTest, IdsAreThoseOfSavedScenes)
 {
-    const std::int32_t ids[] = {ComponentEditorData::TYPEID(), ComponentAlwaysVisible::TYPEID(),
-                                ComponentCamera::TYPEID(), ComponentRenderSettings::TYPEID(),
+    const std::int32_t ids[] = {ComponentEditorData::TYPEID(),     ComponentAlwaysVisible::TYPEID(),
+                                ComponentCamera::TYPEID(),         ComponentLight::TYPEID(),
+                                ComponentRenderSettings::TYPEID(), ComponentShadowCaster::TYPEID(),
                                 ComponentRuntimeData::TYPEID()};
-    EXPECT_THAT(ids, ElementsAre(10015, 10016, 10020, 10040, 11000));
+    EXPECT_THAT(ids, ElementsAre(10015, 10016, 10020, 10030, 10040, 10060, 11000));
 }
 
 TEST_F(ComponentsTest, TheCameraLooksAlongLocalXWithLocalZUp)
@@ -170,7 +173,10 @@ TEST_F(ComponentsTest, RuntimeDataRemembersTheFrame)
     test::EventLog log;
     log.Listen(data.GetVisibilityEvents(), "seen",
                [&](const EventMessage& message)
-               { EXPECT_EQ(message.first.GetObjectPointer<CEntityComponent>("CEntityComponent"), &data); });
+               {
+                   EXPECT_EQ(message.first.GetObjectPointer<CEntityComponent>("CEntityComponent"), &data);
+                   EXPECT_TRUE(message.second.IsEmpty());
+               });
     const auto isVisible = [&](std::uint64_t drawnIn, std::uint64_t askedIn)
     {
         renderer.SetFrameNumber(drawnIn);

@@ -155,6 +155,23 @@ TEST(AccelerationTree, ASecondAddIsFiledAgainAndRemoveLeavesNothing)
     entity = nullptr;
     EXPECT_EQ(tree->GetEntityCount(), 0U);
     EXPECT_TRUE(Walk(*tree, 0, 0, 100, 100, false).empty());
+
+    // Nor do those who hear of its death enter it once more.
+    tree->AddSource(&scene.GetArray());
+    entity = Make(scene, 5, 5);
+    test::EventLog log;
+    log.Listen(entity->Events(), "entity",
+               [&](const EventMessage& message)
+               {
+                   if (message.id != CEntity::kDestroyed)
+                       return;
+                   auto* dying = message.first.GetObjectPointer<CEntity>("CEntity");
+                   tree->Add(dying);
+                   scene.GetArray().Add(dying);
+               });
+    entity = nullptr;
+    EXPECT_EQ(log.Take().front(), "entity 2");
+    EXPECT_EQ(tree->GetEntityCount(), 0U);
 }
 
 TEST(AccelerationTree, OutlivesAndIsOutlivedByWhatItFollows)

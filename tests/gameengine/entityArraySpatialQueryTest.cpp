@@ -138,6 +138,30 @@ TEST_F(SpatialQuery, BoxesAndSpheresAgreeWithBruteForce)
     }
 }
 
+TEST_F(SpatialQuery, AnswersFollowMovesWithinACell)
+{
+    m_scene.GetArray().Clear();
+    CEntity& entity = *m_entities[0];
+    const auto place = [&](float x)
+    {
+        const float box[6] = {x, 1, 1, x, 2, 2};
+        entity.Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
+    };
+    const auto isAt = [&](float x) { return m_query.InBox(PrimAABB({x, 0, 0}, {x, 5, 5}), m_buffer).size() == 1; };
+    place(-10);
+    m_scene.GetArray().Add(&entity);
+    EXPECT_TRUE(isAt(-10));
+    place(-9);
+    EXPECT_TRUE(isAt(-9) && !isAt(-10));
+    // Nor is a new grid, with as many changes in the cell, taken for the old one.
+    for (const float x : {-8.0F, -7.0F})
+    {
+        m_tree->InitializeWithDynamicGrid(kRegion, 9, 11, 10);
+        place(x);
+        EXPECT_TRUE(isAt(x) && !isAt(x - 1));
+    }
+}
+
 TEST_F(SpatialQuery, FrustaHoldWhatIsInViewAndNothingThatThePlanesTurnDown)
 {
     std::size_t seen = 0;
@@ -146,9 +170,22 @@ TEST_F(SpatialQuery, FrustaHoldWhatIsInViewAndNothingThatThePlanesTurnDown)
         MoveSome();
         const CVector3 eye = RandomPoint(1.4F);
         const CVector3 target = RandomPoint(1.0F);
-        const collision::PrimFrustum frustum(
+        CMatrix projectionView =
             CMatrix::Projection(m_random.Between(5, 150), m_random.Between(0.3F, 3), 0.1F, m_random.Between(5, 300)) *
-            CMatrix::View(eye, target, {0, 0, 1}));
+            CMatrix::View(eye, target, {0, 0, 1});
+        if (round % 3 == 0) // a box on faces of cells
+        {
+            projectionView = CMatrix();
+            const float cell[3] = {9, 11, 10};
+            for (std::size_t axis = 0; axis < 3; ++axis)
+            {
+                const float low = kRegion[axis] + cell[axis] * static_cast<float>(m_random.Below(8));
+                const float half = cell[axis] * static_cast<float>(1 + m_random.Below(8)) * 0.5F;
+                projectionView.GetElements()[axis * 5] = 1 / half;
+                projectionView.GetElements()[12 + axis] = -(low + half) / half;
+            }
+        }
+        const collision::PrimFrustum frustum(projectionView);
         const auto found = Answer([&](Query& query, auto& buffer) { return query.InFrustum(frustum, buffer); });
         const auto kept = BruteForce([&](const PrimAABB& box) { return frustum.Test(box); });
         // In view for certain: some point of a lattice in the box is.
@@ -173,10 +210,31 @@ TEST_F(SpatialQuery, FrustaHoldWhatIsInViewAndNothingThatThePlanesTurnDown)
     EXPECT_EQ(Set(m_query.InFrustum({}, m_buffer)), BruteForce([](const PrimAABB&) { return true; }));
 }
 
+// Where a ray enters a box; negative when it does not.
+double Entry(const PrimAABB& box, CVector3 origin, CVector3 direction)
+{
+    const double start[3] = {origin.x, origin.y, origin.z};
+    const double way[3] = {direction.x, direction.y, direction.z};
+    double first = 0;
+    double last = kInfinity;
+    for (int axis = 0; axis < 3; ++axis)
+    {
+        const double low = box.GetFloats()[axis] - start[axis];
+        const double high = box.GetFloats()[axis + 3] - start[axis];
+        if (way[axis] == 0 && (low > 0 || high < 0))
+            return -1;
+        if (way[axis] == 0)
+            continue;
+        first = std::max(first, std::min(low / way[axis], high / way[axis]));
+        last = std::min(last, std::max(low / way[axis], high / way[axis]));
+    }
+    return first <= last ? first * std::hypot(way[0], way[1], way[2]) : -1;
+}
+
 TEST_F(SpatialQuery, RaysHitInOrderOfDistance)
 {
     std::size_t hits = 0;
-    for (int round = 0; round < 300; ++round)
+    for (int round = 0; round < 1500; ++round)
     {
         MoveSome();
         const CVector3 origin = RandomPoint(1.4F);
@@ -184,38 +242,38 @@ TEST_F(SpatialQuery, RaysHitInOrderOfDistance)
         if (round % 3 == 0) // along an axis
             direction = {0, round % 2 == 0 ? -2.0F : 0.0F, round % 2 == 0 ? 0.0F : 0.5F};
         const float reach = m_random.OneIn(3) ? kInfinity : m_random.Between(0, 200);
-        std::set<CEntity*> found;
-        float last = 0;
-        m_query.VisitAlongRay(origin, direction, reach,
-                              [&](CEntity* entity, float distance)
-                              {
-                                  EXPECT_GE(distance, last);
-                                  EXPECT_LE(distance, reach);
-                                  const CVector3 point = origin + direction.Normalized() * distance;
-                                  EXPECT_LT(Distance(BoxOf(entity), point), 1e-3);
-                                  last = distance;
-                                  EXPECT_TRUE(found.insert(entity).second);
-                                  return true;
-                              });
-        hits += found.size();
-        // Points along the ray that are well inside a box.
-        const CVector3 step = direction.Normalized() * 0.5F;
+        const auto distance = [&](const CEntity* entity) { return Entry(BoxOf(entity), origin, direction); };
         const auto crossed = BruteForce(
             [&](const PrimAABB& box)
             {
-                for (float i = 0; i * 0.5F <= std::min(reach, 400.0F); ++i)
-                {
-                    if (box.Test(origin + step * i))
-                        return true;
-                }
-                return false;
+                const double entry = Entry(box, origin, direction);
+                return entry >= 0 && entry <= reach;
             });
-        EXPECT_TRUE(std::includes(found.begin(), found.end(), crossed.begin(), crossed.end()));
+        std::vector<CEntity*> found;
+        m_query.VisitAlongRay(origin, direction, reach,
+                              [&](CEntity* entity, float at)
+                              {
+                                  EXPECT_NEAR(at, distance(entity), 1e-3);
+                                  found.push_back(entity);
+                                  return true;
+                              });
+        EXPECT_EQ(Set(found), crossed);
+        EXPECT_TRUE(std::is_sorted(found.begin(), found.end(),
+                                   [&](const CEntity* a, const CEntity* b)
+                                   { return distance(a) < distance(b) - 1e-6; }));
+        hits += found.size();
         const auto some = m_query.AlongRay(origin, direction, reach, 3, m_buffer);
-        EXPECT_EQ(some.size(), std::min<std::size_t>(3, found.size()));
-        EXPECT_TRUE(std::all_of(some.begin(), some.end(), [&](CEntity* entity) { return found.count(entity) != 0; }));
+        EXPECT_TRUE(std::equal(some.begin(), some.end(), found.begin(),
+                               found.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(3, found.size()))));
     }
-    EXPECT_GT(hits, 250U);
+    EXPECT_GT(hits, 1000U);
+    // Through an edge of four cells, past a box that begins there.
+    m_scene.GetArray().Clear();
+    const float corner[6] = {-91, -89, -1, -85, -85, 1};
+    m_entities[0]->Find<ComponentTransform>()->SetUntransformedBoundingBox(corner);
+    m_scene.GetArray().Add(m_entities[0].Get());
+    EXPECT_EQ(m_query.AlongRay({-90, -90, 0}, {-1, 1, 0}, 10, 5, m_buffer).size(), 1U);
+    EXPECT_EQ(m_query.AlongRay({-92, -88, 0}, {1, -1, 0}, 10, 5, m_buffer).size(), 1U);
 }
 
 TEST_F(SpatialQuery, VisitorsMayChangeTheScene)
@@ -233,12 +291,12 @@ TEST_F(SpatialQuery, VisitorsMayChangeTheScene)
                               ++visited;
                               const auto found = std::find(m_entities.begin(), m_entities.end(), entity);
                               EXPECT_NE(found, m_entities.end()) << "gone already";
-                              // This one and the next ones go for good.
-                              for (int i = 0; i < 3 && found != m_entities.end(); ++i)
+                              // This one and the next ones in the row go for good.
+                              for (int i = 0; i < 3 && m_entities.end() - found > 10; ++i)
                               {
-                                  const auto victim = i == 0 ? found : m_entities.begin();
-                                  m_scene.GetArray().Remove(victim->Get());
-                                  *victim = m_entities.back();
+                                  CEntity* const victim = found[i * 3].Get();
+                                  m_scene.GetArray().Remove(victim);
+                                  found[i * 3] = m_entities.back();
                                   m_entities.pop_back();
                               }
                               Move(*m_entities.front());
@@ -246,6 +304,48 @@ TEST_F(SpatialQuery, VisitorsMayChangeTheScene)
                           });
     EXPECT_GT(visited, 10U);
     EXPECT_TRUE(m_tree->Validate());
+    for (std::size_t i = 0; i < 2; ++i)
+    {
+        const float box[6] = {-90, -2, -2, 90, 2, 2};
+        m_entities[i]->Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
+    }
+    visited = 0;
+    m_query.VisitAlongRay({-150, 0, 0}, {1, 0, 0}, kInfinity,
+                          [&](CEntity*, float)
+                          {
+                              ++visited;
+                              m_tree->InitializeWithDynamicGrid(kRegion, 100, 100, 100);
+                              return true;
+                          });
+    EXPECT_EQ(visited, 1U) << "all others went with the grid";
+}
+
+TEST_F(SpatialQuery, RaysTakeInWhatTheirVisitorAddsAndMovesOnce)
+{
+    std::vector<RefPtr<CEntity>> added;
+    const auto add = [&](float x, float size)
+    {
+        const float box[6] = {x, -2, -2, x + size, 2, 2};
+        added.push_back(m_scene.Make<ComponentRuntimeData, ComponentTransformDirect>());
+        added.back()->Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
+        m_tree->Add(added.back().Get());
+    };
+    m_scene.GetArray().Clear();
+    add(-95, 1);
+    m_query.InSphere({0, 0, 0}, kInfinity, m_buffer);
+    std::vector<CEntity*> visited;
+    m_query.VisitAlongRay({-99, 0, 0}, {1, 0, 0}, kInfinity,
+                          [&](CEntity* entity, float)
+                          {
+                              visited.push_back(entity);
+                              const float ahead[6] = {50, -2, -2, 51, 2, 2};
+                              entity->Find<ComponentTransform>()->SetUntransformedBoundingBox(ahead);
+                              for (float x = -50; added.size() < 50; ++x)
+                                  add(x, 20);
+                              return true;
+                          });
+    EXPECT_EQ(visited.size(), added.size());
+    EXPECT_EQ(Set(visited).size(), added.size());
 }
 
 TEST_F(SpatialQuery, NearestOnesComeSorted)
@@ -275,6 +375,19 @@ TEST_F(SpatialQuery, NearestOnesComeSorted)
         for (CEntity* entity : all)
             EXPECT_TRUE(!isOdd(entity) || odd[next++] == entity);
     }
+    // At the same distance, the one that the tree got first.
+    m_scene.GetArray().Clear();
+    const float box[6] = {5, 5, 5, 6, 6, 6};
+    CEntity* const three[] = {m_entities[9].Get(), m_entities[3].Get(), m_entities[5].Get()};
+    for (CEntity* entity : three)
+    {
+        entity->Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
+        m_scene.GetArray().Add(entity);
+    }
+    const auto two = m_query.Nearest({0, 0, 0}, 2, m_buffer);
+    EXPECT_TRUE(std::equal(two.begin(), two.end(), three, three + 2));
+    const auto hit = m_query.AlongRay({5.5F, 5.5F, 0}, {0, 0, 1}, 10, 3, m_buffer);
+    EXPECT_TRUE(std::equal(hit.begin(), hit.end(), three, three + 3));
 }
 
 TEST_F(SpatialQuery, StrangeQuestionsHaveNoAnswerOrAll)
@@ -329,15 +442,23 @@ TEST_F(SpatialQuery, AdvisedGridsSuitTheirBoxes)
     EXPECT_LT(grid.GetTotalCellCount(), m_entities.size());
     EXPECT_LT(grid.GetEntryCount(), m_entities.size() * 4);
 
-    // One box, none, a point, a plane, a world that is not to scale.
-    for (const PrimAABB& box :
-         {PrimAABB({1, 2, 3}, {4, 5, 6}), PrimAABB({kNaN, 2, 3}, {4, 5, 6}), PrimAABB({5, 5, 5}, {5, 5, 5}),
-          PrimAABB({-9e5F, -9e5F, 7}, {9e5F, 9e5F, 7}), PrimAABB({-3e38F, 0, 0}, {3e38F, 1, 1})})
+    // As many whole cells as the boxes are wide together, and one without extent at their end.
+    std::vector<PrimAABB> row(100, PrimAABB({0, 0, 0}, {5, 5, 5}));
+    row.push_back(PrimAABB({100, 0, 0}, {100, 5, 5}));
+    const AABBGridAdvice whole = AdviseGrid(row);
+    EXPECT_EQ(whole.cellSize.x, 10.0F);
+    EXPECT_FALSE(CAABBDynamicGrid(whole.bounds.GetFloats(), 10, 10, 10).GetRange(row.back().GetFloats()).IsEmpty());
+
+    // One box, none, points, a plane, a world that is not to scale.
+    for (const PrimAABB& box : {PrimAABB({1, 2, 3}, {4, 5, 6}), PrimAABB({kNaN, 2, 3}, {4, 5, 6}),
+                                PrimAABB({5, 5, 5}, {5, 5, 5}), PrimAABB({-5e6F, 5e6F, 5e3F}, {-5e6F, 5e6F, 5e3F}),
+                                PrimAABB({-9e5F, -9e5F, 7}, {9e5F, 9e5F, 7}), PrimAABB({-3e38F, 0, 0}, {3e38F, 1, 1})})
     {
         const AABBGridAdvice one = AdviseGrid({&box, 1});
         const CAABBDynamicGrid small(one.bounds.GetFloats(), one.cellSize.x, one.cellSize.y, one.cellSize.z);
         EXPECT_GE(small.GetTotalCellCount(), 1U);
         EXPECT_LE(small.GetTotalCellCount(), 8U);
+        EXPECT_TRUE(!(std::abs(box.GetMin().x) < 1e30F) || !small.GetRange(box.GetFloats()).IsEmpty());
     }
 }
 

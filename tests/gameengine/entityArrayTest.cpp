@@ -63,7 +63,8 @@ TEST_F(EntityArray, TakesAReferenceForEachAddition)
     m_array.Remove(entity.Get());
     m_array.Remove(entity.Get());
     EXPECT_EQ(entity->GetReferenceCount(), 1);
-    EXPECT_EQ(cameras->GetCount(), 0);
+    AddComponents<>(*entity);
+    EXPECT_EQ(cameras->GetCount(), 0) << "unlocked, it returns to no array";
     entity->_AddRef();
     m_array.Remove(entity.Get());
     EXPECT_EQ(entity->GetReferenceCount(), 1) << "an absent entity loses its reference all the same";

@@ -47,6 +47,8 @@ public:
             expected.insert(stored);
         ASSERT_EQ(LoadContent(m_path), expected);
         ASSERT_EQ(static_cast<std::size_t>(m_store->GetEntityCount()), m_known.size());
+        for (int i = 0; i < m_store->GetEntityCount(); ++i)
+            ASSERT_GE(m_store->FindRow(m_store->Get(i)), 0);
         ASSERT_TRUE(m_scene->GetArray().Validate());
     }
 

@@ -61,9 +61,8 @@ TEST_F(FileSystem, NamesAreFoundInTheFirstFolderThatHasThem)
     EXPECT_EQ(m_files.GetRoots().size(), 3U);
     EXPECT_EQ(m_files.FindFile(name), second) << "not the folder of that name in the first root";
     EXPECT_EQ(m_files.FindFile(user), user);
-    EXPECT_EQ(m_files.FindFile(m_folder.Path("user")), "");
-    EXPECT_EQ(m_files.FindFile(""), "");
-    EXPECT_EQ(m_files.FindFile(second + std::string("\0", 1)), "");
+    for (const std::string& bad : {m_folder.Path("user"), std::string(), second + '\0'})
+        EXPECT_EQ(m_files.FindFile(bad), "");
     EXPECT_EQ(m_files.GetTemporaryFilePath("x"), m_folder.Path("temporary/x"));
     EXPECT_EQ(m_files.GetTemporaryFilePath("/a/b"), "/a/b");
     EXPECT_EQ(CFileSystem().GetTemporaryFilePath("x"), "x") << "the current directory";

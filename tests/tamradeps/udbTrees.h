@@ -48,11 +48,12 @@ inline void FillRandomly(UDBGroup& group, Random& random, int levels)
     for (std::uint64_t count = random.Below(12); count > 0; --count)
     {
         const std::string key = RandomText(random);
-        switch (random.Below(levels > 0 ? 4 : 3))
+        switch (random.Below(levels > 0 ? 5 : 4))
         {
         case 0: group.AddNumber(key, kSpecial[random.Below(kSpecial.size())]); break;
         case 1: group.AddNumber(key, std::bit_cast<double>(random.Bits())); break;
-        case 2: group.AddString(key, RandomText(random)); break;
+        case 2: group.AddNumber(key, std::bit_cast<float>(static_cast<std::uint32_t>(random.Bits()))); break;
+        case 3: group.AddString(key, RandomText(random)); break;
         default: FillRandomly(*group.AddNewGroup(key), random, levels - 1); break;
         }
     }

@@ -1,12 +1,9 @@
 // scenetool as a program of its own: what it prints, and what its exit code tells a script.
 
-#include "gameengine/engine/componentEditorData.h"
-#include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "gameengine/engine/scene.h"
 #include "support/expectations.h"
 #include "tamradeps/sqlite/database.h"
-#include "tamradeps/sqlite/query.h"
 #include "tests/tools/townFixture.h"
 #include "tools/sceneTools/sceneConvert.h"
 
@@ -76,30 +73,18 @@ protected:
         ASSERT_TRUE(WriteSceneFile(Path(name), scene.GetInterfaces(), true));
     }
 
-    void Execute(const std::string& name, const char* sql) const
+    void Execute(const std::string& name, const std::string& sql) const
     {
         sqlite::database database;
         ASSERT_TRUE(database.open(Path(name)));
-        ASSERT_TRUE(database.execute(sql));
+        ASSERT_TRUE(database.execute(sql.c_str()));
     }
 
-    // Renames a component type in the data of a row to a name of the same length.
-    void RenameType(const std::string& name, std::int64_t row, const std::string& from, const std::string& to) const
+    // Replaces a text in the data of a row by one of the same length.
+    void Replace(const std::string& name, int row, const std::string& from, const std::string& to) const
     {
-        sqlite::database database;
-        sqlite::query select;
-        sqlite::query update;
-        ASSERT_TRUE(database.open(Path(name)));
-        ASSERT_TRUE(select.prepare(database, "SELECT componentData FROM entities WHERE id = ?") && select.bind(1, row));
-        ASSERT_EQ(select.step(), sqlite::query::Step::Row);
-        const std::span<const std::byte> blob = select.getBlob(0);
-        std::string data(reinterpret_cast<const char*>(blob.data()), blob.size());
-        select.reset();
-        ASSERT_NE(data.find(from), std::string::npos);
-        data.replace(data.find(from), from.size(), to);
-        ASSERT_TRUE(update.prepare(database, "UPDATE entities SET componentData = ? WHERE id = ?"));
-        ASSERT_TRUE(update.bind(1, data.data(), data.size()) && update.bind(2, row));
-        ASSERT_EQ(update.step(), sqlite::query::Step::Done);
+        Execute(name, "UPDATE entities SET componentData = CAST(replace(CAST(componentData AS TEXT), '" + from +
+                          "', '" + to + "') AS BLOB) WHERE id = " + std::to_string(row));
     }
 
 private:
@@ -123,8 +108,7 @@ TEST_F(Scenetool, TownSurvivesImportAndConversion)
         EXPECT_TRUE(diff.Prints("in both: 24")) << diff.output;
     }
     const Result info = Run("info @town.mfs");
-    EXPECT_TRUE(info.Prints("mfs")) << info.output;
-    EXPECT_TRUE(info.Prints("ComponentTransformDirect")) << info.output;
+    EXPECT_TRUE(info.Prints("mfs") && info.Prints("ComponentTransformDirect")) << info.output;
     EXPECT_EQ(Run("map @town.sdb @town.png --width 300").exitCode, 0);
     EXPECT_GT(std::filesystem::file_size(Path("town.png")), 10000U);
 }
@@ -148,18 +132,11 @@ TEST_F(Scenetool, DiffFindsTheChangedEntityOnly)
 {
     SaveHouses("a.sdb");
     SaveHouses("b.sdb");
-    {
-        CScene scene;
-        CEntityArray_SaveLoad_SqliteDB store(Path("b.sdb").c_str(), scene.GetInterfaces());
-        ASSERT_TRUE(store.Load(nullptr, nullptr));
-        store.FindEntity(2)->Find<ComponentEditorData>()->SetData("building Inn");
-        ASSERT_TRUE(store.Save());
-        ASSERT_EQ(store.GetCounters().updated, 1U);
-    }
+    Replace("b.sdb", 2, "House 1", "Inn No1");
     const Result diff = Run("diff @a.sdb @b.sdb");
     EXPECT_EQ(diff.exitCode, 1);
     EXPECT_TRUE(diff.Prints("in both: 2\n")) << diff.output;
-    EXPECT_TRUE(diff.Prints("House 1") && diff.Prints("building Inn") && !diff.Prints("House 2")) << diff.output;
+    EXPECT_TRUE(diff.Prints("House 1") && diff.Prints("Inn No1") && !diff.Prints("House 2")) << diff.output;
 
     // An entity more of the same kind is a difference too.
     Execute("a.sdb",
@@ -176,7 +153,7 @@ TEST_F(Scenetool, CheckNamesEachProblemAndNothingIsConvertedThen)
     // Data that ends too early, a type that nobody registered, a row that says another place.
     Execute("bad.sdb", "UPDATE entities SET componentData = substr(componentData, 1, 60) WHERE id = 1;"
                        "UPDATE entities SET pos_y = 7 WHERE id = 3");
-    RenameType("bad.sdb", 2, "ComponentEditorData", "ComponentEditorDate");
+    Replace("bad.sdb", 2, "ComponentEditorData", "ComponentEditorDate");
     const Result check = Run("check @bad.sdb");
     EXPECT_EQ(check.exitCode, 1);
     EXPECT_TRUE(check.Prints("entity 1: its data cannot be read\n")) << check.output;
@@ -209,24 +186,25 @@ TEST_F(Scenetool, BadInputIsOneLine)
 {
     SaveHouses("houses.sdb");
     ASSERT_EQ(Run("convert @houses.sdb @houses.mfs").exitCode, 0);
-    test::WriteFile(Path("text.sdb"), "this is no database, whatever its name says\n");
-    test::WriteFile(Path("text.mfs"), "nor this");
     const std::string serialized = test::ReadFile(Path("houses.mfs"));
     test::WriteFile(Path("cut.mfs"), serialized.substr(0, serialized.size() - 1));
+    test::WriteFile(Path("text.sdb"), "this is no database, whatever its name says\n");
+    test::WriteFile(Path("text.mfs"), "nor this");
     test::WriteFile(Path("empty.sdb"), "");
     std::filesystem::create_directory(Path("folder.sdb"));
-    for (const char* command : {"info", "list", "check", "show", "diff @houses.sdb"})
+    const std::pair<const char*, const char*> files[] = {{"@missing.sdb", "does not exist"},
+                                                         {"@folder.sdb", "is not a file"},
+                                                         {"@text.sdb", "not a database"},
+                                                         {"@text.mfs", "is not a scene file"},
+                                                         {"@cut.mfs", "is damaged"},
+                                                         {"@empty.sdb", "without a table of entities"},
+                                                         {"@x.txt", "neither in .sdb nor in .mfs"}};
+    for (const auto& [file, reason] : files)
     {
-        const std::string name(command);
-        const std::string suffix = name == "show" ? " 1" : "";
-        ExpectBadInput(name + " @missing.sdb" + suffix, "does not exist");
-        ExpectBadInput(name + " @folder.sdb" + suffix, "is not a file");
-        ExpectBadInput(name + " @text.sdb" + suffix, "not a database");
-        ExpectBadInput(name + " @text.mfs" + suffix, "is not a scene file");
-        ExpectBadInput(name + " @cut.mfs" + suffix, "is damaged");
-        ExpectBadInput(name + " @empty.sdb" + suffix, "without a table of entities");
-        ExpectBadInput(name + " @houses.txt" + suffix, "neither in .sdb nor in .mfs");
+        for (const char* command : {"info ", "list ", "check ", "diff @houses.sdb "})
+            ExpectBadInput(std::string(command) + file, reason);
     }
+    ExpectBadInput("show @missing.sdb 1", "does not exist");
     ExpectBadInput("convert @houses.sdb @houses.txt", "neither in .sdb nor in .mfs");
     ExpectBadInput("convert @houses.sdb @nowhere/x.sdb", "no such folder");
     ExpectBadInput("convert --force @houses.sdb @folder.sdb", "is not a file");
@@ -237,13 +215,7 @@ TEST_F(Scenetool, BadInputIsOneLine)
 TEST_F(Scenetool, UsageErrorsAndHelp)
 {
     ExpectBadInput("", "subcommand");
-    ExpectBadInput("paint @a.sdb", "");
-    ExpectBadInput("info", "FILE is required");
-    ExpectBadInput("show @a.sdb one", "ID");
     ExpectBadInput("list @a.sdb --box 1 2 3", "--box");
-    ExpectBadInput("info @a.sdb --shine", "--shine");
     const Result help = Run("--help");
-    EXPECT_EQ(help.exitCode, 0);
-    EXPECT_TRUE(help.Prints("import-osm") && help.Prints("Exit codes")) << help.output;
-    EXPECT_TRUE(Run("--version").output.starts_with("scenetool "));
+    EXPECT_TRUE(help.exitCode == 0 && help.Prints("import-osm") && help.Prints("Exit codes")) << help.output;
 }

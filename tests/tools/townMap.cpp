@@ -1,9 +1,7 @@
 #include "tools/sceneTools/townMap.h"
 
-#include "gameengine/engine/scene.h"
 #include "support/expectations.h"
 #include "tests/tools/townFixture.h"
-#include "tools/sceneTools/osmImport.h"
 
 #include <gtest/gtest.h>
 
@@ -22,47 +20,11 @@ bool IsGreen(Pixel pixel)
     return pixel[1] > pixel[0] + 10 && pixel[1] > pixel[2] + 10;
 }
 
-bool IsBlue(Pixel pixel)
-{
-    return pixel[2] > pixel[0] + 30 && pixel[2] > pixel[1] + 10;
-}
-
 bool IsBrown(Pixel pixel)
 {
     return pixel[0] > pixel[1] + 10 && pixel[1] > pixel[2] && pixel[0] < 235;
 }
 } // namespace
-
-TEST(TownMap, ManhattanShowsItsKnownPlaces)
-{
-    CScene scene;
-    OsmImportStatistics town;
-    ASSERT_TRUE(ImportOsm(test::GetExtract("manhattan"), scene.GetInterfaces(), {}, &town));
-    CTownMap map(town.minX, town.minY, town.maxX, town.maxY, 900);
-    map.DrawScene(scene.GetArray());
-    map.Render();
-
-    const Pixel ground = {243, 240, 233};
-    int counts[4] = {};
-    for (int y = 0; y < map.GetHeight(); ++y)
-    {
-        for (int x = 0; x < map.GetWidth(); ++x)
-        {
-            const Pixel pixel = map.GetPixel(x, y);
-            ++counts[IsBlue(pixel) ? 0 : IsGreen(pixel) ? 1 : IsBrown(pixel) ? 2 : 3];
-        }
-    }
-    const int all = map.GetWidth() * map.GetHeight();
-    EXPECT_GT(counts[0], all / 10) << "the river";
-    EXPECT_GT(counts[1], all / 200) << "parks";
-    EXPECT_GT(counts[2], all / 4) << "roofs";
-
-    // Seravalli Playground, the river, and the large building south-west of it.
-    EXPECT_TRUE(IsGreen(GetPixelAt(map, 145.0F, 303.0F)));
-    EXPECT_TRUE(IsBlue(GetPixelAt(map, -560.0F, 100.0F)));
-    EXPECT_TRUE(IsBrown(GetPixelAt(map, -200.0F, 20.0F)));
-    EXPECT_NE(GetPixelAt(map, -200.0F, 20.0F), ground);
-}
 
 TEST(TownMap, BoxesAreTurnedAndCoverOneAnotherByKind)
 {
