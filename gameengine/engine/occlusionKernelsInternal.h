@@ -281,7 +281,7 @@ struct BoxCorners
 {
     using E = Eight<Arch>;
 
-    explicit TAMRA_INLINE BoxCorners(const float (&low)[3], const float (&high)[3])
+    TAMRA_INLINE explicit BoxCorners(const float (&low)[3], const float (&high)[3])
     {
         for (int axis = 0; axis < 3; ++axis)
         {
@@ -329,7 +329,7 @@ BoxOutcome MakeBox(const OcclusionView& view, const float* box, OcclusionPolygon
     }
     const BoxOutline& outline = kBoxOutlines[way];
     if (!sound || outline.count == 0)
-        return BoxOutcome::kNothing;
+        return BoxOutcome::kEmpty;
 
     const BoxCorners<Arch> boxCorners(low, high);
     const E distance = boxCorners.Get(view.nearPlane);
@@ -343,13 +343,13 @@ BoxOutcome MakeBox(const OcclusionView& view, const float* box, OcclusionPolygon
     if (!(least[0] > error) || least[2] < -view.width || least[3] < -2.0F * view.width)
         return BoxOutcome::kDifficult;
     if (-least[3] < 0.0F || least[2] > view.width)
-        return BoxOutcome::kNothing;
+        return BoxOutcome::kEmpty;
     const float farthest = least[1];
     Target<Arch>::Extremes(y, E(0.0F) - y, E(0.0F) - closeness, x, least);
     if (least[0] < -view.height || least[1] < -2.0F * view.height)
         return BoxOutcome::kDifficult;
     if (-least[1] < 0.0F || least[0] > view.height)
-        return BoxOutcome::kNothing;
+        return BoxOutcome::kEmpty;
 
     PolygonCorners corners;
     corners.count = outline.count;
@@ -371,7 +371,7 @@ BoxOutcome MakeBox(const OcclusionView& view, const float* box, OcclusionPolygon
         if (seen[axis] != 0)
             corners.planes[corners.planeCount++] = view.GetPlane(axis, seen[axis] == 1 ? low[axis] : high[axis]);
     }
-    return MakePolygon<Arch>(view, corners, polygon) ? BoxOutcome::kPolygon : BoxOutcome::kNothing;
+    return MakePolygon<Arch>(view, corners, polygon) ? BoxOutcome::kPolygon : BoxOutcome::kEmpty;
 }
 
 // Drawing
@@ -452,8 +452,8 @@ struct RowSpans
             begin = Max((rows - E(polygon.edgeY[i])) * E(polygon.slope[i]) + E(polygon.edgeX[i]), begin);
         for (int i = OcclusionPolygon::kEdges - polygon.rightCount; i < OcclusionPolygon::kEdges; ++i)
             end = Min((rows - E(polygon.edgeY[i])) * E(polygon.slope[i]) + E(polygon.edgeX[i]), end);
-        const EightBools<Arch> inside = Less(E(static_cast<float>(polygon.rowBegin)), rows) &
-                                        Less(rows, E(static_cast<float>(polygon.rowEnd)));
+        const EightBools<Arch> inside =
+            Less(E(static_cast<float>(polygon.rowBegin)), rows) & Less(rows, E(static_cast<float>(polygon.rowEnd)));
         begin = Select(inside, Min(begin, E(width)), E(width));
         end = Select(inside, Max(end, E(0.0F)), E(0.0F)).Truncate();
         const E truncated = begin.Truncate();
@@ -632,7 +632,8 @@ private:
 };
 
 /// Whether the pixels of a tile from `left` to `right` and `bottom` to `top` (of the screen) are masked.
-inline bool IsMasked(const DepthTiles::Mask& mask, int tileColumn, int tileRow, int left, int right, int bottom, int top)
+inline bool IsMasked(const DepthTiles::Mask& mask, int tileColumn, int tileRow, int left, int right, int bottom,
+                     int top)
 {
     const int first = std::max(left - tileColumn * kTileWidth, 0);
     const int last = std::min(right - tileColumn * kTileWidth, kTileWidth - 1);
@@ -691,9 +692,8 @@ std::size_t KeepVisible(const OcclusionView& view, const DepthTiles& tiles, cons
         const std::uint32_t placed = group.Place(view);
         for (std::size_t i = 0; i < size; ++i)
         {
-            const bool hidden =
-                placed >> i & 1 && IsHidden<Arch>(tiles, group.left[i], group.right[i], group.bottom[i], group.top[i],
-                                                  group.closeness[i]);
+            const bool hidden = placed >> i & 1 && IsHidden<Arch>(tiles, group.left[i], group.right[i], group.bottom[i],
+                                                                  group.top[i], group.closeness[i]);
             found[kept] = ids[i];
             kept += !hidden;
         }

@@ -88,7 +88,7 @@ struct PolygonCorners
 
 enum class BoxOutcome : std::uint8_t
 {
-    kNothing,   ///< Covers no pixel.
+    kEmpty,     ///< Covers no pixel.
     kPolygon,   ///< A polygon was made.
     kDifficult, ///< Near the eye or far out at the side, for `AddDifficultBox`.
 };

@@ -119,7 +119,7 @@ bool OcclusionView::Set(const CMatrix& viewProjection, int columns, int rows) no
     if (!Invert(factors, m_inverse))
         return false;
     // Seen along a line of sight, w grows into the picture and the depth out of it.
-    mirrored = Determinant(factors) > 0.0 == perspective;
+    mirrored = (Determinant(factors) > 0.0) == perspective;
     return i_SetOrigin() && i_SetPlanes();
 }
 
