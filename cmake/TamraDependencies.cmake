@@ -4,6 +4,10 @@ find_package(Threads REQUIRED)
 find_package(SQLite3 REQUIRED)
 find_package(LibLZMA REQUIRED)
 find_package(spdlog REQUIRED)
+set(OpenGL_GL_PREFERENCE GLVND)
+find_package(OpenGL REQUIRED)
+find_package(GLEW REQUIRED)
+find_package(glfw3 3.3 REQUIRED)
 
 # Header-only packages that come without a CMake configuration of their own.
 function(tamra_header_only target header)
