@@ -24,8 +24,9 @@ if(NOT TARGET glm::glm)
     tamra_header_only(glm::glm glm/glm.hpp)
 endif()
 
+tamra_header_only(TamraStb stb_image_write.h stb)
+
 if(TAMRA_BUILD_APPS OR TAMRA_BUILD_TESTS)
-    tamra_header_only(TamraStb stb_image_write.h stb)
     tamra_header_only(TamraOsmium osmium/io/pbf_input.hpp)
     tamra_header_only(TamraCli CLI/CLI.hpp)
     find_package(ZLIB REQUIRED)
