@@ -68,6 +68,18 @@ void CRenderTarget::Bind()
     renderer->GetState().SetViewport(0, 0, GetWidth(), GetHeight());
 }
 
+void CRenderTarget::CopyToWindow(int width, int height) const
+{
+    CRenderer* renderer = i_GetRenderer();
+    if (!renderer || width < 1 || height < 1)
+        return;
+    // A copy heeds the scissor box.
+    const CPreservedState guard(renderer->GetState());
+    renderer->GetState().DisableScissor();
+    glBlitNamedFramebuffer(m_handle, 0, 0, 0, GetWidth(), GetHeight(), 0, 0, width, height, GL_COLOR_BUFFER_BIT,
+                           width == GetWidth() && height == GetHeight() ? GL_NEAREST : GL_LINEAR);
+}
+
 Image CRenderTarget::ReadPixels() const
 {
     const std::vector<std::byte> rows = m_color->Read();

@@ -27,6 +27,9 @@ public:
     /// Draws go here from now on, over the whole size.
     void Bind();
 
+    /// Copies the colours to the context's own surface of this size, stretched when the sizes differ.
+    void CopyToWindow(int width, int height) const;
+
     /// Waits for the device and reads the colours back, upper row first.
     Image ReadPixels() const;
 
