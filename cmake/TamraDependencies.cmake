@@ -4,6 +4,10 @@ find_package(Threads REQUIRED)
 find_package(SQLite3 REQUIRED)
 find_package(LibLZMA REQUIRED)
 find_package(spdlog REQUIRED)
+set(OpenGL_GL_PREFERENCE GLVND)
+find_package(OpenGL REQUIRED)
+find_package(GLEW REQUIRED)
+find_package(glfw3 3.3 REQUIRED)
 
 # Header-only packages that come without a CMake configuration of their own.
 function(tamra_header_only target header)
@@ -20,8 +24,9 @@ if(NOT TARGET glm::glm)
     tamra_header_only(glm::glm glm/glm.hpp)
 endif()
 
+tamra_header_only(TamraStb stb_image_write.h stb)
+
 if(TAMRA_BUILD_APPS OR TAMRA_BUILD_TESTS)
-    tamra_header_only(TamraStb stb_image_write.h stb)
     tamra_header_only(TamraOsmium osmium/io/pbf_input.hpp)
     tamra_header_only(TamraCli CLI/CLI.hpp)
     find_package(ZLIB REQUIRED)

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Installs the system packages that the build needs. Quick and silent when nothing is missing.
 #
-#   --checks   also what .ci/run needs besides the build: clang-format, python3
+#   --checks   also what .ci/run needs besides the build: clang-format, python3, a display of no screen
 #   --fuzz     also clang with libFuzzer, for the preset "fuzz"
 set -euo pipefail
 
 packages=(
     g++ cmake ninja-build
     libsqlite3-dev liblzma-dev libglm-dev libspdlog-dev libfmt-dev libxsimd-dev
+    libglew-dev libgl-dev libegl-dev libglfw3-dev libgl1-mesa-dri
     libstb-dev libosmium2-dev libprotozero-dev zlib1g-dev libcli11-dev
     libgtest-dev libgmock-dev libbenchmark-dev libboost-dev libbullet-dev
 )
@@ -15,7 +16,7 @@ tools=(g++ cmake ninja)
 for argument in "$@"; do
     case $argument in
     --checks)
-        packages+=(clang-format python3)
+        packages+=(clang-format python3 xvfb xauth)
         tools+=(clang-format python3)
         ;;
     --fuzz)

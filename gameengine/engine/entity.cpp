@@ -186,6 +186,9 @@ void CEntity::i_Forget(const CEntityComponent* component) noexcept
 void CEntity::i_DestroyComponents()
 {
     auto components = m_components;
+    // They lie in as many pools as there are classes.
+    for (const CEntityComponent* component : components.GetSpan())
+        TAMRA_PREFETCH(component);
     m_components.Clear();
     m_componentListLocked = true;
     i_ScanInArrays(false);

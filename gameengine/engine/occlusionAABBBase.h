@@ -87,6 +87,10 @@ protected:
     }
     void i_AddVisible(int index) noexcept { m_visibleIds[static_cast<std::size_t>(m_visibleCount++)] = index; }
 
+    static collision::PrimAABB i_ToAABB(const OcclusionBox& record) noexcept
+    {
+        return {{record.min[0], record.min[1], record.min[2]}, {record.max[0], record.max[1], record.max[2]}};
+    }
     static void i_SetBox(OcclusionBox& record, const float* box) noexcept;
 
     renderer::CRenderer* m_renderer;

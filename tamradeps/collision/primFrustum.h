@@ -28,6 +28,10 @@ public:
     /// a * x + b * y + c * z + d is negative outside.
     const float* GetPlane(int index) const noexcept { return m_planes[index]; }
 
+    /// The matrix that the planes were made from, up to rounding in the last places; zeros for a frustum that holds
+    /// everything.
+    CMatrix GetProjectionView() const noexcept;
+
 private:
     float m_planes[6][4] = {};
 };

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "tamradeps/math/vector3.h"
-#include "tamraengine/export.h"
+#include "tamradeps/core/refPtr.h"
+#include "tamradeps/math/matrix.h"
+#include "tamraengine/renderer/program.h"
+#include "tamraengine/renderer/vertexCache.h"
 
 #include <cstdint>
 #include <span>
@@ -24,9 +26,15 @@ public:
     /// All line vertices so far, valid until the queue changes.
     std::span<const RenderLineVertex> GetLines() const noexcept { return m_lines; }
 
+    /// Draws everything into what is bound, with its depth test and blending; the queue keeps it. Nothing without a
+    /// device.
+    void Render(renderer::CRenderer& renderer, const CMatrix& projectionView);
+
     /// Empties the queue and keeps its memory.
     void Clear() noexcept { m_lines.clear(); }
 
 private:
     std::vector<RenderLineVertex> m_lines;
+    std::vector<renderer::Vertex> m_vertices; // what of it goes to the device
+    RefPtr<renderer::CProgram> m_program;
 };

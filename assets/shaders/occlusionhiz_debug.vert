@@ -1,0 +1,7 @@
+out vec2 place;
+
+void main()
+{
+    place = vec2((gl_VertexID << 1) & 2, gl_VertexID & 2);
+    gl_Position = vec4(place * 2.0 - 1.0, 0.0, 1.0);
+}

@@ -1,0 +1,6 @@
+#include "corvex/context.h"
+
+const char* CContext::GetTypeString()
+{
+    return "CContext";
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "corvex/context.h"
+
+#include <string>
+
+namespace renderer
+{
+class CInput;
+}
+
+struct WindowSettings
+{
+    std::string title;
+    int width = 1280; ///< Of what is drawn, in pixels, 1 to 16384.
+    int height = 720;
+    bool isVisible = true;
+    bool waitsForDisplay = true; ///< SwapBuffers waits for the display's next picture.
+};
+
+/// A window with a context, and the keyboard and mouse that belong to it.
+class CORVEX_API CWindow : public CContext
+{
+public:
+    /// Opens the window and makes its context current. `input` hears of keys and the mouse while `PollEvents` runs; it
+    /// may be null and must outlive the window. Null and one log line for a size that cannot be, without a display, and
+    /// without OpenGL 4.5.
+    static std::unique_ptr<CWindow> Create(const WindowSettings& settings, renderer::CInput* input);
+    ~CWindow() override;
+
+    const char* GetTypeString() override;
+    bool MakeCurrent() override;
+    int GetWidth() const override;
+    int GetHeight() const override;
+    void SwapBuffers() override;
+
+    /// Takes what happened since the last call to the input, and answers whether the window is still wanted.
+    bool PollEvents();
+    /// Makes `PollEvents` answer false.
+    void Close();
+
+    /// Whether a key is held, whoever consumed it; codes as in `renderer::Key`.
+    bool IsKeyHeld(int key) const;
+    /// Hides the mouse pointer and lets it move without end, for looking around.
+    void SetMouseLook(bool enabled);
+
+private:
+    struct State;
+
+    explicit CWindow(std::unique_ptr<State> state);
+
+    std::unique_ptr<State> m_state;
+};

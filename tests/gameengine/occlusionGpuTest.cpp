@@ -1,0 +1,368 @@
+#include "gameengine/engine/occlusionAABBBruteforce.h"
+#include "gameengine/engine/occlusionAABBOpenGLHierarchicalZ.h"
+#include "support/allocations.h"
+#include "support/deviceFixture.h"
+#include "support/expectations.h"
+#include "support/occlusionReference.h"
+#include "support/random.h"
+#include "tamradeps/io/fileSystem.h"
+
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <set>
+
+#include <GL/glew.h>
+
+using namespace renderer;
+using collision::PrimAABB;
+
+namespace
+{
+constexpr int kWidth = 96;
+constexpr int kHeight = 54;
+
+// Boxes that hide one another, drawn as they are.
+class OcclusionGpu : public test::DeviceTest
+{
+protected:
+    void SetUp() override
+    {
+        DeviceTest::SetUp();
+        if (IsSkipped())
+            return;
+        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
+        m_target = CRenderTarget::Create(m_renderer, kWidth, kHeight);
+        m_program = CProgram::CreateFromText(m_renderer,
+                                             "layout(location = 0) in vec3 position;\n"
+                                             "uniform mat4 projectionView;\n"
+                                             "void main() { gl_Position = projectionView * vec4(position, 1.0); }\n",
+                                             "out vec4 result;\nvoid main() { result = vec4(1.0); }\n");
+        ASSERT_TRUE(m_target && m_program);
+        m_target->Bind();
+    }
+
+    void LookFrom(CVector3 eye, CVector3 target)
+    {
+        m_eye = eye;
+        m_projectionView = CMatrix::Projection(60, static_cast<float>(kWidth) / kHeight, 1.0F, 500.0F) *
+                           CMatrix::View(eye, target, {0, 0, 1});
+    }
+
+    // A street of walls with boxes between and behind.
+    void MakeScene(std::uint32_t seed, int count)
+    {
+        test::Random random(seed);
+        m_boxes.clear();
+        for (int i = 0; i < count; ++i)
+        {
+            const CVector3 middle(random.Between(-100, 100), random.Between(-100, 100), random.Between(0, 20));
+            const float size = i % 5 == 0 ? 12.0F : 2.0F;
+            const CVector3 half(random.Between(0.2F, size), random.Between(0.2F, size), random.Between(0.2F, 2 * size));
+            m_boxes.emplace_back(middle - half, middle + half);
+        }
+    }
+
+    void DrawScene()
+    {
+        m_renderer.BeginFrame(0.02F);
+        m_renderer.Clear({0, 0, 0});
+        const CPreservedState guard(m_renderer.GetState());
+        m_renderer.GetState().SetDepthTest(DepthTest::Less);
+        m_program->SetMatrix("projectionView", m_projectionView);
+        m_program->Use();
+        m_vertices.clear();
+        for (const PrimAABB& box : m_boxes)
+            AppendBox(box);
+        const std::size_t first = m_renderer.GetVertexCache()->Append(m_vertices);
+        m_renderer.GetVertexCache()->Draw(Primitive::Triangles, first, m_vertices.size());
+    }
+
+    void AppendBox(const PrimAABB& box)
+    {
+        static constexpr int kCorners[36] = {0, 4, 6, 0, 6, 2, 1, 3, 7, 1, 7, 5, 0, 1, 5, 0, 5, 4,
+                                             2, 6, 7, 2, 7, 3, 0, 2, 3, 0, 3, 1, 4, 5, 7, 4, 7, 6};
+        const float* values = box.GetFloats();
+        for (const int corner : kCorners)
+            m_vertices.push_back(
+                {{values[(corner & 1) * 3], values[(corner & 2) / 2 * 3 + 1], values[(corner & 4) / 4 * 3 + 2]}});
+    }
+
+    template <class Culler>
+    std::set<int> Pass(Culler& culler)
+    {
+        DrawScene();
+        culler.SetFrameData(0, collision::PrimFrustum(m_projectionView), m_eye);
+        culler.DoOcclusion();
+        glFinish(); // so that the next pass has the answer
+        std::set<int> visible;
+        for (int i = 0; i < culler.GetVisibleCount(); ++i)
+            visible.insert(culler.GetVisibleID(i));
+        EXPECT_EQ(visible.size(), static_cast<std::size_t>(culler.GetVisibleCount()));
+        return visible;
+    }
+
+    template <class Culler>
+    std::vector<OcclusionBoxHandle*> AddAll(Culler& culler)
+    {
+        std::vector<OcclusionBoxHandle*> handles;
+        for (const PrimAABB& box : m_boxes)
+            handles.push_back(culler.AddBoundingBox(box.GetFloats()));
+        return handles;
+    }
+
+    // Nothing that shows is missing; the share of what is kept of that which does not.
+    double Compare(const std::set<int>& visible)
+    {
+        const auto shown = test::CountShownPixels(m_boxes, m_projectionView, kWidth, kHeight);
+        int hidden = 0;
+        int kept = 0;
+        for (std::size_t i = 0; i < m_boxes.size(); ++i)
+        {
+            const bool isVisible = visible.contains(static_cast<int>(i));
+            if (shown[i] > 0)
+                EXPECT_TRUE(isVisible) << i << " shows in " << shown[i] << " pixels";
+            else
+                ++(isVisible ? kept : hidden);
+        }
+        return static_cast<double>(kept) / std::max(hidden + kept, 1);
+    }
+
+    RefPtr<CRenderTarget> m_target;
+    RefPtr<CProgram> m_program;
+    std::vector<Vertex> m_vertices;
+    std::vector<PrimAABB> m_boxes;
+    CMatrix m_projectionView;
+    CVector3 m_eye;
+};
+
+TEST_F(OcclusionGpu, NothingThatShowsIsMissing)
+{
+    for (const bool isBruteforce : {true, false})
+    {
+        MakeScene(7, 300);
+        const RefPtr<COcclusionAABBBase> culler =
+            isBruteforce ? RefPtr<COcclusionAABBBase>(new COcclusionAABBBruteforce(m_renderer))
+                         : RefPtr<COcclusionAABBBase>(new COcclusionAABBOpenGLHierarchicalZ(m_renderer));
+        AddAll(*culler);
+        double kept = 0.0;
+        const CVector3 eyes[] = {{-140, 0, 10}, {0, -130, 40},          {90, 90, 3},    {0, 0, 5},
+                                 {140, -60, 8}, m_boxes[5].GetCenter(), {-60, 120, 90}, {30, -30, 1}};
+        for (const CVector3 eye : eyes)
+        {
+            LookFrom(eye, CVector3(3, 2, 8));
+            Pass(*culler);
+            kept += Compare(Pass(*culler)) / static_cast<double>(std::size(eyes));
+        }
+        std::printf("%s keeps %.1f %% of what does not show\n", isBruteforce ? "brute force" : "pyramid", kept * 100);
+        EXPECT_LT(kept, isBruteforce ? 0.15 : 0.35);
+    }
+}
+
+TEST_F(OcclusionGpu, BruteforceIsOnePassLate)
+{
+    m_boxes = {{{10, -20, -20}, {11, 20, 20}}, {{20, -1, -1}, {22, 1, 1}}, {{-9, -1, -1}, {-8, 1, 1}}};
+    COcclusionAABBBruteforce culler(m_renderer);
+    const auto handles = AddAll(culler);
+    LookFrom({0, 0, 0}, {1, 0, 0});
+    EXPECT_EQ(Pass(culler), std::set<int>{});
+    EXPECT_EQ(culler.GetQueryCount(), 2);
+    EXPECT_EQ(Pass(culler), std::set<int>{0});
+    // The wall sinks: the box behind is seen one pass after that, and the wall stays for one.
+    const PrimAABB wall = std::exchange(m_boxes[0], PrimAABB({10, -20, -60}, {11, 20, -40}));
+    culler.UpdateBoundingBox(handles[0], m_boxes[0].GetFloats());
+    LookFrom({0, 0, 0}, {1, 0, 0.001F});
+    Pass(culler);
+    EXPECT_EQ(Pass(culler), std::set<int>{1});
+    m_boxes[0] = wall;
+    culler.UpdateBoundingBox(handles[0], wall.GetFloats());
+    Pass(culler);
+    EXPECT_EQ(Pass(culler), std::set<int>{0});
+    // Inside a box, and up to one unit beside it, there is nothing to wait for.
+    LookFrom({-7.1F, 0, 0}, {-9, 0, 0});
+    EXPECT_TRUE(Pass(culler).contains(2));
+}
+
+TEST_F(OcclusionGpu, AnswersStayWithTheirBoxes)
+{
+    for (const bool isBruteforce : {true, false})
+    {
+        // A wall, something hidden, something seen.
+        m_boxes = {{{10, -20, -20}, {11, 20, 20}}, {{20, -1, -1}, {22, 1, 1}}, {{5, -1, -1}, {6, 1, 1}}};
+        LookFrom({0, 0, 0}, {1, 0, 0});
+        const RefPtr<COcclusionAABBBase> culler =
+            isBruteforce ? RefPtr<COcclusionAABBBase>(new COcclusionAABBBruteforce(m_renderer))
+                         : RefPtr<COcclusionAABBBase>(new COcclusionAABBOpenGLHierarchicalZ(m_renderer));
+        const auto handles = AddAll(*culler);
+        Pass(*culler);
+        EXPECT_EQ(Pass(*culler), (std::set<int>{0, 2}));
+        // The hidden one takes the place of the seen one, and its answer is under way.
+        std::swap(m_boxes[1], m_boxes[2]);
+        culler->RemoveBoundingBox(handles[1]);
+        EXPECT_EQ(*handles[2], 1);
+        OcclusionBoxHandle* hidden = culler->AddBoundingBox(m_boxes[2].GetFloats());
+        EXPECT_EQ(hidden, handles[1]);
+        EXPECT_TRUE(Pass(*culler).contains(1));
+        EXPECT_EQ(Pass(*culler), (std::set<int>{0, 1}));
+        culler->RemoveBoundingBox(nullptr);
+        culler->UpdateBoundingBox(nullptr, m_boxes[0].GetFloats());
+        // All of them leave while answers are under way.
+        for (OcclusionBoxHandle* handle : {handles[0], handles[2], hidden})
+            culler->RemoveBoundingBox(handle);
+        EXPECT_EQ(Pass(*culler), std::set<int>{});
+        EXPECT_EQ(culler->GetBoundingBoxCount(), 0);
+    }
+}
+
+TEST_F(OcclusionGpu, PyramidsCoverEveryTexel)
+{
+    for (const auto& [width, height] : {std::pair{1, 1}, {3, 5}, {1, 7}, {96, 54}, {257, 129}})
+    {
+        m_target = CRenderTarget::Create(m_renderer, width, height);
+        m_target->Bind();
+        MakeScene(11, 200);
+        LookFrom({-140, 0, 10}, {0, 0, 8});
+        COcclusionAABBOpenGLHierarchicalZ culler(m_renderer);
+        AddAll(culler);
+        Pass(culler);
+        const CTexture* pyramid = culler.GetPyramid();
+        ASSERT_TRUE(pyramid);
+        const auto read = [](const CTexture& texture, int level)
+        {
+            const auto bytes = texture.Read(level);
+            std::vector<float> values(bytes.size() / sizeof(float));
+            std::memcpy(values.data(), bytes.data(), bytes.size());
+            return values;
+        };
+        const std::vector<float> depth = read(m_target->GetDepth(), 0);
+        for (int level = 0; level < pyramid->GetDesc().levels; ++level)
+        {
+            const int levelWidth = CTexture::GetLevelSize(pyramid->GetWidth(), level);
+            const int levelHeight = CTexture::GetLevelSize(pyramid->GetHeight(), level);
+            // The farthest of all pixels that belong to a texel; the last ones take what is left over.
+            std::vector<float> expected(static_cast<std::size_t>(levelWidth * levelHeight));
+            for (int y = 0; y < height; ++y)
+            {
+                for (int x = 0; x < width; ++x)
+                {
+                    const int texel = std::min(x >> (level + 1), levelWidth - 1) +
+                                      std::min(y >> (level + 1), levelHeight - 1) * levelWidth;
+                    float& value = expected[static_cast<std::size_t>(texel)];
+                    value = std::max(value, depth[static_cast<std::size_t>(x + y * width)]);
+                }
+            }
+            EXPECT_EQ(read(*pyramid, level), expected) << width << " x " << height << ", level " << level;
+        }
+    }
+}
+
+TEST_F(OcclusionGpu, FollowsItsFramerate)
+{
+    m_boxes = {{{10, -20, -20}, {11, 20, 20}}, {{20, -1, -1}, {22, 1, 1}}};
+    LookFrom({0, 0, 0}, {1, 0, 0});
+    COcclusionAABBOpenGLHierarchicalZ culler(m_renderer);
+    AddAll(culler);
+    culler.SetOcclusionFramerate(10.0F); // every fifth picture of a fiftieth second
+    Pass(culler);
+    EXPECT_EQ(Pass(culler), std::set<int>{0});
+    m_boxes[0] = {{10, -20, -60}, {11, 20, -40}}; // drawn elsewhere from now on
+    int passes = 0;
+    while (!Pass(culler).contains(1) && passes < 20)
+        ++passes;
+    EXPECT_GE(passes, 3);
+    EXPECT_LE(passes, 6);
+}
+
+TEST_F(OcclusionGpu, TakesAndShowsDepth)
+{
+    MakeScene(3, 100);
+    LookFrom({-140, 0, 10}, {0, 0, 8});
+    COcclusionAABBOpenGLHierarchicalZ culler(m_renderer);
+    culler.DrawDebugHiZ(0); // nothing yet
+    AddAll(culler);
+    culler.SetDepthTexture(&m_target->GetDepth());
+    Pass(culler);
+    Compare(Pass(culler));
+    const CRenderState::Values before = m_renderer.GetState().GetValues();
+    culler.DrawDebugHiZ(100);
+    EXPECT_EQ(m_renderer.GetState().GetValues(), before);
+    const Image coarse = m_target->ReadPixels();
+    culler.DrawDebugHiZ(-1);
+    const Image fine = m_target->ReadPixels();
+    // The coarsest level is one grey; in the finest the sky is white and the boxes are darker.
+    EXPECT_EQ(GetPixel(coarse, 0, 0), GetPixel(coarse, kWidth - 1, kHeight - 1));
+    EXPECT_EQ(GetPixel(fine, 3, 2)[0], 255);
+    EXPECT_LT(GetPixel(fine, kWidth / 2, kHeight / 2)[0], 250);
+}
+
+// Numbers that are none, and a device that is not there.
+template <class Culler>
+void TryBadInput(CRenderer& renderer, const std::function<std::set<int>(Culler&)>& pass)
+{
+    constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const float boxes[][6] = {{kNan, kNan, kNan, kNan, kNan, kNan},
+                              {-kInfinity, -kInfinity, -kInfinity, kInfinity, kInfinity, kInfinity},
+                              {5, 5, 5, -5, -5, -5},
+                              {10, -1, -1, 11, 1, 1}};
+    Culler culler(renderer);
+    pass(culler); // without boxes
+    for (const auto& box : boxes)
+        culler.AddBoundingBox(box);
+    pass(culler);
+    EXPECT_TRUE(pass(culler).contains(3));
+    const float elements[16] = {kNan, kInfinity, -kInfinity, kNan};
+    culler.SetFrameData(1, collision::PrimFrustum(CMatrix(elements)), {kNan, 0, 0});
+    culler.DoOcclusion();
+    culler.SetFrameData(1, collision::PrimFrustum(), {});
+    culler.DoOcclusion();
+    EXPECT_GE(culler.GetVisibleCount(), 3);
+
+    CRenderer bare;
+    Culler onCpu(bare);
+    onCpu.AddBoundingBox(boxes[3]);
+    onCpu.SetFrameData(0, collision::PrimFrustum(), {});
+    onCpu.DoOcclusion();
+    EXPECT_EQ(onCpu.GetVisibleCount(), 1);
+}
+
+TEST_F(OcclusionGpu, SurvivesBadInput)
+{
+    LookFrom({0, 0, 0}, {1, 0, 0});
+    TryBadInput<COcclusionAABBBruteforce>(m_renderer, [this](auto& culler) { return Pass(culler); });
+    TryBadInput<COcclusionAABBOpenGLHierarchicalZ>(m_renderer, [this](auto& culler) { return Pass(culler); });
+    // Nothing to draw into.
+    m_renderer.BindWindow(0, 0);
+    MakeScene(1, 10);
+    COcclusionAABBOpenGLHierarchicalZ culler(m_renderer);
+    AddAll(culler);
+    culler.SetFrameData(0, collision::PrimFrustum(m_projectionView), m_eye);
+    culler.DoOcclusion();
+}
+
+TEST_F(OcclusionGpu, PassesLeaveStateAndHeapAlone)
+{
+    MakeScene(5, 200);
+    LookFrom({-140, 0, 10}, {0, 0, 8});
+    COcclusionAABBBruteforce brute(m_renderer);
+    COcclusionAABBOpenGLHierarchicalZ pyramid(m_renderer);
+    AddAll(brute);
+    AddAll(pyramid);
+    const auto pass = [&]
+    {
+        brute.DoOcclusion();
+        pyramid.DoOcclusion();
+        glFinish();
+    };
+    Pass(brute);
+    Pass(pyramid);
+    pass();
+    const CRenderState::Values before = m_renderer.GetState().GetValues();
+    // Ours alone: the driver allocates as it likes, by other functions than operator new for the most part.
+    const std::size_t allocations = test::GetAllocationCount();
+    pass();
+    EXPECT_EQ(test::GetAllocationCount(), allocations);
+    EXPECT_EQ(m_renderer.GetState().GetValues(), before);
+}
+} // namespace
