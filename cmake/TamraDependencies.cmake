@@ -24,7 +24,14 @@ if(NOT TARGET glm::glm)
     tamra_header_only(glm::glm glm/glm.hpp)
 endif()
 
-tamra_header_only(TamraStb stb_image_write.h stb)
+tamra_header_only(TamraStb stb_image.h stb)
+
+# CMake's own module knows no targets, and takes an older Lua where there are several.
+find_path(TAMRA_LUA_INCLUDE_DIR lua.h PATH_SUFFIXES lua5.4 lua-5.4 lua54 REQUIRED)
+find_library(TAMRA_LUA_LIBRARY NAMES lua5.4 lua-5.4 lua54 lua REQUIRED)
+add_library(TamraLua INTERFACE IMPORTED)
+target_include_directories(TamraLua SYSTEM INTERFACE ${TAMRA_LUA_INCLUDE_DIR})
+target_link_libraries(TamraLua INTERFACE ${TAMRA_LUA_LIBRARY})
 
 if(TAMRA_BUILD_APPS OR TAMRA_BUILD_TESTS)
     tamra_header_only(TamraOsmium osmium/io/pbf_input.hpp)

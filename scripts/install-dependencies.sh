@@ -8,8 +8,9 @@ set -euo pipefail
 packages=(
     g++ cmake ninja-build
     libsqlite3-dev liblzma-dev libglm-dev libspdlog-dev libfmt-dev libxsimd-dev
+    liblua5.4-dev libstb-dev
     libglew-dev libgl-dev libegl-dev libglfw3-dev libgl1-mesa-dri
-    libstb-dev libosmium2-dev libprotozero-dev zlib1g-dev libcli11-dev
+    libosmium2-dev libprotozero-dev zlib1g-dev libcli11-dev
     libgtest-dev libgmock-dev libbenchmark-dev libboost-dev libbullet-dev
 )
 tools=(g++ cmake ninja)

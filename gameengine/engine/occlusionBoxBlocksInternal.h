@@ -27,15 +27,22 @@ public:
     }
     std::size_t GetCount() const noexcept { return m_count; }
 
-    /// The indices, ascending, of the boxes for which `PrimFrustum::Test` is true. Valid until the next call.
-    std::span<const std::int32_t> Find(const collision::PrimFrustum& frustum)
+    /// Bit i of mask b says whether `PrimFrustum::Test` is true for box 8 * b + i. Valid until the next call.
+    std::span<const std::uint8_t> Test(const collision::PrimFrustum& frustum)
     {
         m_masks.resize(m_blocks.size());
-        m_found.resize(m_blocks.size() * collision::BoxBlock::kBoxes);
         collision::SimdKernels::Get().testFrustum(frustum, m_blocks.data(), m_blocks.size(), m_masks.data());
         // The last block may have places without a box.
         if (const std::size_t rest = m_count % collision::BoxBlock::kBoxes; rest != 0)
             m_masks.back() &= static_cast<std::uint8_t>((1U << rest) - 1U);
+        return m_masks;
+    }
+
+    /// The indices, ascending, of the boxes for which `PrimFrustum::Test` is true. Valid until the next call.
+    std::span<const std::int32_t> Find(const collision::PrimFrustum& frustum)
+    {
+        m_found.resize(m_blocks.size() * collision::BoxBlock::kBoxes);
+        Test(frustum);
         std::size_t found = 0;
         for (std::size_t block = 0; block < m_masks.size(); ++block)
         {

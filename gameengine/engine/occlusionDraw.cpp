@@ -5,13 +5,24 @@ namespace occlusion
 {
 namespace
 {
+// Nearer by some steps of the depth buffer: the wall of a house must not hide the house's own box.
 constexpr const char* kVertexShader = R"(
 layout(location = 0) in vec3 position;
 uniform mat4 projectionView;
 void main()
 {
     gl_Position = projectionView * vec4(position, 1.0);
-    // Nearer by some steps of the depth buffer: the wall of a house must not hide the house's own box.
+    gl_Position.z -= 4.0e-6 * gl_Position.w;
+}
+)";
+constexpr const char* kUnitVertexShader = R"(
+layout(location = 0) in vec3 position;
+uniform mat4 projectionView;
+uniform vec3 low;
+uniform vec3 high;
+void main()
+{
+    gl_Position = projectionView * vec4(mix(low, high, position), 1.0);
     gl_Position.z -= 4.0e-6 * gl_Position.w;
 }
 )";
@@ -49,6 +60,11 @@ collision::PrimAABB Grow(const collision::PrimAABB& box) noexcept
 RefPtr<renderer::CProgram> CreateQueryProgram(renderer::CRenderer& renderer)
 {
     return renderer::CProgram::CreateFromText(renderer, kVertexShader, kFragmentShader);
+}
+
+RefPtr<renderer::CProgram> CreateUnitQueryProgram(renderer::CRenderer& renderer)
+{
+    return renderer::CProgram::CreateFromText(renderer, kUnitVertexShader, kFragmentShader);
 }
 
 void SetQueryState(renderer::CRenderState& state)

@@ -27,6 +27,8 @@ collision::PrimAABB Grow(const collision::PrimAABB& box) noexcept;
 /// A program that moves vertices by the matrix "projectionView" and writes no colour. Null and one log line when the
 /// device refuses it.
 RefPtr<renderer::CProgram> CreateQueryProgram(renderer::CRenderer& renderer);
+/// The same for the box from 0 to 1, which it stretches from "low" to "high".
+RefPtr<renderer::CProgram> CreateUnitQueryProgram(renderer::CRenderer& renderer);
 
 /// Sets what queries are drawn with: both sides, compared with the depth that is there, writing nothing.
 void SetQueryState(renderer::CRenderState& state);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <new>
 #include <random>
 
@@ -78,6 +79,20 @@ std::string CFileSystem::FindFile(const std::string& name) const
     if (!m_userFolder.empty() && isIn(m_userFolder))
         return join(m_userFolder);
     return isIn(m_temporaryFolder) ? join(m_temporaryFolder) : std::string();
+}
+
+std::uint64_t CFileSystem::GetFileStamp(const std::string& name) const
+{
+    const std::string found = FindFile(name);
+    if (found.empty())
+        return 0;
+    const fs::path path = tamra::ToPath(found);
+    std::error_code error;
+    const auto time = static_cast<std::uint64_t>(fs::last_write_time(path, error).time_since_epoch().count());
+    const std::uint64_t size = fs::file_size(path, error);
+    // Times may be coarse, so the size counts, too. Odd factors keep apart what differs in one of the three.
+    const std::uint64_t stamp = (time * 31 + size) * 31 + std::hash<std::string>()(found);
+    return std::max<std::uint64_t>(stamp, 1);
 }
 
 bool CFileSystem::FileIn(const std::string& name, std::vector<std::byte>& content, std::size_t maxSize) const

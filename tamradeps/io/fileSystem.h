@@ -3,6 +3,7 @@
 #include "tamradeps/export.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,10 @@ public:
     /// The path of an existing file (not a folder): an absolute name as it is, a relative one below the first folder
     /// that has it. Empty, without a log line, when there is none.
     std::string FindFile(const std::string& name) const;
+
+    /// A number that is another one after the file that `FindFile` finds was written again or replaced, also by one of
+    /// another folder. 0, without a log line, when there is none. Costs a look at each folder.
+    std::uint64_t GetFileStamp(const std::string& name) const;
 
     /// Reads all of the file that `FindFile` finds. Fails, leaving `content` as it was, for a missing file, a folder, a
     /// device, more than `maxSize` bytes, and an error while reading.

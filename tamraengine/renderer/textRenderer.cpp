@@ -64,7 +64,7 @@ void CTextRenderer::Write(float x, float y, std::string_view text, std::uint32_t
         stb_easy_font_print(0, 0, clean.data(), nullptr, m_quads.data(), static_cast<int>(m_quads.size()));
     for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i)
     {
-        for (const std::size_t corner : {0, 1, 2, 0, 2, 3})
+        for (const unsigned corner : {0U, 1U, 2U, 0U, 2U, 3U})
         {
             EasyVertex from;
             std::memcpy(&from, &m_quads[(i * 4 + corner) * sizeof from], sizeof from);

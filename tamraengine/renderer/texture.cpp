@@ -36,7 +36,7 @@ Layout GetLayout(TextureFormat format)
 
 int CountLevels(int width, int height)
 {
-    return std::bit_width(static_cast<unsigned>(std::max(width, height)));
+    return static_cast<int>(std::bit_width(static_cast<unsigned>(std::max(width, height))));
 }
 
 std::string Describe(int width, int height)

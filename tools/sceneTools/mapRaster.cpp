@@ -15,8 +15,7 @@ constexpr unsigned kShadowBrightness = 184; // of 256
 } // namespace
 
 CMapRaster::CMapRaster(int width, int height, Color ground)
-    : m_width(std::max(width, 1)),
-      m_height(std::max(height, 1)),
+    : m_image{std::max(width, 1), std::max(height, 1), {}},
       m_ground(ground)
 {
 }
@@ -122,7 +121,7 @@ void CMapRaster::i_FillRow(const Shape& shape, float from, float to, std::span<S
 
 void CMapRaster::i_DrawBand(int firstRow, int rowCount, std::vector<Sample>& samples) const
 {
-    const auto rowSize = static_cast<std::size_t>(m_width) * kSamples;
+    const auto rowSize = static_cast<std::size_t>(m_image.width) * kSamples;
     const auto top = static_cast<float>(firstRow);
     const auto bottom = static_cast<float>(firstRow + rowCount);
     for (const Shape& shape : m_shapes)
@@ -144,11 +143,12 @@ void CMapRaster::i_DrawBand(int firstRow, int rowCount, std::vector<Sample>& sam
 
 void CMapRaster::i_Resolve(std::span<const Sample> samples, int firstRow, int rowCount)
 {
-    const auto rowSize = static_cast<std::size_t>(m_width) * kSamples;
-    std::uint8_t* out = m_pixels.data() + static_cast<std::size_t>(firstRow) * static_cast<std::size_t>(m_width) * 3;
+    const auto rowSize = static_cast<std::size_t>(m_image.width) * kSamples;
+    std::uint8_t* out =
+        &m_image.pixels[static_cast<std::size_t>(firstRow) * static_cast<std::size_t>(m_image.width) * 4];
     for (std::size_t row = 0; row < static_cast<std::size_t>(rowCount); ++row)
     {
-        for (std::size_t x = 0; x < static_cast<std::size_t>(m_width); ++x)
+        for (std::size_t x = 0; x < static_cast<std::size_t>(m_image.width); ++x)
         {
             unsigned red = 0;
             unsigned green = 0;
@@ -163,6 +163,7 @@ void CMapRaster::i_Resolve(std::span<const Sample> samples, int firstRow, int ro
             }
             for (const unsigned sum : {red, green, blue})
                 *out++ = static_cast<std::uint8_t>((sum + kSamples * kSamples / 2) / (kSamples * kSamples));
+            *out++ = 255;
         }
     }
 }
@@ -171,12 +172,13 @@ void CMapRaster::Render()
 {
     std::stable_sort(m_shapes.begin(), m_shapes.end(),
                      [](const Shape& a, const Shape& b) { return a.layer < b.layer; });
-    m_pixels.resize(static_cast<std::size_t>(m_width) * static_cast<std::size_t>(m_height) * 3);
+    m_image.pixels.resize(m_image.GetPixelCount() * 4);
     std::vector<Sample> samples;
-    for (int row = 0; row < m_height; row += kBandRows)
+    for (int row = 0; row < m_image.height; row += kBandRows)
     {
-        const int rowCount = std::min(kBandRows, m_height - row);
-        samples.assign(static_cast<std::size_t>(m_width) * static_cast<std::size_t>(rowCount) * kSamples * kSamples,
+        const int rowCount = std::min(kBandRows, m_image.height - row);
+        samples.assign(static_cast<std::size_t>(m_image.width) * static_cast<std::size_t>(rowCount) * kSamples *
+                           kSamples,
                        Sample{m_ground, false});
         i_DrawBand(row, rowCount, samples);
         i_Resolve(samples, row, rowCount);
@@ -185,9 +187,8 @@ void CMapRaster::Render()
 
 std::array<std::uint8_t, 3> CMapRaster::GetPixel(int x, int y) const noexcept
 {
-    if (m_pixels.empty() || x < 0 || y < 0 || x >= m_width || y >= m_height)
+    if (m_image.pixels.empty() || x < 0 || y < 0 || x >= m_image.width || y >= m_image.height)
         return {};
-    const std::size_t start =
-        (static_cast<std::size_t>(y) * static_cast<std::size_t>(m_width) + static_cast<std::size_t>(x)) * 3;
-    return {m_pixels[start], m_pixels[start + 1], m_pixels[start + 2]};
+    const std::uint8_t* pixel = m_image.GetPixel(x, y);
+    return {pixel[0], pixel[1], pixel[2]};
 }

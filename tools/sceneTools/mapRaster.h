@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tamraengine/renderer/image.h"
+
 #include <array>
 #include <cstdint>
 #include <span>
@@ -28,8 +30,8 @@ public:
     /// Sides in pixels, at least 1.
     CMapRaster(int width, int height, Color ground);
 
-    int GetWidth() const noexcept { return m_width; }
-    int GetHeight() const noexcept { return m_height; }
+    int GetWidth() const noexcept { return m_image.width; }
+    int GetHeight() const noexcept { return m_image.height; }
 
     /// A convex polygon, corners in either order.
     void AddPolygon(std::span<const Point> corners, Color color, float layer);
@@ -44,8 +46,8 @@ public:
 
     /// A pixel of the last `Render`; black before it and outside.
     std::array<std::uint8_t, 3> GetPixel(int x, int y) const noexcept;
-    /// Three bytes (red, green, blue) for each pixel of the last `Render`, row by row from the top; empty before it.
-    std::span<const std::uint8_t> GetPixels() const noexcept { return m_pixels; }
+    /// The picture of the last `Render`, opaque; without pixels before it.
+    const renderer::Image& GetImage() const noexcept { return m_image; }
 
 private:
     struct Shape
@@ -71,10 +73,8 @@ private:
     void i_FillRow(const Shape& shape, float from, float to, std::span<Sample> row) const;
     void i_Resolve(std::span<const Sample> samples, int firstRow, int rowCount);
 
-    int m_width;
-    int m_height;
+    renderer::Image m_image;
     Color m_ground;
     std::vector<Shape> m_shapes;
     std::vector<Point> m_corners;
-    std::vector<std::uint8_t> m_pixels;
 };

@@ -2,8 +2,8 @@
 
 #include "gameengine/engine/componentTransform.h"
 #include "gameengine/engine/entityArray.h"
+#include "tamraengine/renderer/imageEncoder.h"
 #include "tools/sceneTools/outline.h"
-#include "tools/sceneTools/pngWriter.h"
 
 #include <algorithm>
 #include <cmath>
@@ -303,5 +303,5 @@ float CTownMap::DrawScaleBar()
 bool CTownMap::WritePng(const std::string& path)
 {
     Render();
-    return ::WritePng(path, GetWidth(), GetHeight(), m_raster.GetPixels());
+    return renderer::WritePng(path, m_raster.GetImage());
 }

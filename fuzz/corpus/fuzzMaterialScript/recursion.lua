@@ -1,0 +1,1 @@
+local function f(...) return f(..., 1) end f()

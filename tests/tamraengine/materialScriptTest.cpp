@@ -1,0 +1,143 @@
+#include "tamraengine/renderer/materialScript.h"
+
+#include "support/expectations.h"
+#include "tamradeps/core/log.h"
+
+#include <gmock/gmock.h>
+
+using namespace renderer;
+
+namespace
+{
+// With the fields that a pass must have, so that a test names only what it is about.
+std::string MakePass(const std::string& fields)
+{
+    return "pass { name = 'A', vertex = 'a.vert', fragment = 'a.frag', " + fields + " }";
+}
+
+class Lines : public tamra::log::Sink
+{
+public:
+    void Write(tamra::log::Level, std::string_view line) override { m_lines.emplace_back(line); }
+    std::vector<std::string> m_lines;
+};
+} // namespace
+
+TEST(MaterialScript, DescribesPassesInOrder)
+{
+    const auto script = RunMaterialScript("materials/town.lua", R"(
+        local common = { vertex = "shaders/town.vert", fragment = "shaders/town.frag" }
+        local function variant(name, fields)
+            for key, value in pairs(common) do fields[key] = value end
+            fields.name = name
+            pass(fields)
+        end
+        variant("OPAQUE", { defines = { "FOG", "LIGHTS " .. math.floor(7 / 2), ("scale"):upper() } })
+        variant("GLASS", { blend = "premultiplied", cull = "none", depthTest = "equal", depthWrite = false,
+                           colorWrite = false })
+        for i, test in ipairs { true, false, "always" } do variant("D" .. i, { depthTest = test }) end)");
+    ASSERT_TRUE(script);
+    ASSERT_EQ(script->passes.size(), 5U);
+    const MaterialPass& opaque = script->passes[0];
+    EXPECT_EQ(opaque.name, "OPAQUE");
+    EXPECT_EQ(opaque.source.vertex, "shaders/town.vert");
+    EXPECT_EQ(opaque.source.fragment, "shaders/town.frag");
+    EXPECT_THAT(opaque.source.defines, testing::ElementsAre("FOG", "LIGHTS 3", "SCALE"));
+    EXPECT_TRUE(opaque.blend == Blend::Off && opaque.cull == Cull::Back && opaque.depthTest == DepthTest::LessEqual);
+    EXPECT_TRUE(opaque.depthWrite && opaque.colorWrite);
+    const MaterialPass& glass = script->passes[1];
+    EXPECT_TRUE(glass.blend == Blend::Premultiplied && glass.cull == Cull::Off && glass.depthTest == DepthTest::Equal);
+    EXPECT_TRUE(!glass.depthWrite && !glass.colorWrite);
+    EXPECT_EQ(script->passes[2].depthTest, DepthTest::LessEqual);
+    EXPECT_EQ(script->passes[3].depthTest, DepthTest::Off);
+    EXPECT_EQ(script->passes[4].depthTest, DepthTest::Always);
+}
+
+TEST(MaterialScript, MistakesAreNamedWithTheirLine)
+{
+    const std::pair<std::string, std::string> kMistakes[] = {
+        {"", "m.lua: it has no pass"},
+        {"x = = 1", "m.lua:1: unexpected symbol near '='"},
+        {"\nerror('too bad')", "m.lua:2: too bad"},
+        {"error('no line', 0)", "m.lua: no line"},
+        {"error {}", "m.lua: it raised an error that is no text"},
+        {"\n\npass()", "m.lua:3: 'pass' takes one table"},
+        {"pass { 1 }", "m.lua:1: fields of a pass have names"},
+        {"pass { vertex = 'a', fragment = 'b' }", "a pass needs a 'name'"},
+        {"pass { name = 'A', vertex = 'a' }", "a pass needs a file 'fragment'"},
+        {MakePass("") + "\n" + MakePass(""), "m.lua:2: 'name' must be that of no other pass"},
+        {MakePass("speed = 1"), "a pass has no field 'speed'"},
+        {MakePass("['a\\nb'] = 1"), "a pass has no field 'a?b'"},
+        {MakePass("blend = 'multiply'"), R"('blend' must be one of "none", "alpha", "additive", "premultiplied")"},
+        {MakePass("depthTest = 1"), "'depthTest' must be one of"},
+        {MakePass("depthWrite = 'yes'"), "'depthWrite' must be true or false"},
+        {MakePass("defines = 'FOG'"), "'defines' must be a list"},
+        {MakePass("defines = { 'A\\n#include' }"), "'defines' must be a list"},
+        {MakePass("defines = { 'A \\\\' }"), "'defines' must be a list"},
+        {MakePass("defines = { 'A', '9' }"), "'defines' must be a list"},
+        {"pass { name = 'A', vertex = '../a', fragment = 'b' }", "'vertex' must be a relative file name"},
+        {"pass { name = 'A', vertex = 'a', fragment = '/etc/passwd' }", "'fragment' must be a relative file name"},
+        {"for i = 1, 65 do pass { name = 'N' .. i, vertex = 'a', fragment = 'b' } end", "more than 64 passes"},
+    };
+    for (const auto& [text, fault] : kMistakes)
+    {
+        const test::ExpectLog expected{fault};
+        EXPECT_FALSE(RunMaterialScript("m.lua", text)) << text;
+    }
+    const test::ExpectLog expected{"...xxxx", "m.lua: it is longer"};
+    EXPECT_FALSE(RunMaterialScript(std::string(500, 'x'), "pass(1)"));
+    EXPECT_FALSE(RunMaterialScript("m.lua", std::string(70000, ' ')));
+}
+
+TEST(MaterialScript, HostileScriptsEndSoonInOneLine)
+{
+    const std::pair<std::string, std::string> kAttacks[] = {
+        {"while true do end", "m.lua:1: it takes too"},
+        {"\nlocal function f() return f() end f()", "m.lua:2: it takes too"},
+        {"for i = 1, 1e18 do end", "it takes too"},
+        {"pcall(function() while true do end end)", "global 'pcall'"},
+        {"coroutine.wrap(function() while true do end end)()", "global 'coroutine'"},
+        {"setmetatable({}, { __gc = function() while true do end end })", "global 'setmetatable'"},
+        {"local s = 'x' while true do s = s .. s end", "bytes of memory"},
+        {"local t = {} while true do t[#t + 1] = {} end", "bytes of memory"},
+        {"local function f() return 1 + f() end f()", "m.lua"},
+        {"local s = 'xxxxxxxx' for i = 1, 15 do s = s .. s end local t = s .. 'a' local u = s .. 'b' "
+         "while true do if t < u and t == u then end end",
+         "it takes too"},
+        {"return ('').rep('', 1 << 60)", "field 'rep'"},
+        {"return (('a'):find('(.-)*'))", "method 'find'"},
+        {"table.move({}, 1, 1 << 60, 2)", "field 'move'"},
+        {"table.concat({}, 'x', 1, 1 << 60)", "at index 1 in table"},
+        {"table.unpack({}, 1, 1e6)", "m.lua"},
+        {"string.format('%9999d', 1)", "invalid conversion"},
+        {"io.open('x')", "global 'io'"},
+        {"os.exit()", "global 'os'"},
+        {"require 'x'", "global 'require'"},
+        {"load('x')", "global 'load'"},
+        {"dofile('x')", "global 'dofile'"},
+        {"debug.getregistry()", "global 'debug'"},
+        {"collectgarbage('stop')", "global 'collectgarbage'"},
+        {"math.randomseed(1)", "field 'randomseed'"},
+        {"string.dump(print)", "field 'dump'"},
+        {"\x1BLua\x54", "attempt to load a binary chunk"},
+        {std::string(60000, '('), "m.lua: C stack overflow"},
+        {"local x = " + std::string(60000, '{'), "m.lua: C stack overflow"},
+        {std::string(3, '\0'), "m.lua:1: unexpected symbol"},
+    };
+    for (const auto& [text, fault] : kAttacks)
+    {
+        const test::ExpectLog expected{fault};
+        EXPECT_FALSE(RunMaterialScript("m.lua", text)) << text;
+    }
+}
+
+TEST(MaterialScript, PrintsToTheLogAndNotForEver)
+{
+    Lines lines;
+    tamra::log::AddSink(lines);
+    tamra::log::SetStandardErrorEnabled(false);
+    EXPECT_TRUE(RunMaterialScript("m.lua", MakePass("") + " print('a\\n', nil, 1.5) for i = 1, 1000 do print(i) end"));
+    tamra::log::SetStandardErrorEnabled(true);
+    ASSERT_EQ(lines.m_lines.size(), 100U);
+    EXPECT_EQ(lines.m_lines[0], "m.lua: a? nil 1.5");
+}
