@@ -244,6 +244,9 @@ void COcclusionAABBSoftwareHierarchicalZ::DoOcclusion()
     {
         if (!state.isDrawn)
             state.isViewSound = state.view.Set(state.viewProjection, state.width, state.height);
+        state.view.camera[0] = m_cameraPosition.x;
+        state.view.camera[1] = m_cameraPosition.y;
+        state.view.camera[2] = m_cameraPosition.z;
         state.hides = state.isViewSound;
         state.draws = state.isViewSound && !state.isDrawn;
         state.isDrawn = true;

@@ -120,6 +120,13 @@ struct EightBools
             result.parts[i] = a.parts[i] & b.parts[i];
         return result;
     }
+    TAMRA_INLINE friend EightBools operator|(const EightBools& a, const EightBools& b)
+    {
+        EightBools result;
+        for (std::size_t i = 0; i < E::kParts; ++i)
+            result.parts[i] = a.parts[i] | b.parts[i];
+        return result;
+    }
 };
 
 // Where either is NaN the second operand is the result.
@@ -539,17 +546,22 @@ struct BoxGroup
 {
     using E = Eight<Arch>;
 
-    /// Bit i tells that box i lies behind the near plane, and the members about it hold.
+    /// Bit i tells that box i lies behind the near plane and not around the camera, and that the members about it hold.
     TAMRA_INLINE std::uint32_t Place(const OcclusionView& view)
     {
         E low[3];
         E high[3];
         E extent[3];
         EightBools<Arch> sound = Less(E(0.0F), E(1.0F));
+        EightBools<Arch> outside = Less(E(0.0F), E(0.0F));
         for (int axis = 0; axis < 3; ++axis)
         {
-            low[axis] = E::Load(coordinates[axis]) - E(view.origin[axis]);
-            high[axis] = E::Load(coordinates[axis + 3]) - E(view.origin[axis]);
+            const E camera(view.camera[axis]);
+            low[axis] = E::Load(coordinates[axis]);
+            high[axis] = E::Load(coordinates[axis + 3]);
+            outside = outside | Less(camera, low[axis]) | Less(high[axis], camera);
+            low[axis] = low[axis] - E(view.origin[axis]);
+            high[axis] = high[axis] - E(view.origin[axis]);
             extent[axis] = Max(Abs(low[axis]), Abs(high[axis]));
             // Not of extents: they drop a NaN.
             sound = sound & Less(E(-1.0e15F), low[axis]) & Less(high[axis], E(1.0e15F)) &
@@ -557,7 +569,7 @@ struct BoxGroup
         }
         const E distance = Sum<false>(view.nearPlane, low, high) - Error(view.nearPlane, extent);
         const E leastW = Sum<false>(view.w, low, high) - Error(view.w, extent);
-        sound = sound & Less(E(0.0F), distance) & Less(E(1.0e-15F), leastW);
+        sound = sound & outside & Less(E(0.0F), distance) & Less(E(1.0e-15F), leastW);
         const E nearest = view.perspective ? E(1.0F + kRounding) / leastW
                                            : Sum<true>(view.depth, low, high) + Error(view.depth, extent);
         nearest.Store(closeness);

@@ -36,6 +36,8 @@ struct OcclusionView
     float width;
     float height;
     float origin[3];
+    /// Where the camera is said to be: it sees the boxes around it. Not changed by `Set`.
+    float camera[3];
     /// By how many pixels shapes that hide are drawn smaller, and boxes that may be hidden larger.
     float margin;
 

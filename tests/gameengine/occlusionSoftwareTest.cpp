@@ -207,7 +207,14 @@ Scene RandomScene(std::uint64_t seed)
             triangle.corners[random.Below(3)] = scene.triangles.back().corners[random.Below(3)];
         scene.triangles.push_back(triangle);
     }
+    // Those that hide must not hide themselves, nor what looks out of them by a hair.
     scene.boxes = scene.occluders;
+    for (const PrimAABB& box : scene.occluders)
+    {
+        const PrimAABB twin = RandomBox(random, box.GetCenter(), size * 1e-4F, 0);
+        const CVector3 half = box.GetSize() * 0.5F;
+        scene.boxes.emplace_back(twin.GetMin() - half, twin.GetMin() + half);
+    }
     for (int i = 0; i < 250; ++i)
         scene.boxes.push_back(RandomBox(random, middle, reach * 1.5F, size * random.Between(0.001F, 0.5F)));
     const PrimAABB start = RandomBox(random, middle, reach * random.Between(0.1F, 2), 0);
@@ -304,7 +311,7 @@ TEST_F(OcclusionSoftware, HidesNothingThatCanBeSeen)
         Show(scene);
         const Sight sight(scene);
         const std::vector<int> visible = Cull();
-        for (int i = 0; i < static_cast<int>(scene.boxes.size()); ++i)
+        for (const int i : FindInFrustum(scene.boxes, PrimFrustum(scene.viewProjection)))
         {
             if (std::binary_search(visible.begin(), visible.end(), i))
                 continue;
@@ -332,7 +339,7 @@ TEST_F(OcclusionSoftware, CullsMostOfWhatAStreetHides)
         ++hidden;
         culled += !std::binary_search(visible.begin(), visible.end(), i);
     }
-    EXPECT_GT(hidden, 1000);
+    EXPECT_GT(hidden, 500);
     EXPECT_GT(culled, hidden * 95 / 100) << "of " << hidden;
 }
 
