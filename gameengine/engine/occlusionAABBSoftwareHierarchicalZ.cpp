@@ -136,12 +136,10 @@ void COcclusionAABBSoftwareHierarchicalZ::SetBoundingBoxes(int count, const floa
     const std::size_t size = static_cast<std::size_t>(std::max(count, 0));
     m_state->boxes.resize(size);
     m_boxes.resize(size);
-    for (std::size_t i = 0; i < size; ++i)
+    for (std::size_t i = 0; i < size; ++i, boxes += 6)
     {
-        m_state->boxes[i] = PrimAABB(boxes + i * 6);
-        m_boxes[i].handle = nullptr;
-        m_boxes[i].user = nullptr;
-        i_SetBox(m_boxes[i], boxes + i * 6);
+        m_state->boxes[i] = PrimAABB(boxes);
+        m_boxes[i] = {nullptr, nullptr, {boxes[0], boxes[1], boxes[2]}, {boxes[3], boxes[4], boxes[5]}};
     }
 }
 

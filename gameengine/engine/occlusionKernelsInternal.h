@@ -28,6 +28,7 @@ namespace
 /// Bits(outcome): bit i tells the outcome in lane i.
 /// Spans(begins, ends, first): in row i, the bits from begins[i] - first to ends[i] - first that lie in the mask.
 /// Extremes(a, b, c, d, out): the least of each of four times eight floats.
+/// Load(from, out): out[j] is float j, up to 3, behind each of eight pointers.
 template <class Arch>
 struct Target;
 
@@ -547,18 +548,24 @@ struct BoxGroup
     using E = Eight<Arch>;
 
     /// Bit i tells that box i lies behind the near plane and not around the camera, and that the members about it hold.
-    TAMRA_INLINE std::uint32_t Place(const OcclusionView& view)
+    TAMRA_INLINE std::uint32_t Place(const OcclusionView& view, const float* const (&boxes)[8])
     {
-        E low[3];
-        E high[3];
+        // The floats 0 to 3 of each box, and 2 to 5.
+        E front[4];
+        E back[4];
+        const float* rest[8];
+        for (int i = 0; i < 8; ++i)
+            rest[i] = boxes[i] + 2;
+        Target<Arch>::Load(boxes, front);
+        Target<Arch>::Load(rest, back);
+        E low[3] = {front[0], front[1], front[2]};
+        E high[3] = {front[3], back[2], back[3]};
         E extent[3];
         EightBools<Arch> sound = Less(E(0.0F), E(1.0F));
         EightBools<Arch> outside = Less(E(0.0F), E(0.0F));
         for (int axis = 0; axis < 3; ++axis)
         {
             const E camera(view.camera[axis]);
-            low[axis] = E::Load(coordinates[axis]);
-            high[axis] = E::Load(coordinates[axis + 3]);
             outside = outside | Less(camera, low[axis]) | Less(high[axis], camera);
             low[axis] = low[axis] - E(view.origin[axis]);
             high[axis] = high[axis] - E(view.origin[axis]);
@@ -577,13 +584,16 @@ struct BoxGroup
         return sound.Bits();
     }
 
-    float coordinates[6][8];
     float closeness[8];
     // The pixels that they touch, the last ones too.
     std::int32_t left[8];
     std::int32_t right[8];
     std::int32_t bottom[8];
     std::int32_t top[8];
+    /// The tiles of the four corners.
+    std::int32_t tiles[4][8];
+    /// Bit i tells that box i reaches into no others.
+    std::uint32_t few;
 
 private:
     /// The least or greatest value of a row over each box.
@@ -636,10 +646,26 @@ private:
         const E margin(view.margin);
         const E lastX(view.width - 1.0F);
         const E lastY(view.height - 1.0F);
-        Min(Max(minX - margin, zero), lastX).StoreIntegers(left);
-        Min(Max(maxX + margin, zero), lastX).StoreIntegers(right);
-        Min(Max(minY - margin, zero), lastY).StoreIntegers(bottom);
-        Min(Max(maxY + margin, zero), lastY).StoreIntegers(top);
+        minX = Min(Max(minX - margin, zero), lastX);
+        maxX = Min(Max(maxX + margin, zero), lastX);
+        minY = Min(Max(minY - margin, zero), lastY);
+        maxY = Min(Max(maxY + margin, zero), lastY);
+        minX.StoreIntegers(left);
+        maxX.StoreIntegers(right);
+        minY.StoreIntegers(bottom);
+        maxY.StoreIntegers(top);
+        PlaceTiles(view, minX, maxX, minY, maxY);
+    }
+    TAMRA_INLINE void PlaceTiles(const OcclusionView& view, const E& minX, const E& maxX, const E& minY, const E& maxY)
+    {
+        const E byWidth(1.0F / static_cast<float>(kTileWidth));
+        const E byHeight(1.0F / static_cast<float>(kTileHeight));
+        const E stride(view.width * (1.0F / static_cast<float>(kTileWidth)) + static_cast<float>(kTilePadding));
+        const E columns[2] = {(minX * byWidth).Truncate(), (maxX * byWidth).Truncate()};
+        const E rows[2] = {(minY * byHeight).Truncate(), (maxY * byHeight).Truncate()};
+        for (int i = 0; i < 4; ++i)
+            (rows[i / 2] * stride + columns[i % 2]).StoreIntegers(tiles[i]); // exact: there are not that many
+        few = (Less(columns[1] - columns[0], E(1.5F)) & Less(rows[1] - rows[0], E(1.5F))).Bits();
     }
 };
 
@@ -659,7 +685,7 @@ inline bool IsMasked(const DepthTiles::Mask& mask, int tileColumn, int tileRow, 
 }
 
 template <class Arch>
-TAMRA_INLINE bool IsHidden(const DepthTiles& tiles, int left, int right, int bottom, int top, float closeness)
+bool IsHidden(const DepthTiles& tiles, int left, int right, int bottom, int top, float closeness)
 {
     using E = Eight<Arch>;
     const E limit(closeness);
@@ -684,30 +710,57 @@ TAMRA_INLINE bool IsHidden(const DepthTiles& tiles, int left, int right, int bot
     return true;
 }
 
+/// Of the boxes with few tiles, those that are behind what `closeness` tells of each of these.
+template <class Arch>
+TAMRA_INLINE std::uint32_t FindBehind(const BoxGroup<Arch>& group, auto closeness)
+{
+    float farthest[8];
+    for (int i = 0; i < 8; ++i)
+    {
+        const auto at = [&](int corner) { return closeness(static_cast<std::size_t>(group.tiles[corner][i])); };
+        farthest[i] = std::min(std::min(at(0), at(1)), std::min(at(2), at(3)));
+    }
+    return group.few & Less(Eight<Arch>::Load(group.closeness), Eight<Arch>::Load(farthest)).Bits();
+}
+
 template <class Arch>
 std::size_t KeepVisible(const OcclusionView& view, const DepthTiles& tiles, const float* boxes, std::uint32_t* found,
                         std::size_t count)
 {
+    const float* const full = tiles.full.data();
+    const float* const partial = tiles.partial.data();
     std::size_t kept = 0;
-    BoxGroup<Arch> group = {};
+    BoxGroup<Arch> group;
     for (std::size_t begin = 0; begin < count; begin += 8)
     {
+        // The last group repeats its last box.
         const std::size_t size = std::min<std::size_t>(count - begin, 8);
         std::uint32_t ids[8];
-        for (std::size_t i = 0; i < size; ++i)
+        const float* from[8];
+        for (std::size_t i = 0; i < 8; ++i)
         {
-            ids[i] = found[begin + i];
-            const float* box = boxes + std::size_t{ids[i]} * 6;
-            for (std::size_t row = 0; row < 6; ++row)
-                group.coordinates[row][i] = box[row];
+            ids[i] = found[begin + std::min(i, size - 1)];
+            from[i] = boxes + std::size_t{ids[i]} * 6;
         }
-        const std::uint32_t placed = group.Place(view);
+        const std::uint32_t placed = group.Place(view, from);
+        std::uint32_t hidden = placed & FindBehind(group, [full](std::size_t tile) { return full[tile]; });
+        std::uint32_t open = placed & ~hidden & ((1U << size) - 1);
+        if (open != 0)
+        {
+            // Without the masks nearly all of those that are seen are known.
+            open &=
+                ~group.few | FindBehind(group, [=](std::size_t tile) { return std::max(full[tile], partial[tile]); });
+        }
+        for (; open != 0; open &= open - 1)
+        {
+            const int i = std::countr_zero(open);
+            if (IsHidden<Arch>(tiles, group.left[i], group.right[i], group.bottom[i], group.top[i], group.closeness[i]))
+                hidden |= 1U << i;
+        }
         for (std::size_t i = 0; i < size; ++i)
         {
-            const bool hidden = placed >> i & 1 && IsHidden<Arch>(tiles, group.left[i], group.right[i], group.bottom[i],
-                                                                  group.top[i], group.closeness[i]);
             found[kept] = ids[i];
-            kept += !hidden;
+            kept += ~hidden >> i & 1;
         }
     }
     return kept;

@@ -28,6 +28,19 @@ struct Target<xsimd::sse2>
         _MM_TRANSPOSE4_PS(rows[0], rows[1], rows[2], rows[3]);
         _mm_storeu_ps(least, _mm_min_ps(_mm_min_ps(rows[0], rows[1]), _mm_min_ps(rows[2], rows[3])));
     }
+
+    static void Load(const float* const (&from)[8], Eight<xsimd::sse2> (&out)[4])
+    {
+        for (int part = 0; part < 2; ++part)
+        {
+            __m128 rows[4];
+            for (int i = 0; i < 4; ++i)
+                rows[i] = _mm_loadu_ps(from[part * 4 + i]);
+            _MM_TRANSPOSE4_PS(rows[0], rows[1], rows[2], rows[3]);
+            for (int i = 0; i < 4; ++i)
+                out[i].parts[part] = rows[i];
+        }
+    }
 };
 } // namespace
 
