@@ -199,7 +199,32 @@ inline void DropSameCorners(PolygonCorners& corners)
     while (kept > 1 && AreSame(corners, kept - 1, 0))
         --kept;
     corners.count = kept;
+    CloseRing(corners);
 }
+
+/// The sides of a polygon.
+template <class Arch>
+struct Sides
+{
+    using E = Eight<Arch>;
+
+    TAMRA_INLINE explicit Sides(const PolygonCorners& corners)
+        : x0(E::Load(corners.x)),
+          y0(E::Load(corners.y)),
+          x1(E::Load(corners.x + 1)),
+          y1(E::Load(corners.y + 1)),
+          dx(x1 - x0),
+          dy(y1 - y0)
+    {
+    }
+
+    E x0;
+    E y0;
+    E x1;
+    E y1;
+    E dx;
+    E dy;
+};
 
 inline void SetDepth(const OcclusionView& view, const PolygonCorners& corners, OcclusionPolygon& polygon)
 {
@@ -227,28 +252,29 @@ template <class Arch>
 bool MakePolygon(const OcclusionView& view, PolygonCorners& corners, OcclusionPolygon& polygon)
 {
     using E = Eight<Arch>;
-    DropSameCorners(corners);
-    if (corners.count < 3)
-        return false;
     CloseRing(corners);
-    const E x0 = E::Load(corners.x);
-    const E y0 = E::Load(corners.y);
-    const E x1 = E::Load(corners.x + 1);
-    const E y1 = E::Load(corners.y + 1);
-    const E dx = x1 - x0;
-    const E dy = y1 - y0;
-    const EightBools<Arch> flat = Less(Abs(dy), E(kFlat));
-    const E slope = dx / Select(flat, E(1.0F), dy);
+    Sides<Arch> sides(corners);
+    const EightBools<Arch> same = Less(Abs(sides.dx), E(kSameCorner)) & Less(Abs(sides.dy), E(kSameCorner));
+    if ((same.Bits() & ((1U << corners.count) - 1)) != 0)
+    {
+        DropSameCorners(corners);
+        if (corners.count < 3)
+            return false;
+        sides = Sides<Arch>(corners);
+    }
+    const EightBools<Arch> flat = Less(Abs(sides.dy), E(kFlat));
+    const E slope = sides.dx / Select(flat, E(1.0F), sides.dy);
     const E inset = E(view.margin) + Abs(slope) * E(0.5F + view.margin);
-    const EightBools<Arch> down = Less(dy, E(0.0F));
+    const EightBools<Arch> down = Less(sides.dy, E(0.0F));
+    const E edge = sides.x0 + Select(down, inset, E(0.0F) - inset);
 
     // Downwards the inside is at the right, to the right it is above.
-    const EightBools<Arch> bottom = flat & Less(E(0.0F), dx);
-    const EightBools<Arch> top = flat & Less(dx, E(0.0F));
-    const E flatLow = Select(bottom, Max(y0, y1) + E(view.margin), E(0.0F));
-    const E flatHigh = Select(top, Min(y0, y1) - E(view.margin), E(view.height));
+    const EightBools<Arch> bottom = flat & Less(E(0.0F), sides.dx);
+    const EightBools<Arch> top = flat & Less(sides.dx, E(0.0F));
+    const E flatLow = Select(bottom, Max(sides.y0, sides.y1) + E(view.margin), E(0.0F));
+    const E flatHigh = Select(top, Min(sides.y0, sides.y1) - E(view.margin), E(view.height));
     float least[4];
-    Target<Arch>::Extremes(y0, E(0.0F) - y0, E(0.0F) - flatLow, flatHigh, least);
+    Target<Arch>::Extremes(sides.y0, E(0.0F) - sides.y0, E(0.0F) - flatLow, flatHigh, least);
     const float low = std::min(std::max({least[0], -least[2], 0.0F}), view.height);
     const float high = std::max(std::min({-least[1], least[3], view.height}), 0.0F);
     polygon.rowBegin = static_cast<std::int32_t>(low);
@@ -257,21 +283,23 @@ bool MakePolygon(const OcclusionView& view, PolygonCorners& corners, OcclusionPo
     if (polygon.rowBegin >= polygon.rowEnd)
         return false;
 
+    // A flat side is written to a place that another takes later.
     const std::uint32_t flats = flat.Bits();
     const std::uint32_t downs = down.Bits();
     float slopes[8];
-    float insets[8];
+    float edges[8];
     slope.Store(slopes);
-    inset.Store(insets);
+    edge.Store(edges);
     int left = 0;
     int right = OcclusionPolygon::kEdges;
     for (int i = 0; i < corners.count; ++i)
     {
-        if (flats >> i & 1)
-            continue;
-        const bool isLeft = downs >> i & 1;
-        const int place = isLeft ? left++ : --right;
-        polygon.edgeX[place] = isLeft ? corners.x[i] + insets[i] : corners.x[i] - insets[i];
+        const int isLeft = static_cast<int>(downs >> i & ~(flats >> i) & 1);
+        const int isRight = static_cast<int>(~(downs >> i) & ~(flats >> i) & 1);
+        right -= isRight;
+        const int place = isRight ? right : left;
+        left += isLeft;
+        polygon.edgeX[place] = edges[i];
         polygon.edgeY[place] = corners.y[i];
         polygon.slope[place] = slopes[i];
     }
@@ -308,13 +336,13 @@ struct BoxCorners
     E positions[3];
 };
 
-/// What rounding can do to the value of a row anywhere in the box.
-inline float GetError(const OcclusionView::Row& row, const float (&low)[3], const float (&high)[3])
+/// What rounding can do to the distances of any point of the box.
+inline float GetError(const OcclusionView& view, const float (&low)[3], const float (&high)[3])
 {
-    float sum = std::abs(row.factors[3]);
+    float sum = view.error[3];
     for (int axis = 0; axis < 3; ++axis)
-        sum += std::abs(row.factors[axis]) * std::max(std::abs(low[axis]), std::abs(high[axis]));
-    return sum * kRounding;
+        sum += view.error[axis] * std::max(std::abs(low[axis]), std::abs(high[axis]));
+    return sum;
 }
 
 template <class Arch>
@@ -342,10 +370,11 @@ BoxOutcome MakeBox(const OcclusionView& view, const float* box, OcclusionPolygon
     const BoxCorners<Arch> boxCorners(low, high);
     const E distance = boxCorners.Get(view.nearPlane);
     const E w = boxCorners.Get(view.w);
-    const E x = boxCorners.Get(view.x) / w;
-    const E y = boxCorners.Get(view.y) / w;
-    const E closeness = view.perspective ? E(1.0F) / w : boxCorners.Get(view.depth);
-    const float error = std::max(GetError(view.nearPlane, low, high), GetError(view.w, low, high));
+    const E inverse = E(1.0F) / w;
+    const E x = boxCorners.Get(view.x) * inverse;
+    const E y = boxCorners.Get(view.y) * inverse;
+    const E closeness = view.perspective ? inverse : boxCorners.Get(view.depth);
+    const float error = GetError(view, low, high);
     float least[4];
     Target<Arch>::Extremes(Min(distance, w), closeness, x, E(0.0F) - x, least);
     if (!(least[0] > error) || least[2] < -view.width || least[3] < -2.0F * view.width)
@@ -574,11 +603,13 @@ struct BoxGroup
             sound = sound & Less(E(-1.0e15F), low[axis]) & Less(high[axis], E(1.0e15F)) &
                     Less(E(-1.0F) * (high[axis] - low[axis]), E(1.0e-30F));
         }
-        const E distance = Sum<false>(view.nearPlane, low, high) - Error(view.nearPlane, extent);
-        const E leastW = Sum<false>(view.w, low, high) - Error(view.w, extent);
+        E error(view.error[3]);
+        for (int axis = 0; axis < 3; ++axis)
+            error = error + extent[axis] * E(view.error[axis]);
+        const E distance = Sum<false>(view.nearPlane, low, high) - error;
+        const E leastW = Sum<false>(view.w, low, high) - error;
         sound = sound & outside & Less(E(0.0F), distance) & Less(E(1.0e-15F), leastW);
-        const E nearest = view.perspective ? E(1.0F + kRounding) / leastW
-                                           : Sum<true>(view.depth, low, high) + Error(view.depth, extent);
+        const E nearest = view.perspective ? E(1.0F + kRounding) / leastW : Sum<true>(view.depth, low, high) + error;
         nearest.Store(closeness);
         PlaceCorners(view, low, high);
         return sound.Bits();
@@ -605,14 +636,6 @@ private:
             sum = sum + ((row.factors[axis] > 0.0F) == kGreatest ? high[axis] : low[axis]) * E(row.factors[axis]);
         return sum;
     }
-    TAMRA_INLINE static E Error(const OcclusionView::Row& row, const E (&extent)[3])
-    {
-        E sum(std::abs(row.factors[3]) * kRounding);
-        for (int axis = 0; axis < 3; ++axis)
-            sum = sum + extent[axis] * E(std::abs(row.factors[axis]) * kRounding);
-        return sum;
-    }
-
     TAMRA_INLINE void PlaceCorners(const OcclusionView& view, const E (&low)[3], const E (&high)[3])
     {
         E minX(1.0e30F);
