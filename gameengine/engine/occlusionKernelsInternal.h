@@ -282,6 +282,10 @@ bool MakePolygon(const OcclusionView& view, PolygonCorners& corners, OcclusionPo
     polygon.rowEnd = static_cast<std::int32_t>(high);
     if (polygon.rowBegin >= polygon.rowEnd)
         return false;
+    Target<Arch>::Extremes(sides.x0, E(0.0F) - sides.x0, sides.x0, sides.x0, least);
+    constexpr float kScale = 1.0F / static_cast<float>(kTileWidth);
+    polygon.tileBegin = static_cast<std::int32_t>(std::max(least[0], 0.0F) * kScale);
+    polygon.tileEnd = static_cast<std::int32_t>(std::min(-least[1], view.width - 1.0F) * kScale) + 1;
 
     // A flat side is written to a place that another takes later.
     const std::uint32_t flats = flat.Bits();
@@ -514,6 +518,21 @@ struct RowSpans
     int fullEnd;
 };
 
+/// Whether all that the polygon could cover in a row of tiles is covered by something nearer.
+template <class Arch>
+TAMRA_INLINE bool IsRowHidden(const OcclusionPolygon& polygon, const DepthTiles& tiles, int tileRow)
+{
+    using E = Eight<Arch>;
+    for (int first = polygon.tileBegin; first < polygon.tileEnd; first += 8)
+    {
+        const std::uint32_t inside = (2U << std::min(polygon.tileEnd - first - 1, 7)) - 1;
+        const E known = E::Load(&tiles.full[tiles.Index(first, tileRow)]);
+        if ((inside & ~Less(E(polygon.nearest), known).Bits()) != 0)
+            return false;
+    }
+    return true;
+}
+
 template <class Arch>
 TAMRA_INLINE void DrawRow(const OcclusionPolygon& polygon, DepthTiles& tiles, int tileRow)
 {
@@ -564,7 +583,10 @@ void Draw(const OcclusionPolygon* polygons, std::span<const DrawEntry> order, De
     {
         const int end = std::min<int>(entry.tileRowEnd, rowEnd);
         for (int row = std::max<int>(entry.tileRowBegin, rowBegin); row < end; ++row)
-            DrawRow<Arch>(polygons[entry.polygon], tiles, row);
+        {
+            if (!IsRowHidden<Arch>(polygons[entry.polygon], tiles, row))
+                DrawRow<Arch>(polygons[entry.polygon], tiles, row);
+        }
     }
 }
 

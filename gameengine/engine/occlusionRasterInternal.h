@@ -38,6 +38,9 @@ struct OcclusionPolygon
     /// Rows of pixels.
     std::int32_t rowBegin;
     std::int32_t rowEnd;
+    /// Columns of tiles.
+    std::int32_t tileBegin;
+    std::int32_t tileEnd;
 };
 
 /// Polygon to draw and the rows of tiles that it reaches.
