@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstring>
 
 #include <xsimd/xsimd.hpp>
 
@@ -24,10 +23,18 @@ extern const OcclusionKernels kAvx2Kernels;
 // one name the linker keeps any, and could give plain code one that is full of instructions the processor lacks.
 namespace
 {
+struct MaskRelation
+{
+    bool addsAny;  ///< The first mask has pixels that the second lacks.
+    bool lacksAny; ///< The other way round.
+    bool isAll;    ///< Both together are the whole tile.
+};
+
 /// What differs by instruction set; the source of each defines its own:
 /// Bits(outcome): bit i tells the outcome in lane i.
 /// Spans(begins, ends, first): in row i, the bits from begins[i] - first to ends[i] - first that lie in the mask.
 /// Extremes(a, b, c, d, out): the least of each of four times eight floats.
+/// Unite(a, b, both): the pixels of two masks, and how they relate.
 /// Load(from, out): out[j] is float j, up to 3, behind each of eight pointers.
 template <class Arch>
 struct Target;
@@ -418,43 +425,32 @@ BoxOutcome MakeBox(const OcclusionView& view, const float* box, OcclusionPolygon
 // Drawing
 
 /// Takes note that the pixels of `mask` are covered at `closeness`, or of as much of it as pays.
-inline void AddPartial(DepthTiles& tiles, std::size_t tile, const DepthTiles::Mask& mask, float closeness)
+template <class Arch>
+TAMRA_INLINE void AddPartial(DepthTiles& tiles, std::size_t tile, const DepthTiles::Mask& mask, float closeness)
 {
-    constexpr std::size_t kWords = sizeof(mask) / sizeof(std::uint64_t);
     float& known = tiles.partial[tile];
+    DepthTiles::Mask& knownMask = tiles.masks[tile];
     if (known <= tiles.full[tile])
     {
         known = closeness;
-        tiles.masks[tile] = mask;
+        knownMask = mask;
         return;
     }
-    std::uint64_t added[kWords];
-    std::uint64_t both[kWords];
-    std::memcpy(added, &mask, sizeof(mask));
-    std::memcpy(both, &tiles.masks[tile], sizeof(mask));
-    std::uint64_t inAll = ~std::uint64_t{0};
-    std::uint64_t isNew = 0;
-    std::uint64_t isMissing = 0;
-    for (std::size_t i = 0; i < kWords; ++i)
-    {
-        isNew |= added[i] & ~both[i];
-        isMissing |= both[i] & ~added[i];
-        both[i] |= added[i];
-        inAll &= both[i];
-    }
+    DepthTiles::Mask both;
+    const MaskRelation relation = Target<Arch>::Unite(mask, knownMask, both);
     const float farther = std::min(known, closeness);
-    if (inAll == ~std::uint64_t{0})
+    if (relation.isAll)
     {
         tiles.full[tile] = std::max(tiles.full[tile], farther);
         known = kNothing;
         return;
     }
-    if (isNew == 0 && closeness <= known)
+    if (!relation.addsAny && closeness <= known)
         return;
-    if (isMissing == 0 && closeness >= known)
+    if (!relation.lacksAny && closeness >= known)
     {
         known = closeness;
-        tiles.masks[tile] = mask;
+        knownMask = mask;
         return;
     }
     // A far surface that covers a bit of a tile must not drag the near one that covers most of it away.
@@ -467,14 +463,14 @@ inline void AddPartial(DepthTiles& tiles, std::size_t tile, const DepthTiles::Ma
                 sum += std::popcount(row);
             return sum;
         };
-        if (count(mask) > count(tiles.masks[tile]))
+        if (count(mask) > count(knownMask))
         {
             known = closeness;
-            tiles.masks[tile] = mask;
+            knownMask = mask;
         }
         return;
     }
-    std::memcpy(&tiles.masks[tile], both, sizeof(mask));
+    knownMask = both;
     known = farther;
 }
 
@@ -570,7 +566,7 @@ TAMRA_INLINE void DrawRow(const OcclusionPolygon& polygon, DepthTiles& tiles, in
             const int i = std::countr_zero(news);
             DepthTiles::Mask mask;
             Target<Arch>::Spans(spans.begins, spans.ends, (first + i) * kTileWidth, mask);
-            AddPartial(tiles, index + static_cast<std::size_t>(i), mask, values[i]);
+            AddPartial<Arch>(tiles, index + static_cast<std::size_t>(i), mask, values[i]);
         }
     }
 }

@@ -34,6 +34,16 @@ struct Target<xsimd::avx2>
         _mm_storeu_ps(least, _mm_min_ps(_mm256_castps256_ps128(both), _mm256_extractf128_ps(both, 1)));
     }
 
+    static MaskRelation Unite(const DepthTiles::Mask& a, const DepthTiles::Mask& b, DepthTiles::Mask& both)
+    {
+        const __m256i bitsA = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a.rows));
+        const __m256i bitsB = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b.rows));
+        const __m256i united = _mm256_or_si256(bitsA, bitsB);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(both.rows), united);
+        return {!_mm256_testc_si256(bitsB, bitsA), !_mm256_testc_si256(bitsA, bitsB),
+                _mm256_testc_si256(united, _mm256_set1_epi32(-1)) != 0};
+    }
+
     static void Load(const float* const (&from)[8], Eight<xsimd::avx2> (&out)[4])
     {
         const auto both = [&](int i)
