@@ -113,6 +113,9 @@ struct OcclusionKernels
                                std::uint32_t* found, std::size_t count);
 };
 
+extern const OcclusionKernels kSse2Kernels;
+extern const OcclusionKernels kAvx2Kernels;
+
 /// Every set that this machine can run, the plainest first.
 std::span<const OcclusionKernels* const> GetOcclusionKernels() noexcept;
 } // namespace occlusion
