@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 using namespace renderer;
 using collision::PrimAABB;
@@ -18,17 +19,21 @@ using occlusion::kBoxVertices;
 namespace
 {
 // A visible leaf is asked about again after so many passes, and up to as many more, so that not all are asked at once.
-constexpr std::uint32_t kVisiblePasses = 4;
+constexpr std::uint32_t kVisiblePasses = 6;
 // After a node turned out to be larger than what can be seen in it, its parts are asked about on their own for so long.
 constexpr std::uint32_t kApartPasses = 24;
+// An answer is waited for after so many passes, so that there is a bound to how late it can be.
+constexpr std::uint32_t kWaitPasses = 3;
 
 struct NodeState
 {
     std::uint32_t nextQuery = 0; // the pass in which a visible leaf is asked about again
     std::uint32_t apartUntil = 0;
+    std::uint32_t askedPass = 0;
     std::int32_t query = -1;
     bool isVisible = true;
     bool isPending = false; // an answer is under way
+    bool isStale = false;   // to a question from before the node was revealed
 };
 } // namespace
 
@@ -122,12 +127,14 @@ void COcclusionAABBTree::i_TakeAnswers()
     for (const std::int32_t index : state.pending)
     {
         NodeState& node = state.nodes[static_cast<std::size_t>(index)];
-        if (!state.queries->IsReady(node.query))
+        if (state.pass - node.askedPass < kWaitPasses && !state.queries->IsReady(node.query))
         {
             state.pending[left++] = index;
             continue;
         }
         node.isPending = false;
+        if (std::exchange(node.isStale, false))
+            continue;
         if (!state.queries->Read(node.query))
             node.isVisible = false;
         else if (!node.isVisible)
@@ -142,6 +149,7 @@ void COcclusionAABBTree::i_Reveal(std::size_t node)
     State& state = *m_state;
     state.nodes[node].isVisible = true;
     state.nodes[node].nextQuery = state.pass + kVisiblePasses;
+    state.nodes[node].isStale = state.nodes[node].isPending;
     const COcclusionBoxTree::Node& shape = state.tree.GetNodes()[node];
     if (shape.IsLeaf())
         return;
@@ -168,6 +176,7 @@ void COcclusionAABBTree::i_Ask(std::size_t index)
     state.unitBox->Draw(Primitive::Triangles, 0, kBoxVertices);
     state.queries->End();
     node.isPending = true;
+    node.askedPass = state.pass;
     node.nextQuery =
         state.pass + kVisiblePasses + static_cast<std::uint32_t>(index * 2654435761U >> 13) % kVisiblePasses;
     state.pending.push_back(static_cast<std::int32_t>(index));
@@ -197,7 +206,9 @@ COcclusionAABBTree::Found COcclusionAABBTree::i_Visit(std::size_t index)
         known.isVisible = true;
     if (!known.isVisible)
     {
-        i_Ask(index);
+        // Every other one in every other pass.
+        if ((index + state.pass) % 2 == 0)
+            i_Ask(index);
         return Found::Hidden;
     }
     if (!node.IsLeaf())

@@ -6,8 +6,7 @@
 #include <memory>
 
 /// Culls by asking the device about groups of boxes: keeps them in a tree, remembers which of its nodes were visible,
-/// and asks in each pass about the topmost nodes that were not and now and then about the leaves that were. Never waits
-/// for the device.
+/// and asks in each pass about the topmost nodes that were not and now and then about the leaves that were.
 ///
 ///     culler->SetBoundingBoxes(count, boxes);     // at first, and when some of them changed
 ///     culler->SetFrameData(frame, collision::PrimFrustum(projectionView), eye);
@@ -15,9 +14,10 @@
 ///     culler->DoOcclusion();
 ///
 /// A node is visible until the device has said otherwise, and all boxes of a visible leaf that are in the frustum count
-/// as visible. What comes out of hiding is found by the pass after, or later when the device is behind with its
-/// answers; what becomes hidden counts as visible for up to eight passes. A camera inside a node, or within one unit
-/// of it, sees it. Visible indices come leaf by leaf, roughly the nearest first.
+/// as visible. What comes out of hiding is found within three passes, and within eight when the device is behind: an
+/// answer is waited for when it is three passes late. What becomes hidden counts as visible for up to twenty. A camera
+/// inside a node, or within one unit of it, sees it; a near plane farther away than that unit may cut off what it sees.
+/// Visible indices come leaf by leaf, roughly the nearest first.
 ///
 /// The matrix is that of the frustum. Without a device all that is in the frustum is visible. A pass costs one frustum
 /// test for each box, a walk of the nodes in the frustum that are not hidden, and a draw call for each query.
