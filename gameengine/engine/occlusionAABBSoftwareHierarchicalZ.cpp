@@ -1,0 +1,390 @@
+#include "gameengine/engine/occlusionAABBSoftwareHierarchicalZ.h"
+
+#include "gameengine/engine/occlusionPolygonsInternal.h"
+#include "gameengine/engine/occlusionWorkersInternal.h"
+#include "tamradeps/collision/simdKernels.h"
+#include "tamradeps/core/log.h"
+
+#include <algorithm>
+#include <atomic>
+#include <bit>
+#include <cstring>
+#include <utility>
+
+using namespace occlusion;
+using collision::PrimAABB;
+
+namespace
+{
+constexpr std::size_t kOccludersPerChunk = 32;
+constexpr std::size_t kBoxesPerChunk = 1024;
+constexpr int kBandsPerThread = 4;
+
+/// Polygons are sorted by the exponent of their closeness and so many bits more.
+constexpr int kDroppedBits = 20;
+constexpr std::size_t kBuckets = std::size_t{1} << (31 - kDroppedBits);
+
+/// The nearest first.
+std::size_t GetBucket(float closeness)
+{
+    if (!(closeness > 0.0F))
+        return kBuckets - 1;
+    return kBuckets - 1 - (std::bit_cast<std::uint32_t>(closeness) >> kDroppedBits);
+}
+
+/// The numbers from 0 to `end` in chunks, each given to one worker.
+class Chunks
+{
+public:
+    void Reset(std::size_t end, std::size_t size)
+    {
+        m_end = end;
+        m_size = size;
+        m_next.store(0, std::memory_order_relaxed);
+    }
+    bool Take(std::size_t& begin, std::size_t& end)
+    {
+        begin = m_next.fetch_add(m_size, std::memory_order_relaxed);
+        end = std::min(begin + m_size, m_end);
+        return begin < m_end;
+    }
+
+private:
+    std::size_t m_end = 0;
+    std::size_t m_size = 1;
+    std::atomic<std::size_t> m_next = 0;
+};
+
+int RoundUp(int value, int step)
+{
+    return (std::clamp(value, 1, COcclusionAABBSoftwareHierarchicalZ::kMostPixels) + step - 1) / step * step;
+}
+
+/// If the two triangles share a side, both as one.
+bool Join(const std::uint32_t* a, const std::uint32_t* b, std::uint32_t (&joined)[4])
+{
+    for (int i = 0; i < 3; ++i)
+    {
+        for (int j = 0; j < 3; ++j)
+        {
+            if (a[i] != b[(j + 1) % 3] || a[(i + 1) % 3] != b[j])
+                continue;
+            joined[0] = a[i];
+            joined[1] = b[(j + 2) % 3];
+            joined[2] = a[(i + 1) % 3];
+            joined[3] = a[(i + 2) % 3];
+            return true;
+        }
+    }
+    return false;
+}
+} // namespace
+
+struct COcclusionAABBSoftwareHierarchicalZ::State
+{
+    const OcclusionKernels* kernels = GetOcclusionKernels().back();
+    std::unique_ptr<Workers> workers = std::make_unique<Workers>(1);
+    int width = 1024;
+    int height = 512;
+
+    std::vector<PrimAABB> boxes;
+    std::vector<PrimAABB> occluderBoxes;
+    std::vector<OcclusionPrimitive> primitives;
+
+    CMatrix viewProjection;
+    bool isViewGiven = false;
+    OcclusionView view;
+    bool isViewSound = false;
+
+    /// Whether `tiles` shows the occluders from `view`.
+    bool isDrawn = false;
+    DepthTiles tiles;
+
+    // Of the pass under way:
+    bool draws = false;
+    bool hides = false;
+    /// The occluder boxes in the frustum; then come the primitives. Each has `kMostPolygons` places.
+    std::vector<std::uint32_t> occluders;
+    std::size_t occluderCount = 0;
+    std::vector<OcclusionPolygon> polygons;
+    std::vector<std::uint8_t> polygonCounts;
+    std::vector<DrawEntry> order;
+    std::vector<std::uint32_t> foundCounts; ///< For each chunk of boxes.
+    Chunks occluderChunks;
+    Chunks bands;
+    Chunks boxChunks;
+    std::uint32_t bucketEnds[kBuckets];
+};
+
+COcclusionAABBSoftwareHierarchicalZ::COcclusionAABBSoftwareHierarchicalZ(renderer::CRenderer& renderer)
+    : COcclusionAABBBase(renderer),
+      m_state(std::make_unique<State>())
+{
+}
+
+COcclusionAABBSoftwareHierarchicalZ::~COcclusionAABBSoftwareHierarchicalZ() = default;
+
+void COcclusionAABBSoftwareHierarchicalZ::SetFrameData(int frameValue, const collision::PrimFrustum& frustum,
+                                                       CVector3 cameraPosition)
+{
+    COcclusionAABBBase::SetFrameData(frameValue, frustum, cameraPosition);
+    m_state->isViewGiven = false;
+}
+
+void COcclusionAABBSoftwareHierarchicalZ::SetBoundingBoxes(int count, const float* boxes)
+{
+    const std::size_t size = static_cast<std::size_t>(std::max(count, 0));
+    m_state->boxes.resize(size);
+    m_boxes.resize(size);
+    for (std::size_t i = 0; i < size; ++i)
+    {
+        m_state->boxes[i] = PrimAABB(boxes + i * 6);
+        m_boxes[i].handle = nullptr;
+        m_boxes[i].user = nullptr;
+        i_SetBox(m_boxes[i], boxes + i * 6);
+    }
+}
+
+void COcclusionAABBSoftwareHierarchicalZ::SetOccluderBoxes(std::span<const PrimAABB> boxes)
+{
+    m_state->occluderBoxes.assign(boxes.begin(), boxes.end());
+    m_state->isDrawn = false;
+}
+
+bool COcclusionAABBSoftwareHierarchicalZ::AddOccluderTriangles(std::span<const CVector3> positions,
+                                                               std::span<const std::uint32_t> indices)
+{
+    if (indices.size() % 3 != 0 ||
+        !std::all_of(indices.begin(), indices.end(), [&](std::uint32_t index) { return index < positions.size(); }))
+    {
+        tamra::log::Error("The indices of an occluder mesh are not those of triangles");
+        return false;
+    }
+    for (std::size_t i = 0; i < indices.size(); i += 3)
+    {
+        std::uint32_t corners[4] = {indices[i], indices[i + 1], indices[i + 2], indices[i]};
+        const bool joined = i + 3 < indices.size() && Join(&indices[i], &indices[i + 3], corners);
+        OcclusionPrimitive primitive;
+        primitive.count = joined ? 4 : 3;
+        for (int corner = 0; corner < 4; ++corner)
+            primitive.corners[corner] = positions[corners[corner]];
+        m_state->primitives.push_back(primitive);
+        if (joined)
+            i += 3;
+    }
+    m_state->isDrawn = false;
+    return true;
+}
+
+void COcclusionAABBSoftwareHierarchicalZ::ClearOccluders()
+{
+    m_state->occluderBoxes.clear();
+    m_state->primitives.clear();
+    m_state->isDrawn = false;
+}
+
+void COcclusionAABBSoftwareHierarchicalZ::SetViewProjection(const CMatrix& viewProjection)
+{
+    State& state = *m_state;
+    if (!(state.viewProjection == viewProjection))
+        state.isDrawn = false;
+    state.viewProjection = viewProjection;
+    state.isViewGiven = true;
+}
+
+void COcclusionAABBSoftwareHierarchicalZ::SetResolution(int width, int height)
+{
+    m_state->width = RoundUp(width, kTileWidth);
+    m_state->height = RoundUp(height, kTileHeight);
+    m_state->isDrawn = false;
+}
+
+void COcclusionAABBSoftwareHierarchicalZ::SetThreadCount(int count)
+{
+    const int wanted = std::clamp(count, 1, kMostThreads);
+    if (wanted != m_state->workers->GetCount())
+        m_state->workers = std::make_unique<Workers>(wanted);
+}
+
+std::span<const char* const> COcclusionAABBSoftwareHierarchicalZ::GetInstructionSets() noexcept
+{
+    static const char* names[8];
+    static const std::size_t count = []
+    {
+        std::size_t size = 0;
+        for (const OcclusionKernels* kernels : GetOcclusionKernels())
+            names[size++] = kernels->name;
+        return size;
+    }();
+    return {names, count};
+}
+
+bool COcclusionAABBSoftwareHierarchicalZ::SetInstructionSet(const char* name)
+{
+    for (const OcclusionKernels* kernels : GetOcclusionKernels())
+    {
+        if (std::strcmp(kernels->name, name) == 0)
+        {
+            m_state->kernels = kernels;
+            m_state->isDrawn = false;
+            return true;
+        }
+    }
+    return false;
+}
+
+void COcclusionAABBSoftwareHierarchicalZ::DoOcclusion()
+{
+    State& state = *m_state;
+    i_ResizeVisibleCapacity(static_cast<int>(state.boxes.size()));
+    const bool hasOccluders = !state.occluderBoxes.empty() || !state.primitives.empty();
+    state.hides = false;
+    state.draws = false;
+    if (hasOccluders && state.isViewGiven)
+    {
+        if (!state.isDrawn)
+            state.isViewSound = state.view.Set(state.viewProjection, state.width, state.height);
+        state.view.camera[0] = m_cameraPosition.x;
+        state.view.camera[1] = m_cameraPosition.y;
+        state.view.camera[2] = m_cameraPosition.z;
+        state.hides = state.isViewSound;
+        state.draws = state.isViewSound && !state.isDrawn;
+        state.isDrawn = true;
+    }
+    const std::size_t threads = static_cast<std::size_t>(state.workers->GetCount());
+    if (state.draws)
+    {
+        if (state.tiles.columns * kTileWidth != state.width || state.tiles.rows * kTileHeight != state.height)
+            state.tiles.Resize(state.width, state.height);
+        state.occluders.resize(state.occluderBoxes.size());
+        const collision::PrimFrustum frustum(state.viewProjection);
+        state.occluderCount = collision::SimdKernels::Get().findInFrustum(
+            frustum, state.occluderBoxes.data(), state.occluderBoxes.size(), state.occluders.data());
+        const std::size_t items = state.occluderCount + state.primitives.size();
+        if (state.polygonCounts.size() < items)
+        {
+            state.polygonCounts.resize(items);
+            state.polygons.resize(items * kMostPolygons);
+        }
+        state.occluderChunks.Reset(items, kOccludersPerChunk);
+        const std::size_t rows = static_cast<std::size_t>(state.tiles.rows);
+        state.bands.Reset(rows, threads == 1 ? rows : rows / (threads * kBandsPerThread) + 1);
+    }
+    state.boxChunks.Reset(state.boxes.size(), kBoxesPerChunk);
+    state.foundCounts.resize((state.boxes.size() + kBoxesPerChunk - 1) / kBoxesPerChunk);
+    state.workers->Run([](void* self) { static_cast<COcclusionAABBSoftwareHierarchicalZ*>(self)->i_Work(); }, this);
+
+    m_visibleCount = 0;
+    for (std::size_t chunk = 0; chunk < state.foundCounts.size(); ++chunk)
+    {
+        const std::int32_t* found = m_visibleIds.get() + chunk * kBoxesPerChunk;
+        std::copy_n(found, state.foundCounts[chunk], m_visibleIds.get() + m_visibleCount);
+        m_visibleCount += static_cast<std::int32_t>(state.foundCounts[chunk]);
+    }
+}
+
+/// What every worker does in a pass.
+void COcclusionAABBSoftwareHierarchicalZ::i_Work()
+{
+    State& state = *m_state;
+    if (state.draws)
+    {
+        i_MakePolygons();
+        if (state.workers->Meet())
+            i_SortPolygons();
+        state.workers->Meet();
+        std::size_t begin = 0;
+        std::size_t end = 0;
+        while (state.bands.Take(begin, end))
+        {
+            state.tiles.Clear(static_cast<int>(begin), static_cast<int>(end));
+            state.kernels->draw(state.polygons.data(), state.order, state.tiles, static_cast<int>(begin),
+                                static_cast<int>(end));
+        }
+        state.workers->Meet();
+    }
+    i_TestBoxes();
+}
+
+void COcclusionAABBSoftwareHierarchicalZ::i_MakePolygons()
+{
+    State& state = *m_state;
+    const OcclusionKernels& kernels = *state.kernels;
+    std::size_t begin = 0;
+    std::size_t end = 0;
+    while (state.occluderChunks.Take(begin, end))
+    {
+        for (std::size_t i = begin; i < end; ++i)
+        {
+            OcclusionPolygon* const polygons = &state.polygons[i * kMostPolygons];
+            int count = 0;
+            if (i >= state.occluderCount)
+                count = AddPrimitive(state.view, kernels, state.primitives[i - state.occluderCount], polygons);
+            else
+            {
+                const float* box = state.occluderBoxes[state.occluders[i]].GetFloats();
+                const BoxOutcome outcome = kernels.makeBox(state.view, box, *polygons);
+                count = outcome == BoxOutcome::kDifficult ? AddDifficultBox(state.view, kernels, box, polygons)
+                                                          : outcome == BoxOutcome::kPolygon;
+            }
+            state.polygonCounts[i] = static_cast<std::uint8_t>(count);
+        }
+    }
+}
+
+/// From front to back, roughly: those of one bucket in the order in which they were given.
+void COcclusionAABBSoftwareHierarchicalZ::i_SortPolygons()
+{
+    State& state = *m_state;
+    const std::size_t items = state.occluderCount + state.primitives.size();
+    std::fill(std::begin(state.bucketEnds), std::end(state.bucketEnds), 0);
+    std::size_t count = 0;
+    const auto forEach = [&](auto function)
+    {
+        for (std::size_t i = 0; i < items; ++i)
+        {
+            for (std::size_t j = 0; j < state.polygonCounts[i]; ++j)
+                function(i * kMostPolygons + j);
+        }
+    };
+    forEach(
+        [&](std::size_t i)
+        {
+            ++state.bucketEnds[GetBucket(state.polygons[i].nearest)];
+            ++count;
+        });
+    std::uint32_t sum = 0;
+    for (std::uint32_t& end : state.bucketEnds)
+        sum += std::exchange(end, sum);
+    if (state.order.capacity() < count)
+        state.order.reserve(items * kMostPolygons);
+    state.order.resize(count);
+    forEach(
+        [&](std::size_t i)
+        {
+            const OcclusionPolygon& polygon = state.polygons[i];
+            const int tileRowEnd = (polygon.rowEnd + kTileHeight - 1) / kTileHeight;
+            state.order[state.bucketEnds[GetBucket(polygon.nearest)]++] = {
+                static_cast<std::uint32_t>(i), static_cast<std::uint16_t>(polygon.rowBegin / kTileHeight),
+                static_cast<std::uint16_t>(tileRowEnd)};
+        });
+}
+
+void COcclusionAABBSoftwareHierarchicalZ::i_TestBoxes()
+{
+    State& state = *m_state;
+    const collision::FrustumQuery query(m_frustum);
+    const float* boxes = state.boxes.empty() ? nullptr : state.boxes.front().GetFloats();
+    std::size_t begin = 0;
+    std::size_t end = 0;
+    while (state.boxChunks.Take(begin, end))
+    {
+        auto* const found = reinterpret_cast<std::uint32_t*>(m_visibleIds.get()) + begin;
+        std::size_t count = collision::SimdKernels::Get().findInFrustum(query, &state.boxes[begin], end - begin, found);
+        for (std::size_t i = 0; i < count; ++i)
+            found[i] += static_cast<std::uint32_t>(begin);
+        if (state.hides)
+            count = state.kernels->keepVisible(state.view, state.tiles, boxes, found, count);
+        state.foundCounts[begin / kBoxesPerChunk] = static_cast<std::uint32_t>(count);
+    }
+}

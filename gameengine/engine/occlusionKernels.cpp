@@ -1,0 +1,57 @@
+#include "gameengine/engine/occlusionRasterInternal.h"
+
+#include <algorithm>
+
+namespace occlusion
+{
+extern const OcclusionKernels kSse2Kernels;
+extern const OcclusionKernels kAvx2Kernels;
+
+namespace
+{
+struct Sets
+{
+    const OcclusionKernels* kernels[2] = {&kSse2Kernels};
+    std::size_t count = 1;
+};
+
+// There is none for longer vectors: what is worked on is eight rows, corners, edges or tiles.
+Sets FindSets() noexcept
+{
+    Sets sets;
+#if defined(__GNUC__)
+    __builtin_cpu_init();
+    if (__builtin_cpu_supports("avx2"))
+        sets.kernels[sets.count++] = &kAvx2Kernels;
+#endif
+    return sets;
+}
+} // namespace
+
+std::span<const OcclusionKernels* const> GetOcclusionKernels() noexcept
+{
+    static const Sets sets = FindSets();
+    return {sets.kernels, sets.count};
+}
+
+void DepthTiles::Resize(int width, int height)
+{
+    columns = width / kTileWidth;
+    rows = height / kTileHeight;
+    stride = static_cast<std::size_t>(columns) + kTilePadding;
+    const std::size_t count = stride * static_cast<std::size_t>(rows);
+    full.assign(count, kNothing);
+    partial.assign(count, kNothing);
+    masks.assign(count, Mask{});
+}
+
+void DepthTiles::Clear(int tileRowBegin, int tileRowEnd)
+{
+    const std::size_t begin = Index(0, tileRowBegin);
+    const std::size_t end = Index(0, tileRowEnd);
+    std::fill(full.begin() + static_cast<std::ptrdiff_t>(begin), full.begin() + static_cast<std::ptrdiff_t>(end),
+              kNothing);
+    std::fill(partial.begin() + static_cast<std::ptrdiff_t>(begin), partial.begin() + static_cast<std::ptrdiff_t>(end),
+              kNothing);
+}
+} // namespace occlusion

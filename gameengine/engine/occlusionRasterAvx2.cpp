@@ -1,0 +1,40 @@
+#include "gameengine/engine/occlusionKernelsInternal.h"
+
+namespace occlusion
+{
+namespace
+{
+template <>
+struct Target<xsimd::avx2>
+{
+    static std::uint32_t Bits(__m256 outcome) { return static_cast<std::uint32_t>(_mm256_movemask_ps(outcome)); }
+
+    static void Spans(const std::int32_t (&begins)[8], const std::int32_t (&ends)[8], int first, DepthTiles::Mask& mask)
+    {
+        // A shift by more than 31 leaves nothing.
+        const auto clear = [first](const std::int32_t* places)
+        {
+            const __m256i bits = _mm256_sub_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(places)),
+                                                  _mm256_set1_epi32(first));
+            return _mm256_sllv_epi32(_mm256_set1_epi32(-1), _mm256_max_epi32(bits, _mm256_setzero_si256()));
+        };
+        const __m256i spans = _mm256_andnot_si256(clear(ends), clear(begins));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(mask.rows), spans);
+    }
+
+    static void Extremes(Eight<xsimd::avx2> a, Eight<xsimd::avx2> b, Eight<xsimd::avx2> c, Eight<xsimd::avx2> d,
+                         float (&least)[4])
+    {
+        const auto pairs = [](__m256 e, __m256 f)
+        { return _mm256_min_ps(_mm256_unpacklo_ps(e, f), _mm256_unpackhi_ps(e, f)); };
+        const __m256 ab = pairs(a.parts[0], b.parts[0]);
+        const __m256 cd = pairs(c.parts[0], d.parts[0]);
+        const __m256 both = _mm256_min_ps(_mm256_shuffle_ps(ab, cd, _MM_SHUFFLE(1, 0, 1, 0)),
+                                          _mm256_shuffle_ps(ab, cd, _MM_SHUFFLE(3, 2, 3, 2)));
+        _mm_storeu_ps(least, _mm_min_ps(_mm256_castps256_ps128(both), _mm256_extractf128_ps(both, 1)));
+    }
+};
+} // namespace
+
+const OcclusionKernels kAvx2Kernels = MakeKernels<xsimd::avx2>("avx2");
+} // namespace occlusion

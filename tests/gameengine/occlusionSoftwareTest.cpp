@@ -1,0 +1,532 @@
+#include "gameengine/engine/occlusionAABBSoftwareHierarchicalZ.h"
+#include "support/allocations.h"
+#include "support/expectations.h"
+#include "support/random.h"
+#include "tamraengine/renderer/renderer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+using collision::PrimAABB;
+using collision::PrimFrustum;
+using Culler = COcclusionAABBSoftwareHierarchicalZ;
+
+namespace
+{
+struct Triangle
+{
+    CVector3 corners[3];
+};
+
+struct Scene
+{
+    std::vector<PrimAABB> boxes;
+    std::vector<PrimAABB> occluders;
+    std::vector<Triangle> triangles;
+    CMatrix viewProjection;
+    CVector3 eye;
+    int width = 640;
+    int height = 360;
+};
+
+// What can be seen of a scene, with rays in double precision.
+class Sight
+{
+public:
+    explicit Sight(const Scene& scene) : m_scene(scene)
+    {
+        const float* m = scene.viewProjection.GetElements();
+        for (int row = 0; row < 4; ++row)
+        {
+            for (int i = 0; i < 4; ++i)
+                m_rows[row][i] = double{m[i * 4 + row]};
+        }
+    }
+
+    bool Sees(const double (&point)[3]) const
+    {
+        const double w = At(3, point);
+        double clip[3];
+        for (int row = 0; row < 3; ++row)
+            clip[row] = At(row, point);
+        if (!(w > 0) || std::any_of(clip, clip + 3, [w](double c) { return !(std::abs(c) <= w); }))
+            return false;
+        // Along the line of sight the place on the screen does not change; it begins at the near plane.
+        double a[3];
+        double b[3];
+        double way[3];
+        for (int i = 0; i < 3; ++i)
+        {
+            a[i] = m_rows[0][i] - clip[0] / w * m_rows[3][i];
+            b[i] = m_rows[1][i] - clip[1] / w * m_rows[3][i];
+        }
+        Cross(a, b, way);
+        double nearer = 0;
+        for (int i = 0; i < 3; ++i)
+            nearer += (m_rows[2][i] + m_rows[3][i]) * way[i];
+        double start[3];
+        for (int i = 0; i < 3; ++i)
+        {
+            way[i] *= (clip[2] + w) / nearer;
+            start[i] = point[i] - way[i];
+        }
+        const auto hides = [&](const auto& shape) { return Hides(shape, start, way); };
+        return std::none_of(m_scene.occluders.begin(), m_scene.occluders.end(), hides) &&
+               std::none_of(m_scene.triangles.begin(), m_scene.triangles.end(), hides);
+    }
+
+    /// Whether any of some points on the box is seen.
+    bool Sees(const PrimAABB& box, int points, test::Random& random) const
+    {
+        for (int i = 0; i < points; ++i)
+        {
+            const int face = random.Below(3);
+            double point[3];
+            for (int axis = 0; axis < 3; ++axis)
+            {
+                const double low = box.GetFloats()[axis];
+                const double high = box.GetFloats()[axis + 3];
+                const double share = i < 8          ? i >> axis & 1
+                                     : axis == face ? random.Below(2)
+                                                    : double{random.Between(-0.2F, 1.2F)};
+                point[axis] = std::clamp(low + (high - low) * share, low, high);
+            }
+            if (Sees(point))
+                return true;
+        }
+        return false;
+    }
+
+private:
+    static constexpr double kTouches = 1 - 1e-9;
+
+    static void Cross(const double (&a)[3], const double (&b)[3], double (&result)[3])
+    {
+        for (int i = 0; i < 3; ++i)
+            result[i] = a[(i + 1) % 3] * b[(i + 2) % 3] - a[(i + 2) % 3] * b[(i + 1) % 3];
+    }
+    static double Dot(const double (&a)[3], const double (&b)[3]) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+    double At(int row, const double (&p)[3]) const
+    {
+        const double* r = m_rows[row];
+        return r[0] * p[0] + r[1] * p[1] + r[2] * p[2] + r[3];
+    }
+
+    static bool Hides(const PrimAABB& box, const double (&start)[3], const double (&way)[3])
+    {
+        double enter = -1;
+        double leave = 2;
+        for (int axis = 0; axis < 3; ++axis)
+        {
+            const double a = (box.GetFloats()[axis] - start[axis]) / way[axis];
+            const double b = (box.GetFloats()[axis + 3] - start[axis]) / way[axis];
+            enter = std::max(enter, std::min(a, b));
+            leave = std::min(leave, std::max(a, b));
+        }
+        return enter <= leave && enter >= 0 && enter < kTouches;
+    }
+    static bool Hides(const Triangle& triangle, const double (&start)[3], const double (&way)[3])
+    {
+        double corners[3][3];
+        for (int i = 0; i < 3; ++i)
+        {
+            const CVector3 c = triangle.corners[i];
+            const double values[3] = {c.x, c.y, c.z};
+            for (int axis = 0; axis < 3; ++axis)
+                corners[i][axis] = values[axis] - start[axis];
+        }
+        double volumes[3];
+        double normal[3] = {};
+        for (int i = 0; i < 3; ++i)
+        {
+            double side[3];
+            Cross(corners[i], corners[(i + 1) % 3], side);
+            volumes[i] = Dot(side, way);
+            for (int axis = 0; axis < 3; ++axis)
+                normal[axis] += side[axis];
+        }
+        const double at = Dot(normal, corners[0]) / Dot(normal, way);
+        const bool inside =
+            std::min({volumes[0], volumes[1], volumes[2]}) >= 0 || std::max({volumes[0], volumes[1], volumes[2]}) <= 0;
+        return inside && at >= 0 && at < kTouches;
+    }
+
+    const Scene& m_scene;
+    double m_rows[4][4];
+};
+
+PrimAABB RandomBox(test::Random& random, CVector3 middle, float reach, float size)
+{
+    const auto any = [&](float s)
+    { return CVector3(random.Between(-s, s), random.Between(-s, s), random.Between(-s, s)); };
+    const CVector3 corner = middle + any(reach);
+    const CVector3 half = any(size);
+    const CVector3 extent(std::abs(half.x), std::abs(half.y), std::abs(half.z));
+    return {corner - extent, corner + extent};
+}
+
+CMatrix RandomView(test::Random& random, CVector3 eye, CVector3 target, float reach)
+{
+    CMatrix projection = CMatrix::Projection(random.Between(15, 140), random.Between(0.5F, 2.5F),
+                                             reach * random.Between(0.0005F, 0.1F), reach * random.Between(1, 5));
+    float* m = projection.GetElements();
+    if (random.OneIn(4)) // without perspective
+    {
+        projection.Identity();
+        m[0] = random.Between(0.5F, 3.0F) / reach;
+        m[5] = random.Between(0.5F, 3.0F) / reach;
+        m[10] = -random.Between(0.2F, 2.0F) / reach;
+        m[14] = random.Between(-1, 1);
+    }
+    if (random.OneIn(4)) // mirrored
+        m[0] = -m[0];
+    return projection * CMatrix::View(eye, target, {0, 0, 1});
+}
+
+Scene RandomScene(std::uint64_t seed)
+{
+    test::Random random(seed);
+    Scene scene;
+    const float reach = std::pow(10.0F, random.Between(-1, 3));
+    const CVector3 middle = CVector3(random.Between(-1, 1), random.Between(-1, 1), random.Between(-1, 1)) *
+                            (random.OneIn(2) ? 0.0F : 300.0F * reach);
+    const float size = reach * random.Between(0.05F, 0.5F);
+    for (int i = 0; i < 30; ++i)
+        scene.occluders.push_back(RandomBox(random, middle, reach, size));
+    for (int i = 0; i < 12; ++i)
+    {
+        Triangle triangle;
+        for (CVector3& corner : triangle.corners)
+            corner = RandomBox(random, middle, reach, size).GetMin();
+        if (i % 2 == 1) // a quad's second half, flat or not
+            triangle.corners[random.Below(3)] = scene.triangles.back().corners[random.Below(3)];
+        scene.triangles.push_back(triangle);
+    }
+    // Those that hide must not hide themselves, nor what looks out of them by a hair.
+    scene.boxes = scene.occluders;
+    for (const PrimAABB& box : scene.occluders)
+    {
+        const PrimAABB twin = RandomBox(random, box.GetCenter(), size * 1e-4F, 0);
+        const CVector3 half = box.GetSize() * 0.5F;
+        scene.boxes.emplace_back(twin.GetMin() - half, twin.GetMin() + half);
+    }
+    for (int i = 0; i < 250; ++i)
+        scene.boxes.push_back(RandomBox(random, middle, reach * 1.5F, size * random.Between(0.001F, 0.5F)));
+    const PrimAABB start = RandomBox(random, middle, reach * random.Between(0.1F, 2), 0);
+    scene.eye = start.GetMin();
+    scene.viewProjection = RandomView(random, scene.eye, RandomBox(random, middle, reach, 0).GetMin(), reach);
+    scene.width = random.OneIn(4) ? 1 + random.Below(64) : 64 + random.Below(2000);
+    scene.height = random.OneIn(4) ? 1 + random.Below(64) : 64 + random.Below(1200);
+    return scene;
+}
+
+// Two rows of houses along a street with cross streets, and what lies about in and between them.
+Scene MakeStreet(int houses, int boxes)
+{
+    test::Random random(5);
+    Scene scene;
+    for (int i = 0; i < houses; ++i)
+    {
+        const float x = static_cast<float>(i % 20) * 24.0F;
+        const float y = static_cast<float>(i / 20) * 30.0F - 300.0F;
+        scene.occluders.push_back({{x, y, 0}, {x + 18, y + 20, random.Between(8, 25)}});
+    }
+    for (int i = 0; i < boxes; ++i)
+        scene.boxes.push_back(RandomBox(random, {240, 0, 2}, 300, 1));
+    scene.eye = {-40, -5, 1.8F};
+    scene.viewProjection =
+        CMatrix::Projection(70, 16.0F / 9.0F, 0.2F, 2000.0F) * CMatrix::View(scene.eye, {100, 40, 3}, {0, 0, 1});
+    return scene;
+}
+
+class OcclusionSoftware : public testing::Test
+{
+protected:
+    void Show(const Scene& scene)
+    {
+        m_culler->ClearOccluders();
+        m_culler->SetOccluderBoxes(scene.occluders);
+        std::vector<CVector3> positions;
+        std::vector<std::uint32_t> indices;
+        for (const Triangle& triangle : scene.triangles)
+        {
+            for (const CVector3& corner : triangle.corners)
+            {
+                const auto known = std::find(positions.begin(), positions.end(), corner);
+                indices.push_back(static_cast<std::uint32_t>(known - positions.begin()));
+                if (known == positions.end())
+                    positions.push_back(corner);
+            }
+        }
+        EXPECT_TRUE(m_culler->AddOccluderTriangles(positions, indices));
+        m_culler->SetResolution(scene.width, scene.height);
+        SetBoxes(scene.boxes);
+        Look(scene);
+    }
+    void SetBoxes(const std::vector<PrimAABB>& boxes)
+    {
+        m_culler->SetBoundingBoxes(static_cast<int>(boxes.size()), boxes.empty() ? nullptr : boxes[0].GetFloats());
+    }
+    void Look(const Scene& scene)
+    {
+        m_culler->SetFrameData(1, PrimFrustum(scene.viewProjection), scene.eye);
+        m_culler->SetViewProjection(scene.viewProjection);
+    }
+    std::vector<int> Cull()
+    {
+        m_culler->DoOcclusion();
+        std::vector<int> visible;
+        for (int i = 0; i < m_culler->GetVisibleCount(); ++i)
+            visible.push_back(m_culler->GetVisibleID(i));
+        EXPECT_TRUE(std::is_sorted(visible.begin(), visible.end()));
+        return visible;
+    }
+    static std::vector<int> FindInFrustum(const std::vector<PrimAABB>& boxes, const PrimFrustum& frustum)
+    {
+        std::vector<int> found;
+        for (std::size_t i = 0; i < boxes.size(); ++i)
+        {
+            if (frustum.Test(boxes[i]))
+                found.push_back(static_cast<int>(i));
+        }
+        return found;
+    }
+
+    renderer::CRenderer m_renderer;
+    RefPtr<Culler> m_culler = new Culler(m_renderer);
+};
+
+TEST_F(OcclusionSoftware, HidesNothingThatCanBeSeen)
+{
+    test::Random random(1);
+    int hidden = 0;
+    for (std::uint64_t seed = 0; seed < 150; ++seed)
+    {
+        const Scene scene = RandomScene(seed);
+        Show(scene);
+        const Sight sight(scene);
+        const std::vector<int> visible = Cull();
+        for (const int i : FindInFrustum(scene.boxes, PrimFrustum(scene.viewProjection)))
+        {
+            if (std::binary_search(visible.begin(), visible.end(), i))
+                continue;
+            ++hidden;
+            EXPECT_FALSE(sight.Sees(scene.boxes[static_cast<std::size_t>(i)], 40, random))
+                << "box " << i << " of scene " << seed;
+        }
+    }
+    EXPECT_GT(hidden, 5000);
+}
+
+TEST_F(OcclusionSoftware, CullsMostOfWhatAStreetHides)
+{
+    const Scene scene = MakeStreet(400, 3000);
+    Show(scene);
+    const Sight sight(scene);
+    const std::vector<int> visible = Cull();
+    test::Random random(2);
+    int hidden = 0;
+    int culled = 0;
+    for (const int i : FindInFrustum(scene.boxes, PrimFrustum(scene.viewProjection)))
+    {
+        if (sight.Sees(scene.boxes[static_cast<std::size_t>(i)], 60, random))
+            continue;
+        ++hidden;
+        culled += !std::binary_search(visible.begin(), visible.end(), i);
+    }
+    EXPECT_GT(hidden, 500);
+    EXPECT_GT(culled, hidden * 95 / 100) << "of " << hidden;
+}
+
+TEST_F(OcclusionSoftware, AnswersTheSameForAnyThreadsAndInstructions)
+{
+    std::vector<Scene> scenes = {MakeStreet(400, 5000)};
+    for (std::uint64_t seed = 1000; seed < 1020; ++seed)
+        scenes.push_back(RandomScene(seed));
+    std::vector<std::vector<int>> expected;
+    for (const Scene& scene : scenes)
+    {
+        Show(scene);
+        expected.push_back(Cull());
+    }
+    for (const char* set : Culler::GetInstructionSets())
+    {
+        for (const int threads : {1, 2, 3})
+        {
+            ASSERT_TRUE(m_culler->SetInstructionSet(set));
+            m_culler->SetThreadCount(threads);
+            for (std::size_t i = 0; i < scenes.size(); ++i)
+            {
+                Show(scenes[i]);
+                EXPECT_EQ(Cull(), expected[i]) << set << ", " << threads << " threads, scene " << i;
+            }
+        }
+    }
+    EXPECT_FALSE(m_culler->SetInstructionSet("none"));
+}
+
+TEST_F(OcclusionSoftware, TestsTheFrustumAloneWithoutOccludersOrView)
+{
+    const Scene scene = MakeStreet(400, 3000);
+    const PrimFrustum frustum(scene.viewProjection);
+    const std::vector<int> all = FindInFrustum(scene.boxes, frustum);
+    SetBoxes(scene.boxes);
+    Look(scene);
+    EXPECT_EQ(Cull(), all);
+    m_culler->SetOccluderBoxes(scene.occluders);
+    EXPECT_LT(Cull().size(), all.size());
+    m_culler->SetFrameData(2, frustum, scene.eye); // the view is not known any more
+    EXPECT_EQ(Cull(), all);
+    m_culler->SetViewProjection(scene.viewProjection);
+    EXPECT_LT(Cull().size(), all.size());
+    m_culler->ClearOccluders();
+    EXPECT_EQ(Cull(), all);
+
+    EXPECT_EQ(m_culler->GetBoundingBoxCount(), 3000);
+    const OcclusionBox* const record = m_culler->GetVisibleBox(0);
+    EXPECT_EQ(PrimAABB(record->min), scene.boxes[static_cast<std::size_t>(all[0])]);
+    EXPECT_TRUE(!record->handle && !record->user);
+    m_culler->SetBoundingBoxes(-1, nullptr);
+    EXPECT_TRUE(Cull().empty());
+    EXPECT_EQ(m_culler->GetBoundingBoxCount(), 0);
+}
+
+// The way that the eye goes must show in the answer, as must occluders that come between.
+TEST_F(OcclusionSoftware, FollowsTheViewAndTheOccluders)
+{
+    const PrimAABB wall({10, -20, -20}, {11, 20, 20});
+    const std::vector<PrimAABB> boxes = {{{20, -1, -1}, {21, 1, 1}}, {{9, -1, -1}, {10, 1, 1}}, wall};
+    const auto lookFrom = [](CVector3 eye)
+    {
+        Scene scene;
+        scene.eye = eye;
+        scene.viewProjection = CMatrix::Projection(60, 1, 0.1F, 100) * CMatrix::View(eye, {20, 0, 0}, {0, 0, 1});
+        return scene;
+    };
+    SetBoxes(boxes);
+    m_culler->SetOccluderBoxes({&wall, 1});
+    Look(lookFrom({0, 0, 0}));
+    EXPECT_EQ(Cull(), (std::vector{1, 2}));
+    Look(lookFrom({15, 0, 0}));
+    EXPECT_EQ(Cull(), std::vector{0});
+    Look(lookFrom({0, 0.5F, 60}));
+    EXPECT_EQ(Cull(), (std::vector{0, 1, 2}));
+    Look(lookFrom({20.5F, 0, 0})); // in a box
+    EXPECT_EQ(Cull().front(), 0);
+    Look(lookFrom({10.5F, 0, 0})); // in the wall
+    EXPECT_EQ(Cull(), (std::vector{0, 2}));
+
+    // A quad of two triangles hides from both sides, and one alone only what lies behind it.
+    m_culler->ClearOccluders();
+    const CVector3 corners[] = {{11, -20, -20}, {11, 20, -20}, {11, 20, 20}, {11, -20, 20}};
+    const std::uint32_t indices[] = {0, 1, 2, 0, 2, 3};
+    EXPECT_TRUE(m_culler->AddOccluderTriangles(corners, {indices + 3, 3}));
+    Look(lookFrom({0, 0, 0}));
+    EXPECT_EQ(Cull(), (std::vector{0, 1, 2}));
+    EXPECT_TRUE(m_culler->AddOccluderTriangles(corners, {indices, 3}));
+    Look(lookFrom({0, 0, 0}));
+    EXPECT_EQ(Cull(), (std::vector{0, 1, 2})) << "drawn one by one they leave a gap";
+    m_culler->ClearOccluders();
+    EXPECT_TRUE(m_culler->AddOccluderTriangles(corners, indices));
+    EXPECT_EQ(Cull(), (std::vector{1, 2}));
+
+    const std::uint32_t wrong[] = {0, 1, 4};
+    const test::ExpectLog expected{"occluder mesh", "occluder mesh"};
+    EXPECT_FALSE(m_culler->AddOccluderTriangles(corners, wrong));
+    EXPECT_FALSE(m_culler->AddOccluderTriangles(corners, {indices, 4}));
+    EXPECT_EQ(Cull(), (std::vector{1, 2}));
+}
+
+TEST_F(OcclusionSoftware, SurvivesHostileNumbers)
+{
+    constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    constexpr float kHuge = std::numeric_limits<float>::max();
+    const float odd[] = {kNaN, kInfinity, -kInfinity, kHuge, -kHuge, 1e-42F, -0.0F, 1e16F, 3.0F};
+    test::Random random(3);
+    const auto spoil = [&](float* values, std::size_t count, int places)
+    {
+        for (int i = 0; i < places; ++i)
+            values[random.Below(count)] = odd[random.Below(std::size(odd))];
+    };
+    m_culler->SetThreadCount(2);
+    for (std::uint64_t seed = 2000; seed < 2200; ++seed)
+    {
+        // Spoiled occluders take nothing away from what hides or is hidden otherwise; spoiled boxes are hidden only
+        // when the frustum test says so.
+        Scene scene = RandomScene(seed);
+        scene.triangles.clear();
+        std::vector<PrimAABB> clean = scene.occluders;
+        float values[6];
+        std::vector<PrimAABB> spoiled;
+        for (int i = 0; i < 10; ++i)
+        {
+            std::copy_n(clean[static_cast<std::size_t>(i)].GetFloats(), 6, values);
+            values[random.Below(6)] = kNaN;
+            spoiled.emplace_back(values);
+        }
+        scene.boxes.insert(scene.boxes.end(), spoiled.begin(), spoiled.end());
+        Show(scene);
+        const std::vector<int> expected = Cull();
+        for (std::size_t i = scene.boxes.size() - 10; i < scene.boxes.size(); ++i)
+            EXPECT_EQ(std::binary_search(expected.begin(), expected.end(), static_cast<int>(i)),
+                      PrimFrustum(scene.viewProjection).Test(scene.boxes[i]));
+        scene.occluders.insert(scene.occluders.begin() + 5, spoiled.begin(), spoiled.end());
+        Show(scene);
+        EXPECT_EQ(Cull(), expected);
+
+        // Anything goes: nothing may crash.
+        for (PrimAABB& box : scene.occluders)
+        {
+            std::copy_n(box.GetFloats(), 6, values);
+            spoil(values, 6, random.Below(3));
+            box = PrimAABB(values);
+        }
+        for (int i = 0; i < 8; ++i)
+        {
+            Triangle triangle;
+            for (CVector3& corner : triangle.corners)
+                corner = {odd[random.Below(std::size(odd))], random.Between(-9, 9), random.Between(-9, 9)};
+            scene.triangles.push_back(triangle);
+        }
+        spoil(scene.viewProjection.GetElements(), 16, random.Below(4));
+        scene.width = random.OneIn(2) ? 1 : -5;
+        Show(scene);
+        Cull();
+    }
+    Scene scene = MakeStreet(400, 300);
+    scene.width = scene.height = 16384;
+    Show(scene);
+    EXPECT_LT(Cull().size(), 200);
+    scene.viewProjection = CMatrix();
+    scene.viewProjection.Identity(0);
+    Show(scene);
+    EXPECT_EQ(Cull(), FindInFrustum(scene.boxes, PrimFrustum(scene.viewProjection)));
+}
+
+TEST_F(OcclusionSoftware, AllocatesNothingInASteadyFrame)
+{
+    Scene scene = MakeStreet(400, 5000);
+    m_culler->SetThreadCount(3);
+    Show(scene);
+    Cull();
+    const auto frame = [&](float turn)
+    {
+        scene.viewProjection =
+            CMatrix::Projection(70, 1.5F, 0.2F, 2000) * CMatrix::View(scene.eye, {100, turn, 3}, {0, 0, 1});
+        SetBoxes(scene.boxes);
+        Look(scene);
+        m_culler->DoOcclusion();
+    };
+    frame(0);
+    const std::size_t before = test::GetAllocationCount();
+    for (int i = 0; i < 50; ++i)
+        frame(static_cast<float>(i % 7));
+    EXPECT_EQ(test::GetAllocationCount(), before);
+}
+} // namespace
