@@ -7,6 +7,11 @@
 #include <memory>
 #include <span>
 
+namespace collision
+{
+struct FrustumQuery;
+}
+
 /// Culls on the CPU: draws the boxes and triangles that hide things (occluders) into a small depth buffer of its own,
 /// and tests all boxes against it.
 ///
@@ -76,10 +81,11 @@ public:
 private:
     struct State;
 
-    void i_Work();
-    void i_MakePolygons();
+    void i_PrepareDrawing();
+    void i_Work() noexcept;
+    void i_MakePolygons(std::size_t begin, std::size_t end);
     void i_SortPolygons();
-    void i_TestBoxes();
+    void i_TestBoxes(const collision::FrustumQuery& query, std::size_t begin, std::size_t end);
 
     std::unique_ptr<State> m_state;
 };

@@ -4,9 +4,6 @@
 
 namespace occlusion
 {
-extern const OcclusionKernels kSse2Kernels;
-extern const OcclusionKernels kAvx2Kernels;
-
 namespace
 {
 struct Sets
