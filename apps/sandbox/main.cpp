@@ -1,22 +1,61 @@
 #include "apps/sandbox/sandbox.h"
+#include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "tamradeps/io/fileSystem.h"
+
+#include <algorithm>
 
 #include <CLI/CLI.hpp>
 
 int main(int argc, char** argv)
 {
     SandboxOptions options;
-    CLI::App app("Flies over a real town while it is streamed from its file, edits it and proves that saving works.");
+    std::vector<std::string> parts;
+    std::string size;
+    CLI::App app(
+        "A real town: flies over it while it is streamed from its file, edits it, proves that saving works, and "
+        "shows it in 3-D.");
+    app.add_option("parts", parts, "what to do: stream, view, or both when left out")
+        ->check(CLI::IsMember({"stream", "view"}));
     app.add_option("--world", options.world, "manhattan, liechtenstein, or the path of an .osm.pbf file")
         ->capture_default_str();
-    app.add_option("--out", options.out, "folder for the scene file and the map")->capture_default_str();
-    app.add_option("--frames", options.frames, "frames of the flight")
-        ->check(CLI::Range(1, 1000000))
-        ->capture_default_str();
+    app.add_option("--out", options.out, "folder for the scene file and the pictures")->capture_default_str();
+    app.add_option("--frames", options.frames, "frames of the flights; 900 streamed and 48 viewed when left out")
+        ->check(CLI::Range(1, 1000000));
     app.add_option("--seed", options.seed, "of the path and the edits")->capture_default_str();
-    CLI11_PARSE(app, argc, argv);
+    app.add_option("--culler", options.culler, "who leaves out what is hidden")
+        ->check(CLI::IsMember({"none", "bruteforce", "tree", "software", "gpu"}))
+        ->capture_default_str();
+    app.add_flag("--headless", options.headless, "write pictures and summary.json, without a window");
+    app.add_option("--size", size, "of the pictures, as 1280x720")
+        ->check(
+            [&](const std::string& text)
+            {
+                const bool isGood =
+                    CLI::detail::lexical_cast(text.substr(0, text.find('x')), options.width) &&
+                    CLI::detail::lexical_cast(text.substr(std::min(text.find('x') + 1, text.size())), options.height);
+                return std::string(isGood ? "" : "a size looks like 1280x720");
+            },
+            "WxH");
+    app.add_option("--viewpoints", options.viewpoints,
+                   "without a window: so many still pictures in place of the flight")
+        ->check(CLI::Range(1, 10000));
+    app.add_option("--debug", options.debug, "show boxes, cells, culled, figures: words with commas between");
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::ParseError& error)
+    {
+        return app.exit(error) == 0 ? 0 : 1;
+    }
 
+    const auto isWanted = [&](const char* part)
+    { return parts.empty() || std::find(parts.begin(), parts.end(), part) != parts.end(); };
     GetFileSystem().AddRoot("assets");
     GetFileSystem().AddRoot(TAMRA_ASSET_FOLDER);
-    return RunSandbox(options) ? 0 : 1;
+    RegisterBuiltInComponents();
+    SandboxFiles files;
+    const bool isGood = PrepareSandbox(options, files) && (!isWanted("stream") || RunStreaming(options, files)) &&
+                        (!isWanted("view") || RunView(options, files));
+    return isGood ? 0 : 1;
 }

@@ -14,15 +14,9 @@
 
 namespace
 {
-// The name of the town, of its extract, of its scene file and of its picture.
-struct Files
-{
-    std::string extract;
-    std::string scene;
-    std::string picture;
-};
+constexpr int kFrames = 900;
 
-bool FindFiles(const SandboxOptions& options, Files& files)
+bool FindFiles(const SandboxOptions& options, SandboxFiles& files)
 {
     files.extract = GetFileSystem().FindFile(options.world);
     if (files.extract.empty())
@@ -44,11 +38,11 @@ bool FindFiles(const SandboxOptions& options, Files& files)
     std::string name = tamra::ToUtf8(tamra::ToPath(files.extract).filename());
     name = name.substr(0, name.find('.'));
     files.scene = tamra::ToUtf8(std::filesystem::absolute(folder / tamra::ToPath(name + ".sdb")));
-    files.picture = tamra::ToUtf8(folder / tamra::ToPath(name + ".png"));
+    files.map = tamra::ToUtf8(folder / tamra::ToPath(name + ".png"));
     return true;
 }
 
-bool ImportOnce(const Files& files)
+bool ImportOnce(const SandboxFiles& files)
 {
     if (std::filesystem::exists(tamra::ToPath(files.scene)))
         return true;
@@ -76,7 +70,17 @@ bool GetArea(CEntityArray_SaveLoad_SqliteDB& store, CTownFlight::Area& area)
     return area.max.x > area.min.x && area.max.y > area.min.y;
 }
 
-bool FlyAndEdit(const SandboxOptions& options, const Files& files)
+} // namespace
+
+bool PrepareSandbox(const SandboxOptions& options, SandboxFiles& files)
+{
+    if (!FindFiles(options, files))
+        return false;
+    CPhaseReport::PrintHeader();
+    return ImportOnce(files);
+}
+
+bool RunStreaming(const SandboxOptions& options, const SandboxFiles& files)
 {
     CScene scene;
     auto store = std::make_unique<CEntityArray_SaveLoad_SqliteDB>(files.scene.c_str(), scene.GetInterfaces());
@@ -91,7 +95,7 @@ bool FlyAndEdit(const SandboxOptions& options, const Files& files)
     CPhaseReport flying("flight");
     CTownFlight flight(scene, *store, area, options.seed);
     auto before = store->GetCounters();
-    flight.Fly(options.frames, edits, flying);
+    flight.Fly(options.frames > 0 ? options.frames : kFrames, edits, flying);
     flying.AddRows(before, store->GetCounters());
     flying.Print(static_cast<std::uint64_t>(scene.GetArray().GetCount()));
 
@@ -127,19 +131,8 @@ bool FlyAndEdit(const SandboxOptions& options, const Files& files)
     }
     std::printf("the file was opened anew: all %lld entities are there, with the content that they should have\n",
                 static_cast<long long>(equal));
-    if (!flight.WriteMap(files.picture))
+    if (!flight.WriteMap(files.map))
         return false;
-    std::printf("map of what was loaded: %s\n", files.picture.c_str());
+    std::printf("map of what was loaded: %s\n", files.map.c_str());
     return true;
-}
-} // namespace
-
-bool RunSandbox(const SandboxOptions& options)
-{
-    RegisterBuiltInComponents();
-    Files files;
-    if (!FindFiles(options, files))
-        return false;
-    CPhaseReport::PrintHeader();
-    return ImportOnce(files) && FlyAndEdit(options, files);
 }

@@ -8,8 +8,8 @@
 #include "tamraengine/renderer/renderer.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
+#include <utility>
 
 using namespace renderer;
 using collision::PrimAABB;
@@ -18,17 +18,21 @@ using occlusion::kBoxVertices;
 namespace
 {
 // A visible leaf is asked about again after so many passes, and up to as many more, so that not all are asked at once.
-constexpr std::uint32_t kVisiblePasses = 4;
+constexpr std::uint32_t kVisiblePasses = 6;
 // After a node turned out to be larger than what can be seen in it, its parts are asked about on their own for so long.
 constexpr std::uint32_t kApartPasses = 24;
+// An answer is waited for after so many passes, so that there is a bound to how late it can be.
+constexpr std::uint32_t kWaitPasses = 3;
 
 struct NodeState
 {
     std::uint32_t nextQuery = 0; // the pass in which a visible leaf is asked about again
     std::uint32_t apartUntil = 0;
+    std::uint32_t askedPass = 0;
     std::int32_t query = -1;
     bool isVisible = true;
     bool isPending = false; // an answer is under way
+    bool isStale = false;   // to a question from before the node was revealed
 };
 } // namespace
 
@@ -122,12 +126,14 @@ void COcclusionAABBTree::i_TakeAnswers()
     for (const std::int32_t index : state.pending)
     {
         NodeState& node = state.nodes[static_cast<std::size_t>(index)];
-        if (!state.queries->IsReady(node.query))
+        if (state.pass - node.askedPass < kWaitPasses && !state.queries->IsReady(node.query))
         {
             state.pending[left++] = index;
             continue;
         }
         node.isPending = false;
+        if (std::exchange(node.isStale, false))
+            continue;
         if (!state.queries->Read(node.query))
             node.isVisible = false;
         else if (!node.isVisible)
@@ -142,6 +148,7 @@ void COcclusionAABBTree::i_Reveal(std::size_t node)
     State& state = *m_state;
     state.nodes[node].isVisible = true;
     state.nodes[node].nextQuery = state.pass + kVisiblePasses;
+    state.nodes[node].isStale = state.nodes[node].isPending;
     const COcclusionBoxTree::Node& shape = state.tree.GetNodes()[node];
     if (shape.IsLeaf())
         return;
@@ -168,6 +175,7 @@ void COcclusionAABBTree::i_Ask(std::size_t index)
     state.unitBox->Draw(Primitive::Triangles, 0, kBoxVertices);
     state.queries->End();
     node.isPending = true;
+    node.askedPass = state.pass;
     node.nextQuery =
         state.pass + kVisiblePasses + static_cast<std::uint32_t>(index * 2654435761U >> 13) % kVisiblePasses;
     state.pending.push_back(static_cast<std::int32_t>(index));
@@ -185,6 +193,17 @@ void COcclusionAABBTree::i_Report(std::size_t leaf)
     }
 }
 
+// The near plane would cut the front off what is asked about, and leave what lies behind it.
+bool COcclusionAABBTree::i_IsAtNearPlane(const PrimAABB& box) const noexcept
+{
+    const float* plane = m_frustum.GetPlane(4);
+    const float* values = box.GetFloats();
+    float distance = plane[3];
+    for (int axis = 0; axis < 3; ++axis)
+        distance += plane[axis] * values[plane[axis] >= 0.0F ? axis : axis + 3];
+    return distance < 0.0F;
+}
+
 COcclusionAABBTree::Found COcclusionAABBTree::i_Visit(std::size_t index)
 {
     State& state = *m_state;
@@ -192,12 +211,15 @@ COcclusionAABBTree::Found COcclusionAABBTree::i_Visit(std::size_t index)
     NodeState& known = state.nodes[index];
     if (!m_frustum.Test(node.box))
         return Found::Outside;
-    const bool isInside = !state.canAsk || occlusion::Grow(node.box).Test(m_cameraPosition);
+    const bool isInside =
+        !state.canAsk || i_IsAtNearPlane(node.box) || occlusion::Grow(node.box).Test(m_cameraPosition);
     if (isInside)
         known.isVisible = true;
     if (!known.isVisible)
     {
-        i_Ask(index);
+        // Every other one in every other pass.
+        if ((index + state.pass) % 2 == 0)
+            i_Ask(index);
         return Found::Hidden;
     }
     if (!node.IsLeaf())
@@ -241,15 +263,14 @@ void COcclusionAABBTree::DoOcclusion()
     m_queryCount = 0;
     if (state.boxes.empty())
         return;
-    const CMatrix projectionView = m_frustum.GetProjectionView();
-    state.canAsk = i_Prepare() && !(projectionView == CMatrix(std::array<float, 16>{}.data()));
+    state.canAsk = !m_frustum.HoldsEverything() && i_Prepare();
     state.masks = state.blocks.Test(m_frustum);
     const CPreservedState guard(m_renderer->GetState());
     if (state.canAsk)
     {
         i_TakeAnswers();
         occlusion::SetQueryState(m_renderer->GetState());
-        state.program->SetMatrix("projectionView", projectionView);
+        state.program->SetMatrix("projectionView", m_frustum.GetProjectionView());
         state.program->Use();
     }
     i_Visit(0);

@@ -95,30 +95,15 @@ TEST(MaterialScript, HostileScriptsEndSoonInOneLine)
         {"while true do end", "m.lua:1: it takes too"},
         {"\nlocal function f() return f() end f()", "m.lua:2: it takes too"},
         {"for i = 1, 1e18 do end", "it takes too"},
-        {"pcall(function() while true do end end)", "global 'pcall'"},
-        {"coroutine.wrap(function() while true do end end)()", "global 'coroutine'"},
-        {"setmetatable({}, { __gc = function() while true do end end })", "global 'setmetatable'"},
         {"local s = 'x' while true do s = s .. s end", "bytes of memory"},
         {"local t = {} while true do t[#t + 1] = {} end", "bytes of memory"},
         {"local function f() return 1 + f() end f()", "m.lua"},
         {"local s = 'xxxxxxxx' for i = 1, 15 do s = s .. s end local t = s .. 'a' local u = s .. 'b' "
          "while true do if t < u and t == u then end end",
          "it takes too"},
-        {"return ('').rep('', 1 << 60)", "field 'rep'"},
-        {"return (('a'):find('(.-)*'))", "method 'find'"},
-        {"table.move({}, 1, 1 << 60, 2)", "field 'move'"},
         {"table.concat({}, 'x', 1, 1 << 60)", "at index 1 in table"},
         {"table.unpack({}, 1, 1e6)", "m.lua"},
         {"string.format('%9999d', 1)", "invalid conversion"},
-        {"io.open('x')", "global 'io'"},
-        {"os.exit()", "global 'os'"},
-        {"require 'x'", "global 'require'"},
-        {"load('x')", "global 'load'"},
-        {"dofile('x')", "global 'dofile'"},
-        {"debug.getregistry()", "global 'debug'"},
-        {"collectgarbage('stop')", "global 'collectgarbage'"},
-        {"math.randomseed(1)", "field 'randomseed'"},
-        {"string.dump(print)", "field 'dump'"},
         {"\x1BLua\x54", "attempt to load a binary chunk"},
         {std::string(60000, '('), "m.lua: C stack overflow"},
         {"local x = " + std::string(60000, '{'), "m.lua: C stack overflow"},
@@ -129,6 +114,15 @@ TEST(MaterialScript, HostileScriptsEndSoonInOneLine)
         const test::ExpectLog expected{fault};
         EXPECT_FALSE(RunMaterialScript("m.lua", text)) << text;
     }
+    // What reaches out, catches the errors above, or loops in C, is not there.
+    EXPECT_TRUE(RunMaterialScript("m.lua", R"(
+        local missing = { "pcall", "xpcall", "coroutine", "setmetatable", "getmetatable", "io", "os", "debug", "package",
+                          "require", "load", "loadfile", "dofile", "collectgarbage", "random", "randomseed", "dump",
+                          "find", "match", "gmatch", "gsub", "rep", "pack", "move", "sort", "rawset", "warn" }
+        for _, functions in ipairs { _ENV, math, string, table } do
+            for _, name in ipairs(missing) do assert(functions[name] == nil and ("")[name] == nil, name) end
+        end
+        )" + MakePass("")));
 }
 
 TEST(MaterialScript, PrintsToTheLogAndNotForEver)

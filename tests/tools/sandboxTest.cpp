@@ -3,9 +3,14 @@
 #include "support/expectations.h"
 #include "tests/tools/townFixture.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -18,22 +23,33 @@ protected:
     bool Run(const std::string& arguments)
     {
         const std::string log = m_folder.Path("log");
-        const int status = std::system(
-            (TAMRA_PROGRAM_FOLDER "/sandbox " + arguments + " --out " + m_folder.Path("out") + " >" + log + " 2>&1")
-                .c_str());
+        const int status = std::system(("env " + m_environment + " " TAMRA_PROGRAM_FOLDER "/sandbox " + arguments +
+                                        " --out " + m_folder.Path("out") + " >" + log + " 2>&1")
+                                           .c_str());
         m_text = test::ReadFile(log);
         return status == 0;
     }
 
+    static int GetMostOccluded(const std::string& summary)
+    {
+        const std::string key = "\"occluded\": ";
+        int most = 0;
+        for (std::size_t at = summary.find(key); at != std::string::npos; at = summary.find(key, at + 1))
+            most = std::max(most, std::atoi(summary.c_str() + at + key.size()));
+        return most;
+    }
+
     test::TemporaryFolder m_folder;
+    std::string m_environment; // assignments before the program, or options of env
     std::string m_text;
+    std::vector<std::string> m_pictures;
 };
 
 TEST_F(Sandbox, ImportsOnceAndFindsEverythingAgain)
 {
     for (const bool isFirst : {true, false})
     {
-        ASSERT_TRUE(Run(isFirst ? "--frames 200 --seed 1" : "--frames 200 --seed 77")) << m_text;
+        ASSERT_TRUE(Run(isFirst ? "stream --frames 200 --seed 1" : "stream --frames 200 --seed 77")) << m_text;
         EXPECT_EQ(m_text.find("\nimport ") != std::string::npos, isFirst) << m_text;
         EXPECT_NE(m_text.find("with the content that they should have"), std::string::npos) << m_text;
         EXPECT_GT(std::filesystem::file_size(m_folder.Path("out/manhattan.png")), 100000U);
@@ -45,5 +61,75 @@ TEST_F(Sandbox, ImportsOnceAndFindsEverythingAgain)
     EXPECT_FALSE(Run("--world nowhere"));
     EXPECT_NE(m_text.find("nowhere"), std::string::npos);
     EXPECT_EQ(m_text.find('\n'), m_text.size() - 1) << "one line";
+}
+
+// Every culler must leave the picture as it is, seen from where the camera stays long enough.
+TEST_F(Sandbox, CullersDoNotChangeThePicture)
+{
+    constexpr int kViewpoints = 24;
+    const auto run = [&](const std::string& culler)
+    {
+        ASSERT_TRUE(
+            Run("view --headless --size 240x136 --viewpoints " + std::to_string(kViewpoints) + " --culler " + culler))
+            << m_text;
+        m_pictures.clear();
+        for (int i = 0; i < kViewpoints; ++i)
+        {
+            char name[32];
+            std::snprintf(name, sizeof name, "out/frame%04d.png", i);
+            m_pictures.push_back(test::ReadFile(m_folder.Path(name)));
+        }
+    };
+    run("none");
+    const auto expected = m_pictures;
+    EXPECT_EQ(std::set<std::string>(expected.begin(), expected.end()).size(), expected.size());
+    for (const char* culler : {"bruteforce", "tree", "software", "gpu"})
+    {
+        SCOPED_TRACE(culler);
+        run(culler);
+        for (int i = 0; i < kViewpoints; ++i)
+            EXPECT_TRUE(m_pictures[static_cast<std::size_t>(i)] == expected[static_cast<std::size_t>(i)]) << i;
+        // And it must be of some use.
+        const std::string summary = test::ReadFile(m_folder.Path("out/summary.json"));
+        EXPECT_NE(summary.find("\"culler\": \"" + std::string(culler) + "\""), std::string::npos);
+        EXPECT_GT(GetMostOccluded(summary), 200) << summary;
+    }
+}
+
+TEST_F(Sandbox, SaysInOneLineWhyThereIsNoView)
+{
+    ASSERT_TRUE(Run("view --headless --size 64x36 --frames 1 --debug boxes,cells,culled,figures")) << m_text;
+    const auto fails = [&](const std::string& arguments, const std::string& environment = {})
+    {
+        m_environment = environment;
+        EXPECT_FALSE(Run("view --headless --frames 1 " + arguments)) << arguments << environment;
+        const std::size_t line = m_text.find("[ERROR]");
+        return line != std::string::npos && m_text.find("[ERROR]", line + 1) == std::string::npos;
+    };
+    EXPECT_TRUE(fails("--size 0x0"));
+    EXPECT_TRUE(fails("--size 20000x20000"));
+    EXPECT_TRUE(fails("--debug everything"));
+    EXPECT_TRUE(fails("", "__EGL_VENDOR_LIBRARY_FILENAMES=/nowhere")) << m_text;
+    EXPECT_TRUE(fails("", "MESA_GL_VERSION_OVERRIDE=3.3")) << m_text;
+    // A culler without its shader sees everything.
+    const std::filesystem::path shader = m_folder.Path("assets/shaders/occlusionhiz_test.comp");
+    std::filesystem::create_directories(shader.parent_path());
+    test::WriteFile(shader.string(), "void main() { nonsense(); }");
+    m_environment = "-C " + m_folder.Path("");
+    EXPECT_TRUE(Run("view --headless --frames 2 --size 64x36 --culler gpu")) << m_text;
+    EXPECT_NE(m_text.find("occlusionhiz_test.comp:1: "), std::string::npos) << m_text;
+    // Assets of the current folder come before those of the installation.
+    for (const auto& [file, text] : {std::pair{"assets/shaders/town.frag", "void main() { nonsense; }"},
+                                     {"assets/materials/town.lua", "while true do end"},
+                                     {"assets/materials/town.lua", "pass {"},
+                                     {"assets/materials/town.lua", "pass(nil .. 1)"},
+                                     {"assets/materials/town.lua", ""}})
+    {
+        const std::filesystem::path path = m_folder.Path(file);
+        std::filesystem::create_directories(path.parent_path());
+        test::WriteFile(path.string(), text);
+        EXPECT_TRUE(fails("", "-C " + m_folder.Path(""))) << text << m_text;
+        std::filesystem::remove(path);
+    }
 }
 } // namespace

@@ -1,0 +1,157 @@
+#include "apps/sandbox/townModel.h"
+
+#include "gameengine/engine/aabbGridAdvice.h"
+#include "gameengine/engine/componentLight.h"
+#include "gameengine/engine/componentRuntimeData.h"
+#include "gameengine/engine/componentTransformDirect.h"
+#include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
+#include "tamradeps/core/log.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+constexpr std::size_t kMaxLamps = 400;
+constexpr float kLampHeight = 7.0F;
+constexpr float kLampRange = 26.0F;
+constexpr float kMargin = 50.0F;
+
+template <class Component>
+Component* Make(CEntity* entity)
+{
+    return static_cast<Component*>(Component::CreateComponent(entity));
+}
+
+// A frame with its X axis along the direction and its Z axis up.
+CMatrix LookAlong(CVector3 position, CVector3 direction)
+{
+    CMatrix matrix;
+    const CVector3 x = direction.Normalized();
+    const CVector3 y = CVector3(0, 0, 1).Cross(x).Normalized();
+    matrix.SetLocalX(x);
+    matrix.SetLocalY(y);
+    matrix.SetLocalZ(x.Cross(y));
+    matrix.SetTranslation(position);
+    return matrix;
+}
+} // namespace
+
+bool CTownModel::Load(const std::string& path)
+{
+    CEntityArray_SaveLoad_SqliteDB store(path.c_str(), m_scene.GetInterfaces());
+    std::vector<std::int64_t> rows;
+    if (!store.IsOpen() || !store.CollectRows(nullptr, nullptr, rows) || rows.empty())
+    {
+        tamra::log::Error(tamra::log::Quoted(path) + " holds no town; delete it to have it imported again");
+        return false;
+    }
+    std::sort(rows.begin(), rows.end());
+    for (const std::int64_t row : rows)
+    {
+        CEntity* const entity = store.LoadRow(row);
+        const TownKind kind = entity ? GetTownKind(*entity) : TownKind::None;
+        if (kind == TownKind::None)
+            continue;
+        PrepareTownEntity(*entity);
+        m_entities.push_back(entity);
+        m_kinds.push_back(kind);
+        m_boxes.push_back(entity->Find<ComponentTransform>()->GetBoundingBox());
+        const auto index = static_cast<std::size_t>(entity->GetIndex());
+        m_numbers.resize(std::max(m_numbers.size(), index + 1), -1);
+        m_numbers[index] = static_cast<std::int32_t>(m_entities.size() - 1);
+    }
+    if (m_entities.empty())
+        return false;
+    i_MakeTree();
+    i_MakeView();
+    i_MakeLamps();
+    return true;
+}
+
+int CTownModel::GetNumber(const CEntity* entity) const noexcept
+{
+    const auto index = static_cast<std::size_t>(entity->GetIndex());
+    const int number = index < m_numbers.size() ? m_numbers[index] : -1;
+    return number >= 0 && m_entities[static_cast<std::size_t>(number)] == entity ? number : -1;
+}
+
+void CTownModel::i_MakeTree()
+{
+    const AABBGridAdvice advice = AdviseGrid(m_scene.GetArray());
+    m_min = advice.bounds.GetMin();
+    m_max = advice.bounds.GetMax();
+    const float bounds[6] = {m_min.x - kMargin, m_min.y - kMargin, m_min.z - kMargin,
+                             m_max.x + kMargin, m_max.y + kMargin, m_max.z + kMargin};
+    const float cellHeight = std::max(advice.cellSize.z, (bounds[5] - bounds[2]) / 8.0F);
+    m_tree->InitializeWithDynamicGrid(bounds, advice.cellSize.x, advice.cellSize.y, cellHeight);
+    m_tree->AddSource(&m_scene.GetArray());
+    for (CEntity* entity : m_entities)
+        m_tree->Add(entity);
+}
+
+void CTownModel::i_MakeView()
+{
+    m_viewer = new CEntity(m_scene.GetInterfaces());
+    m_viewer->LockComponentList();
+    Make<ComponentTransformDirect>(m_viewer.Get());
+    m_camera = Make<ComponentCamera>(m_viewer.Get());
+    m_settings = Make<ComponentRenderSettings>(m_viewer.Get());
+    m_viewer->UnlockComponentList();
+    m_camera->SetFov(60.0F);
+    m_camera->SetNear(1.0F);
+    m_camera->SetFar(6000.0F);
+    // A late summer afternoon, with haze over the rivers.
+    const float haze[4] = {0.72F, 0.74F, 0.75F, 1.0F};
+    const float ambient[4] = {0.44F, 0.47F, 0.54F, 1.0F};
+    m_settings->SetClearColor(haze);
+    m_settings->SetAmbientColor(ambient);
+    m_settings->SetFog(true, 150.0F, 4000.0F);
+}
+
+CEntity* CTownModel::i_MakeLight(const CMatrix& matrix)
+{
+    RefPtr<CEntity> entity = new CEntity(m_scene.GetInterfaces());
+    entity->LockComponentList();
+    Make<ComponentRuntimeData>(entity.Get());
+    auto* transform = Make<ComponentTransformDirect>(entity.Get());
+    Make<ComponentLight>(entity.Get());
+    entity->UnlockComponentList();
+    transform->SetTransform(matrix);
+    m_lights->Add(entity.Get());
+    return entity.Get();
+}
+
+// The sun, and a lamp in the middle of each wide street's piece.
+void CTownModel::i_MakeLamps()
+{
+    auto* sun = i_MakeLight(LookAlong({}, {0.55F, 0.5F, -0.62F}))->Find<ComponentLight>();
+    const float sunColor[4] = {1.0F, 0.86F, 0.66F, 1.0F};
+    sun->SetLightType(ComponentLightType::Directional);
+    sun->SetLightColor(sunColor);
+
+    std::size_t lamps = 0;
+    const float lampColor[4] = {0.85F, 0.55F, 0.25F, 1.0F};
+    for (std::size_t i = 0; i < m_entities.size() && lamps < kMaxLamps; ++i)
+    {
+        const CMatrix& matrix = m_entities[i]->Find<ComponentTransform>()->GetTransform();
+        if (m_kinds[i] != TownKind::Street || matrix.GetLocalY().Length() < 8.0F || matrix.GetLocalX().Length() < 30.0F)
+            continue;
+        CMatrix place;
+        place.SetTranslation(matrix.Translation() + CVector3(0, 0, kLampHeight));
+        auto* light = i_MakeLight(place)->Find<ComponentLight>();
+        light->SetRange(kLampRange);
+        light->SetLightColor(lampColor);
+        ++lamps;
+    }
+}
+
+void CTownModel::SetCamera(CVector3 eye, CVector3 direction)
+{
+    m_viewer->Find<ComponentTransform>()->SetTransform(LookAlong(eye, direction));
+}
+
+CVector3 CTownModel::GetEye() const
+{
+    return m_viewer->Find<ComponentTransform>()->GetTransform().Translation();
+}

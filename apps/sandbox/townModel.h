@@ -1,0 +1,63 @@
+#pragma once
+
+#include "gameengine/engine/componentCamera.h"
+#include "gameengine/engine/componentRenderSettings.h"
+#include "gameengine/engine/entityArrayAccelerationTree.h"
+#include "gameengine/engine/scene.h"
+#include "tools/sceneTools/townEntity.h"
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+/// A town that is wholly loaded, with what belongs to a view of it: a camera, the sun, lamps, and settings of the
+/// renderer. A grid keeps track of what is where.
+class CTownModel
+{
+public:
+    /// Loads the scene file. False and one log line when it cannot be read or holds no town.
+    bool Load(const std::string& path);
+
+    CScene& GetScene() noexcept { return m_scene; }
+    CEntityArray_AccelerationTree& GetTree() noexcept { return *m_tree; }
+    ComponentCamera& GetCamera() noexcept { return *m_camera; }
+    const ComponentRenderSettings& GetSettings() const noexcept { return *m_settings; }
+
+    /// The town's entities in the order of their rows, so that runs can be compared. Valid as long as the model.
+    std::span<CEntity* const> GetEntities() const noexcept { return m_entities; }
+    /// The place of an entity in `GetEntities`, -1 for others.
+    int GetNumber(const CEntity* entity) const noexcept;
+    TownKind GetKind(std::size_t number) const noexcept { return m_kinds[number]; }
+    const collision::PrimAABB& GetBox(std::size_t number) const noexcept { return m_boxes[number]; }
+
+    /// The sun and the lamps.
+    CEntityArray& GetLights() noexcept { return *m_lights; }
+
+    /// Puts the camera somewhere, looking along a direction that is not vertical.
+    void SetCamera(CVector3 eye, CVector3 direction);
+    CVector3 GetEye() const;
+
+    CVector3 GetMin() const noexcept { return m_min; }
+    CVector3 GetMax() const noexcept { return m_max; }
+
+private:
+    void i_MakeTree();
+    void i_MakeView();
+    void i_MakeLamps();
+    CEntity* i_MakeLight(const CMatrix& matrix);
+
+    CScene m_scene;
+    RefPtr<CEntityArray_AccelerationTree> m_tree{new CEntityArray_AccelerationTree};
+    RefPtr<CEntityArray> m_lights{new CEntityArray};
+    RefPtr<CEntity> m_viewer;
+    ComponentCamera* m_camera = nullptr;
+    ComponentRenderSettings* m_settings = nullptr;
+    std::vector<CEntity*> m_entities;
+    std::vector<TownKind> m_kinds;
+    std::vector<collision::PrimAABB> m_boxes;
+    std::vector<std::int32_t> m_numbers; // by entity index
+    CVector3 m_min;
+    CVector3 m_max;
+};
