@@ -99,6 +99,7 @@ public:
     void ClearFaults();
 
 private:
+    void i_Append(std::string_view token);
     void i_SkipAheadAfterSeperator();
     std::string_view i_PeekWord(std::size_t maxLength);
     bool i_Finish(bool good);
