@@ -8,7 +8,6 @@
 #include "tamraengine/renderer/renderer.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <utility>
 
@@ -194,6 +193,17 @@ void COcclusionAABBTree::i_Report(std::size_t leaf)
     }
 }
 
+// The near plane would cut the front off what is asked about, and leave what lies behind it.
+bool COcclusionAABBTree::i_IsAtNearPlane(const PrimAABB& box) const noexcept
+{
+    const float* plane = m_frustum.GetPlane(4);
+    const float* values = box.GetFloats();
+    float distance = plane[3];
+    for (int axis = 0; axis < 3; ++axis)
+        distance += plane[axis] * values[plane[axis] >= 0.0F ? axis : axis + 3];
+    return distance < 0.0F;
+}
+
 COcclusionAABBTree::Found COcclusionAABBTree::i_Visit(std::size_t index)
 {
     State& state = *m_state;
@@ -201,7 +211,8 @@ COcclusionAABBTree::Found COcclusionAABBTree::i_Visit(std::size_t index)
     NodeState& known = state.nodes[index];
     if (!m_frustum.Test(node.box))
         return Found::Outside;
-    const bool isInside = !state.canAsk || occlusion::Grow(node.box).Test(m_cameraPosition);
+    const bool isInside =
+        !state.canAsk || i_IsAtNearPlane(node.box) || occlusion::Grow(node.box).Test(m_cameraPosition);
     if (isInside)
         known.isVisible = true;
     if (!known.isVisible)
@@ -252,15 +263,14 @@ void COcclusionAABBTree::DoOcclusion()
     m_queryCount = 0;
     if (state.boxes.empty())
         return;
-    const CMatrix projectionView = m_frustum.GetProjectionView();
-    state.canAsk = i_Prepare() && !(projectionView == CMatrix(std::array<float, 16>{}.data()));
+    state.canAsk = !m_frustum.HoldsEverything() && i_Prepare();
     state.masks = state.blocks.Test(m_frustum);
     const CPreservedState guard(m_renderer->GetState());
     if (state.canAsk)
     {
         i_TakeAnswers();
         occlusion::SetQueryState(m_renderer->GetState());
-        state.program->SetMatrix("projectionView", projectionView);
+        state.program->SetMatrix("projectionView", m_frustum.GetProjectionView());
         state.program->Use();
     }
     i_Visit(0);
