@@ -21,11 +21,10 @@ struct FrustumQuery;
 ///     culler->SetBoundingBoxes(count, boxes);
 ///     culler->DoOcclusion();
 ///
-/// Never culls a box of which a pixel can be seen, at any resolution of the picture: occluders cover only what they
-/// fill wholly, boxes count with their nearest point and all pixels that they touch. So the occluders must really fill
-/// their shape: the inside of a box must be solid for all that looks at it, a triangle has no holes. What is neither
-/// may be hidden is found by size: an occluder that covers few pixels of the buffer hides nothing. Triangles hide from
-/// both sides and lose up to a pixel along each edge, so use few and large ones.
+/// Never culls a box of which a pixel can be seen, at any resolution of the picture: occluders cover only the pixels
+/// that they fill wholly, boxes count with their nearest point and all pixels that they touch. So occluders must really
+/// fill their shape: a box must be solid, a triangle without holes. All lose up to two pixels along their outline, and
+/// those that are only a few pixels large hide nothing: use few and large ones. Triangles hide from both sides.
 ///
 /// Without occluders, or without a view-projection since the last `SetFrameData`, it tests the frustum alone, exactly
 /// as PrimFrustum::Test. Visible indices come in ascending order. The answer depends neither on the number of threads
