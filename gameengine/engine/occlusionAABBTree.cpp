@@ -17,23 +17,36 @@ using occlusion::kBoxVertices;
 
 namespace
 {
+// A hidden node is asked about again after so many passes.
+constexpr std::uint32_t kHiddenPasses = 2;
 // A visible leaf is asked about again after so many passes, and up to as many more, so that not all are asked at once.
 constexpr std::uint32_t kVisiblePasses = 6;
 // After a node turned out to be larger than what can be seen in it, its parts are asked about on their own for so long.
 constexpr std::uint32_t kApartPasses = 24;
 // An answer is waited for after so many passes, so that there is a bound to how late it can be.
 constexpr std::uint32_t kWaitPasses = 3;
+// Leaves of which nothing is known are asked about in groups of some neighbours, one in each of so many passes.
+constexpr std::uint32_t kGroupPasses = 8;
+constexpr std::size_t kGroupNodes = 32;
+constexpr std::int32_t kOverduePasses = 8; // more than an answer can be late
 
 struct NodeState
 {
     std::uint32_t nextQuery = 0; // the pass in which a visible leaf is asked about again
     std::uint32_t apartUntil = 0;
     std::uint32_t askedPass = 0;
+    std::uint32_t checkedPass = 0; // the oldest question that says that all of a hidden node is
     std::int32_t query = -1;
+    std::int32_t parent = -1;
     bool isVisible = true;
     bool isPending = false; // an answer is under way
     bool isStale = false;   // to a question from before the node was revealed
 };
+
+std::uint32_t GetGroupPass(std::size_t node)
+{
+    return static_cast<std::uint32_t>(node / kGroupNodes) % kGroupPasses;
+}
 } // namespace
 
 struct COcclusionAABBTree::State
@@ -100,7 +113,16 @@ void COcclusionAABBTree::i_Forget()
             state.queries->Release(node.query);
     }
     state.pending.clear();
-    state.nodes.assign(state.tree.GetNodes().size(), {});
+    const auto nodes = state.tree.GetNodes();
+    state.nodes.assign(nodes.size(), {});
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+    {
+        state.nodes[i].nextQuery = state.pass + 1 + GetGroupPass(i);
+        if (nodes[i].IsLeaf())
+            continue;
+        state.nodes[i + 1].parent = static_cast<std::int32_t>(i);
+        state.nodes[static_cast<std::size_t>(nodes[i].first)].parent = static_cast<std::int32_t>(i);
+    }
     m_visibleCount = 0;
 }
 
@@ -142,22 +164,36 @@ void COcclusionAABBTree::i_TakeAnswers()
     state.pending.resize(left);
 }
 
-// Something in the node has come out of hiding. What, is asked at once; until then it may be all of it.
-void COcclusionAABBTree::i_Reveal(std::size_t node)
+// Something in the node has come out of hiding. What, is asked soon; until then it may be all of it.
+void COcclusionAABBTree::i_Reveal(std::size_t index)
 {
     State& state = *m_state;
-    state.nodes[node].isVisible = true;
-    state.nodes[node].nextQuery = state.pass + kVisiblePasses;
-    state.nodes[node].isStale = state.nodes[node].isPending;
-    const COcclusionBoxTree::Node& shape = state.tree.GetNodes()[node];
+    i_RevealBelow(index, index);
+    // They were hidden together with the node; what else is in them still is.
+    for (std::int32_t above = state.nodes[index].parent; above >= 0;)
+    {
+        NodeState& node = state.nodes[static_cast<std::size_t>(above)];
+        if (!node.isVisible)
+            node.isStale = node.isPending;
+        node.isVisible = true;
+        above = node.parent;
+    }
+}
+
+void COcclusionAABBTree::i_RevealBelow(std::size_t index, std::size_t top)
+{
+    State& state = *m_state;
+    NodeState& node = state.nodes[index];
+    node.isVisible = true;
+    node.isStale = node.isPending;
+    node.nextQuery = state.pass + (index == top ? kVisiblePasses : GetGroupPass(index - top));
+    const COcclusionBoxTree::Node& shape = state.tree.GetNodes()[index];
     if (shape.IsLeaf())
         return;
-    state.nodes[node].apartUntil = state.pass + kApartPasses;
-    for (const std::size_t child : {node + 1, static_cast<std::size_t>(shape.first)})
-    {
-        i_Reveal(child);
-        state.nodes[child].nextQuery = state.pass;
-    }
+    if (index == top)
+        node.apartUntil = state.pass + kApartPasses;
+    i_RevealBelow(index + 1, top);
+    i_RevealBelow(static_cast<std::size_t>(shape.first), top);
 }
 
 void COcclusionAABBTree::i_Ask(std::size_t index)
@@ -176,6 +212,7 @@ void COcclusionAABBTree::i_Ask(std::size_t index)
     state.queries->End();
     node.isPending = true;
     node.askedPass = state.pass;
+    node.checkedPass = state.pass;
     node.nextQuery =
         state.pass + kVisiblePasses + static_cast<std::uint32_t>(index * 2654435761U >> 13) % kVisiblePasses;
     state.pending.push_back(static_cast<std::int32_t>(index));
@@ -217,14 +254,18 @@ COcclusionAABBTree::Found COcclusionAABBTree::i_Visit(std::size_t index)
         known.isVisible = true;
     if (!known.isVisible)
     {
-        // Every other one in every other pass.
-        if ((index + state.pass) % 2 == 0)
+        // Half of the nodes in each pass; what was not asked about for long does not wait for its turn.
+        const std::uint32_t age = state.pass - known.checkedPass;
+        if (age >= kHiddenPasses || (age > 0 && (index + state.pass) % 2 == 0))
             i_Ask(index);
         return Found::Hidden;
     }
     if (!node.IsLeaf())
         return i_VisitChildren(index);
     i_Report(index);
+    // Those that have just come into the frustum take turns.
+    if (static_cast<std::int32_t>(state.pass - known.nextQuery) > kOverduePasses)
+        known.nextQuery = state.pass + GetGroupPass(index);
     if (!isInside && static_cast<std::int32_t>(state.pass - known.nextQuery) >= 0)
         i_Ask(index);
     return Found::Visible;
@@ -249,9 +290,12 @@ COcclusionAABBTree::Found COcclusionAABBTree::i_VisitChildren(std::size_t index)
         return Found::Visible;
     if (first == Found::Outside || second == Found::Outside)
         return first == second ? Found::Outside : Found::Visible;
+    NodeState& known = state.nodes[index];
+    known.checkedPass = state.pass - std::max(state.pass - state.nodes[children[0]].checkedPass,
+                                              state.pass - state.nodes[children[1]].checkedPass);
     // One question for both from now on.
-    if (static_cast<std::int32_t>(state.pass - state.nodes[index].apartUntil) >= 0)
-        state.nodes[index].isVisible = false;
+    if (static_cast<std::int32_t>(state.pass - known.apartUntil) >= 0)
+        known.isVisible = false;
     return Found::Hidden;
 }
 

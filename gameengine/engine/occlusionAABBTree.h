@@ -14,7 +14,7 @@
 ///     culler->DoOcclusion();
 ///
 /// A node is visible until the device has said otherwise, and all boxes of a visible leaf that are in the frustum count
-/// as visible. What comes out of hiding is found within three passes, and within eight when the device is behind: an
+/// as visible. What comes out of hiding is found by the third pass, and by the eighth when the device is behind: an
 /// answer is waited for when it is three passes late. What becomes hidden counts as visible for up to twenty. A camera
 /// sees a node that it is inside of, or within one unit of, or that its near plane cuts. Visible indices come leaf by
 /// leaf, roughly the nearest first.
@@ -50,6 +50,7 @@ private:
     void i_Forget();
     void i_TakeAnswers();
     void i_Reveal(std::size_t node);
+    void i_RevealBelow(std::size_t node, std::size_t top);
     Found i_Visit(std::size_t node);
     Found i_VisitChildren(std::size_t node);
     void i_Report(std::size_t leaf);

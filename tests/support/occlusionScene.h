@@ -38,10 +38,10 @@ protected:
         m_target->Bind();
     }
 
-    void LookFrom(CVector3 eye, CVector3 target)
+    void LookFrom(CVector3 eye, CVector3 target, float nearDistance = 1.0F)
     {
         m_eye = eye;
-        m_projectionView = CMatrix::Projection(60, static_cast<float>(kWidth) / kHeight, 1.0F, 500.0F) *
+        m_projectionView = CMatrix::Projection(60, static_cast<float>(kWidth) / kHeight, nearDistance, 500.0F) *
                            CMatrix::View(eye, target, {0, 0, 1});
     }
 
@@ -107,8 +107,9 @@ protected:
                 {{values[(corner & 1) * 3], values[(corner & 2) / 2 * 3 + 1], values[(corner & 4) / 4 * 3 + 2]}});
     }
 
+    /// Waits for the device, so that the next pass has the answers, unless told not to.
     template <class Culler>
-    std::set<int> Pass(Culler& culler)
+    std::set<int> Pass(Culler& culler, bool isDeviceQuick = true)
     {
         DrawScene();
         culler.SetFrameData(0, collision::PrimFrustum(m_projectionView), m_eye);
@@ -116,7 +117,8 @@ protected:
                 dynamic_cast<COcclusionAABBSoftwareHierarchicalZ*>(static_cast<COcclusionAABBBase*>(&culler)))
             software->SetViewProjection(m_projectionView);
         culler.DoOcclusion();
-        glFinish(); // so that the next pass has the answer
+        if (isDeviceQuick)
+            glFinish();
         std::set<int> visible;
         for (int i = 0; i < culler.GetVisibleCount(); ++i)
             visible.insert(culler.GetVisibleID(i));
