@@ -49,6 +49,7 @@ public:
     virtual void FillRect(const GuiRecti& rect, Color color) = 0;
     /// The outline, inside of the rectangle.
     virtual void FrameRect(const GuiRecti& rect, Color color, int width = 1) = 0;
+    /// Radii are at most 16 pixels, and half of the rectangle; larger ones count as these.
     virtual void FillRoundRect(const GuiRecti& rect, int radius, Color color) = 0;
     virtual void FrameRoundRect(const GuiRecti& rect, int radius, Color color) = 0;
     virtual void FillTriangle(Vec2<float> a, Vec2<float> b, Vec2<float> c, Color color) = 0;

@@ -224,17 +224,16 @@ void DrawI::i_SlantedLine(Vec2<float> from, Vec2<float> to, Color color, float w
 
 bool DrawI::i_CanRound(const GuiRecti& rect, int& radius) const
 {
-    radius = std::min({radius, rect.w / 2, rect.h / 2});
+    radius = std::min({radius, kMaxRadius, rect.w / 2, rect.h / 2});
     return radius > 0 && m_corners.IsValid();
 }
 
 void DrawI::i_RoundCorners(const GuiRecti& rect, int radius, int tileRow, Color color)
 {
     const Edges e(rect);
-    const int tile = std::min(radius, kMaxRadius);
-    const GuiRectf uvs = FlipUVs({static_cast<float>(GetCornerColumn(tile)) / kCornersWidth,
-                                  static_cast<float>(tileRow) / kCornersHeight,
-                                  static_cast<float>(tile) / kCornersWidth, static_cast<float>(tile) / kCornersHeight});
+    const GuiRectf uvs = FlipUVs(
+        {static_cast<float>(GetCornerColumn(radius)) / kCornersWidth, static_cast<float>(tileRow) / kCornersHeight,
+         static_cast<float>(radius) / kCornersWidth, static_cast<float>(radius) / kCornersHeight});
     const GuiRectf rightUvs{uvs.x + uvs.w, uvs.y, -uvs.w, uvs.h};
     const auto mirror = [](const GuiRectf& r) { return GuiRectf(r.x, r.y + r.h, r.w, -r.h); };
     const auto r = static_cast<float>(radius);
