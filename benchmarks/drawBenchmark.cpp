@@ -70,11 +70,11 @@ private:
 
 void Collect(gui::DrawI& draw, const std::vector<Button>& buttons)
 {
-    gui::Draw& interface = draw; // as widgets call it
+    gui::Draw& drawer = draw; // as widgets call it
     for (const Button& button : buttons)
     {
-        interface.FillRect({button.x, button.y, 24, 15}, 0xFF705038);
-        interface.Text(button.x + 1, button.y + 1, {button.label.data(), 5}, 0xFFFFFFFF, gui::TFB_PIXEL);
+        drawer.FillRect({button.x, button.y, 24, 15}, 0xFF705038);
+        drawer.Text(button.x + 1, button.y + 1, {button.label.data(), 5}, 0xFFFFFFFF, gui::TFB_PIXEL);
     }
 }
 

@@ -4,8 +4,7 @@
 usage: make-roundcorners.py OUT.png
 
 The first row holds the upper left corners of white discs of radius 1 to 16, the second those of rings one pixel wide,
-each with a pixel of what continues it around; on the right is a white square. gameengine/gui/draw2D/drawI.cpp knows
-the places.
+each with a pixel of what continues it around. gameengine/gui/draw2D/drawI.cpp knows the places.
 """
 
 import pathlib
@@ -16,7 +15,6 @@ import zlib
 WIDTH, HEIGHT = 256, 64
 MAX_RADIUS = 16
 DISC_ROW, RING_ROW = 1, 20
-WHITE = range(240, 248), range(8, 16)
 SAMPLES = 16
 
 
@@ -40,9 +38,6 @@ def main():
     if len(sys.argv) != 2:
         sys.exit(__doc__)
     alpha = [bytearray(WIDTH) for _ in range(HEIGHT)]
-    for y in WHITE[1]:
-        for x in WHITE[0]:
-            alpha[y][x] = 255
     column = 1
     for radius in range(1, MAX_RADIUS + 1):
         for row, is_ring in ((DISC_ROW, False), (RING_ROW, True)):

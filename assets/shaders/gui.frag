@@ -1,7 +1,8 @@
-// The GUI: a colour, with GUI_TEXTURE multiplied by an image.
+// The GUI: a colour, with GUI_TEXTURE and where there is one multiplied by an image.
 
 in vec2 imagePosition;
 in vec4 vertexColor;
+flat in float imageShare;
 
 #ifdef GUI_TEXTURE
 layout(binding = 0) uniform sampler2D image;
@@ -13,6 +14,6 @@ void main()
 {
     result = vertexColor;
 #ifdef GUI_TEXTURE
-    result *= texture(image, imagePosition);
+    result *= mix(vec4(1.0), texture(image, imagePosition), imageShare);
 #endif
 }

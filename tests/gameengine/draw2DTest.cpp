@@ -284,22 +284,23 @@ TEST_F(Draw2DTest, CallsFollowTheChanges)
     EXPECT_EQ(count(), 0U);
     for (int i = 0; i < 10; ++i)
         label(13 * i);
-    EXPECT_EQ(count(), 1U) << "the font has white to fill areas with";
+    EXPECT_EQ(count(), 1U) << "areas do not end the font's batch";
     EXPECT_EQ(At(90, 5), kBlue);
     EXPECT_EQ(At(1, 1), kBlue);
     m_draw->FillRect({0, 0, 9, 9}, kRed);
     m_draw->DrawImage(image, {9, 0, 9, 9}, kWhite);
     m_draw->DrawImage(image, {18, 0, 9, 9}, kWhite);
     m_draw->FillRect({27, 0, 9, 9}, kRed);
-    m_draw->PushClip({0, 20, 50, 50}); // the changes: plain, image, plain, clip, texture
+    m_draw->Text(60, 0, "x", kWhite, TFB_PIXEL);
+    m_draw->PushClip({0, 20, 50, 50}); // the changes: plain and image, text, clip with plain and image
     m_draw->FillRect({0, 0, 99, 99}, kRed);
     m_draw->DrawImage(image, {0, 20, 9, 9}, kWhite);
     m_draw->PopClip();
     m_draw->PushClip({0, 0, 0, 0});
     label(0);
     m_draw->PopClip();
-    EXPECT_EQ(count(), 5U);
-    EXPECT_EQ(m_draw->GetStatistics().quads, 6U);
+    EXPECT_EQ(count(), 3U);
+    EXPECT_EQ(m_draw->GetStatistics().quads, 7U);
     EXPECT_EQ(At(28, 1), kRed);
 }
 

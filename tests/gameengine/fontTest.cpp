@@ -196,8 +196,6 @@ TEST(Font, MeasuresAndFindsCharacters)
     for (const int bank : {TFB_SEGOE, TFB_SEGOE_16, TFB_CONSOLAS})
     {
         const Font& font = fonts.Get(bank);
-        Vec2<float> uv;
-        EXPECT_TRUE(font.GetWhite(uv));
         for (int character = 0x20; character <= 0xFF; character += character == 0x7E ? 0x22 : 1)
             EXPECT_NE(font.GetGlyph(static_cast<unsigned char>(character)), nullptr) << character;
     }

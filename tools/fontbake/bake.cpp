@@ -19,10 +19,9 @@ namespace
 {
 constexpr int kMaxSide = 990; // of the bitmap: a .fnt file holds no number from 1000
 
-// A character, or with no `character` a spot of white that areas are filled from.
 struct Tile
 {
-    std::optional<unsigned char> character;
+    unsigned char character = 0;
     int width = 0;
     int height = 0;
     gui::Glyph glyph; // placement and advance
@@ -47,11 +46,36 @@ int GetTop(const stbtt_fontinfo& info, int character)
     return stbtt_GetCodepointBox(&info, character, nullptr, nullptr, nullptr, &top) != 0 ? top : 0;
 }
 
+// Whether the bytes say that they are one face, and the tables that they list lie within them.
+bool IsFace(std::span<const std::byte> bytes)
+{
+    constexpr std::size_t kHeader = 12;
+    constexpr std::size_t kEntry = 16;
+    const auto read = [bytes](std::size_t at, std::size_t size)
+    {
+        std::size_t value = 0;
+        for (std::size_t i = 0; i < size; ++i)
+            value = value << 8 | std::to_integer<std::size_t>(bytes[at + i]);
+        return value;
+    };
+    constexpr std::size_t kTrueType = 0x00010000;
+    constexpr std::size_t kOpenType = 0x4F54544F; // "OTTO"
+    if (bytes.size() < kHeader || (read(0, 4) != kTrueType && read(0, 4) != kOpenType))
+        return false;
+    const std::size_t end = kHeader + read(4, 2) * kEntry;
+    if (end > bytes.size())
+        return false;
+    for (std::size_t entry = kHeader; entry < end; entry += kEntry)
+    {
+        if (read(entry + 8, 4) + read(entry + 12, 4) > bytes.size())
+            return false;
+    }
+    return true;
+}
+
 bool OpenFace(std::span<const std::byte> bytes, const BakeOptions& options, Face& face)
 {
-    const auto* const data = reinterpret_cast<const unsigned char*>(bytes.data());
-    constexpr std::size_t kShortest = 12;
-    if (bytes.size() < kShortest || stbtt_InitFont(&face.info, data, stbtt_GetFontOffsetForIndex(data, 0)) == 0)
+    if (!IsFace(bytes) || stbtt_InitFont(&face.info, reinterpret_cast<const unsigned char*>(bytes.data()), 0) == 0)
         return false;
     face.scale = stbtt_ScaleForMappingEmToPixels(&face.info, options.size);
     const auto xHeight = static_cast<float>(GetTop(face.info, 'x'));
@@ -153,8 +177,7 @@ gui::FontBody Assemble(std::vector<Tile>& tiles, int width, int height, int line
             body.bitmap[static_cast<std::size_t>(pixel) * 4 + 3] = tile.coverage[static_cast<std::size_t>(i)];
         }
     }
-    std::erase_if(tiles, [](const Tile& tile) { return !tile.character; });
-    std::sort(tiles.begin(), tiles.end(), [](const Tile& a, const Tile& b) { return *a.character < *b.character; });
+    std::sort(tiles.begin(), tiles.end(), [](const Tile& a, const Tile& b) { return a.character < b.character; });
     for (const Tile& tile : tiles)
     {
         gui::Glyph glyph = tile.glyph;
@@ -162,7 +185,7 @@ gui::FontBody Assemble(std::vector<Tile>& tiles, int width, int height, int line
         glyph.textureY = static_cast<float>(tile.y);
         glyph.textureWidth = glyph.width = static_cast<float>(tile.width);
         glyph.textureHeight = glyph.height = static_cast<float>(tile.height);
-        body.map[*tile.character] = static_cast<std::int32_t>(body.glyphs.size());
+        body.map[tile.character] = static_cast<std::int32_t>(body.glyphs.size());
         body.glyphs.push_back(glyph);
     }
     return body;
@@ -198,8 +221,7 @@ std::optional<gui::FontBody> BakeFont(std::span<const std::byte> bytes, const Ba
     std::string charset = options.charset;
     std::sort(charset.begin(), charset.end());
     charset.erase(std::unique(charset.begin(), charset.end()), charset.end());
-    constexpr int kWhite = 3; // pixels
-    std::vector<Tile> tiles{MakeBox(face), Tile{std::nullopt, kWhite, kWhite, {}, std::vector<unsigned char>(9, 255)}};
+    std::vector<Tile> tiles{MakeBox(face)};
     for (const char letter : charset)
     {
         const auto character = static_cast<unsigned char>(letter);

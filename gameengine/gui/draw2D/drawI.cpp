@@ -8,6 +8,7 @@
 #include "tamraengine/renderer/renderer.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 namespace gui
@@ -15,13 +16,12 @@ namespace gui
 namespace
 {
 // "textures/roundcorners.png", as scripts/make-roundcorners.py draws it: the upper left corners of discs, and below of
-// rings a pixel wide, of radius 1, 2, 3 ... side by side with a pixel around each, and a white square.
+// rings a pixel wide, of radius 1, 2, 3 ... side by side with a pixel around each.
 constexpr int kCornersWidth = 256;
 constexpr int kCornersHeight = 64;
 constexpr int kMaxRadius = 16;
 constexpr int kDiscRow = 1;
 constexpr int kRingRow = 20;
-constexpr Vec2<float> kCornersWhite{244.0F / kCornersWidth, 1.0F - 12.0F / kCornersHeight};
 
 constexpr int GetCornerColumn(int radius)
 {
@@ -30,19 +30,9 @@ constexpr int GetCornerColumn(int radius)
 
 constexpr std::size_t kTextChunk = 1024; // characters
 
-void Set(Quad& quad, float left, float top, float right, float bottom, const GuiRectf& uvs, Color color)
+void SetImage(Quad& quad, float left, float top, float right, float bottom, const GuiRectf& uvs, Color color)
 {
-    const float u = uvs.x + uvs.w;
-    const float v = uvs.y + uvs.h;
-    quad.corners[0] = {left, top, uvs.x, uvs.y, color};
-    quad.corners[1] = {right, top, u, uvs.y, color};
-    quad.corners[2] = {right, bottom, u, v, color};
-    quad.corners[3] = {left, bottom, uvs.x, v, color};
-}
-
-void Set(Quad& quad, float left, float top, float right, float bottom, Vec2<float> uv, Color color)
-{
-    Set(quad, left, top, right, bottom, GuiRectf(uv, {}), color);
+    quad = {{left, top, right, bottom}, {uvs.x, uvs.y, uvs.x + uvs.w, uvs.y + uvs.h}, color, QuadKind::Image};
 }
 
 // Images measure their texture from the upper edge, OpenGL from the lower one.
@@ -121,9 +111,7 @@ void DrawI::i_Fill(float left, float top, float right, float bottom, Color color
     const ClipBox& clip = m_frame->GetClip();
     if (clip.IsEmpty() || clip.IsApart(left, top, right, bottom))
         return;
-    Vec2<float> uv;
-    Quad* const quad = m_frame->quads.BeginPlain(clip, 1, uv);
-    Set(*quad, left, top, right, bottom, uv, color);
+    *m_frame->quads.BeginPlain(clip, 1) = {{left, top, right, bottom}, {}, color, QuadKind::Plain};
     m_frame->quads.Commit(1);
 }
 
@@ -152,12 +140,12 @@ void DrawI::Gradient(const GuiRecti& rect, Color upperLeft, Color upperRight, Co
     const Edges e(rect);
     if (m_frame->IsHidden(e))
         return;
-    Vec2<float> uv;
-    Quad* const quad = m_frame->quads.BeginPlain(m_frame->GetClip(), 1, uv);
-    Set(*quad, e.left, e.top, e.right, e.bottom, uv, upperLeft);
-    quad->corners[1].color = upperRight;
-    quad->corners[2].color = lowerRight;
-    quad->corners[3].color = lowerLeft;
+    const auto bits = [](Color color) { return std::bit_cast<float>(color); };
+    *m_frame->quads.BeginPlain(m_frame->GetClip(),
+                               1) = {{e.left, e.top, e.right, e.bottom},
+                                     {bits(upperLeft), bits(upperRight), bits(lowerRight), bits(lowerLeft)},
+                                     0,
+                                     QuadKind::Gradient};
     m_frame->quads.Commit(1);
 }
 
@@ -165,11 +153,8 @@ void DrawI::FillTriangle(Vec2<float> a, Vec2<float> b, Vec2<float> c, Color colo
 {
     if (m_frame->GetClip().IsEmpty())
         return;
-    Vec2<float> uv;
-    Quad* const quad = m_frame->quads.BeginPlain(m_frame->GetClip(), 1, uv);
-    const Vec2<float> corners[4] = {a, b, c, c};
-    for (int i = 0; i < 4; ++i)
-        quad->corners[i] = {corners[i].x, corners[i].y, uv.x, uv.y, color};
+    *m_frame->quads.BeginPlain(m_frame->GetClip(),
+                               1) = {{a.x, a.y, b.x, b.y}, {c.x, c.y, c.x, c.y}, color, QuadKind::Corners};
     m_frame->quads.Commit(1);
 }
 
@@ -200,26 +185,20 @@ void DrawI::i_SlantedLine(Vec2<float> from, Vec2<float> to, Color color, float w
     to = {to.x + along.x * 0.5F, to.y + along.y * 0.5F};
     const float inner = std::max(width / 2.0F - 0.5F, 0.0F);
     const float outer = width / 2.0F + 0.5F;
-    const Color faded = color & 0x00FFFFFF;
-    struct Edge
+    const auto band = [&](float firstEdge, float secondEdge, QuadKind kind)
     {
-        float distance;
-        Color color;
+        const Vec2<float> a{-along.y * firstEdge, along.x * firstEdge};
+        const Vec2<float> b{-along.y * secondEdge, along.x * secondEdge};
+        return Quad{{from.x + a.x, from.y + a.y, to.x + a.x, to.y + a.y},
+                    {to.x + b.x, to.y + b.y, from.x + b.x, from.y + b.y},
+                    color,
+                    kind};
     };
-    const Edge edges[4] = {{-outer, faded}, {-inner, color}, {inner, color}, {outer, faded}};
-
-    Vec2<float> uv;
-    Quad* const quads = m_frame->quads.BeginPlain(m_frame->GetClip(), 3, uv);
-    const auto at = [&](Vec2<float> point, const Edge& edge) {
-        return QuadVertex{point.x - along.y * edge.distance, point.y + along.x * edge.distance, uv.x, uv.y, edge.color};
-    };
-    for (int i = 0; i < 3; ++i)
-    {
-        const Edge& first = edges[i];
-        const Edge& second = edges[i + 1];
-        quads[i] = {{at(from, first), at(to, first), at(to, second), at(from, second)}};
-    }
-    m_frame->quads.Commit(3);
+    Quad* const quads = m_frame->quads.BeginPlain(m_frame->GetClip(), 3);
+    quads[0] = band(-outer, -inner, QuadKind::Fading);
+    quads[1] = band(outer, inner, QuadKind::Fading);
+    quads[2] = band(-inner, inner, QuadKind::Corners);
+    m_frame->quads.Commit(inner > 0.0F ? 3 : 2);
 }
 
 bool DrawI::i_CanRound(const GuiRecti& rect, int& radius) const
@@ -237,11 +216,11 @@ void DrawI::i_RoundCorners(const GuiRecti& rect, int radius, int tileRow, Color 
     const GuiRectf rightUvs{uvs.x + uvs.w, uvs.y, -uvs.w, uvs.h};
     const auto mirror = [](const GuiRectf& r) { return GuiRectf(r.x, r.y + r.h, r.w, -r.h); };
     const auto r = static_cast<float>(radius);
-    Quad* const quads = m_frame->quads.BeginTextured({m_corners.GetTexture(), kCornersWhite}, m_frame->GetClip(), 4);
-    Set(quads[0], e.left, e.top, e.left + r, e.top + r, uvs, color);
-    Set(quads[1], e.right - r, e.top, e.right, e.top + r, rightUvs, color);
-    Set(quads[2], e.left, e.bottom - r, e.left + r, e.bottom, mirror(uvs), color);
-    Set(quads[3], e.right - r, e.bottom - r, e.right, e.bottom, mirror(rightUvs), color);
+    Quad* const quads = m_frame->quads.BeginTextured(m_corners.GetTexture(), m_frame->GetClip(), 4);
+    SetImage(quads[0], e.left, e.top, e.left + r, e.top + r, uvs, color);
+    SetImage(quads[1], e.right - r, e.top, e.right, e.top + r, rightUvs, color);
+    SetImage(quads[2], e.left, e.bottom - r, e.left + r, e.bottom, mirror(uvs), color);
+    SetImage(quads[3], e.right - r, e.bottom - r, e.right, e.bottom, mirror(rightUvs), color);
     m_frame->quads.Commit(4);
 }
 
@@ -279,8 +258,8 @@ void DrawI::DrawImage(const Image& image, const GuiRecti& rect, Color tint)
     const Edges e(rect);
     if (!image.IsValid() || m_frame->IsHidden(e))
         return;
-    Quad* const quad = m_frame->quads.BeginTextured({image.GetTexture(), {-1.0F, 0.0F}}, m_frame->GetClip(), 1);
-    Set(*quad, e.left, e.top, e.right, e.bottom, FlipUVs(image.GetUVs()), tint);
+    Quad* const quad = m_frame->quads.BeginTextured(image.GetTexture(), m_frame->GetClip(), 1);
+    SetImage(*quad, e.left, e.top, e.right, e.bottom, FlipUVs(image.GetUVs()), tint);
     m_frame->quads.Commit(1);
 }
 
@@ -309,12 +288,12 @@ void DrawI::DrawNinePatch(const Image& image, const GuiRecti& rect, const Vec4<i
     const GuiRectf uvs = FlipUVs(image.GetUVs());
     divide(e.left, e.right, border.x, border.z, image.GetW(), uvs.x, uvs.w, x, u);
     divide(e.top, e.bottom, border.y, border.w, image.GetH(), uvs.y, uvs.h, y, v);
-    Quad* quad = m_frame->quads.BeginTextured({image.GetTexture(), {-1.0F, 0.0F}}, m_frame->GetClip(), 9);
+    Quad* quad = m_frame->quads.BeginTextured(image.GetTexture(), m_frame->GetClip(), 9);
     for (int row = 0; row < 3; ++row)
     {
         for (int column = 0; column < 3; ++column, ++quad)
-            Set(*quad, x[column], y[row], x[column + 1], y[row + 1],
-                GuiRectf(u[column], v[row], u[column + 1] - u[column], v[row + 1] - v[row]), tint);
+            SetImage(*quad, x[column], y[row], x[column + 1], y[row + 1],
+                     GuiRectf(u[column], v[row], u[column + 1] - u[column], v[row + 1] - v[row]), tint);
     }
     m_frame->quads.Commit(9);
 }
@@ -329,8 +308,6 @@ void DrawI::Text(int x, int y, std::string_view text, Color color, int font)
     if (!face.GetBody().texture || text.empty() || clip.IsEmpty() ||
         clip.IsApart(static_cast<float>(x) + reach.x, top + reach.y, right, top + reach.BR().y))
         return;
-    Vec2<float> white;
-    face.GetWhite(white);
     float pen = static_cast<float>(x);
     const float firstPen = static_cast<float>(clip.left) - reach.BR().x; // from here on something can be seen
     const float endPen = right - reach.x;
@@ -338,7 +315,7 @@ void DrawI::Text(int x, int y, std::string_view text, Color color, int font)
     {
         const std::string_view chunk = text.substr(0, kTextChunk);
         text.remove_prefix(chunk.size());
-        Quad* const quads = m_frame->quads.BeginTextured({face.GetBody().texture, white}, clip, chunk.size());
+        Quad* const quads = m_frame->quads.BeginTextured(face.GetBody().texture, clip, chunk.size());
         Quad* quad = quads;
         for (const char character : chunk)
         {
@@ -347,12 +324,10 @@ void DrawI::Text(int x, int y, std::string_view text, Color color, int font)
             {
                 const float cellLeft = pen + cell.x;
                 const float cellTop = top + cell.y;
-                const float cellRight = cellLeft + cell.width;
-                const float cellBottom = cellTop + cell.height;
-                quad->corners[0] = {cellLeft, cellTop, cell.left, cell.top, color};
-                quad->corners[1] = {cellRight, cellTop, cell.right, cell.top, color};
-                quad->corners[2] = {cellRight, cellBottom, cell.right, cell.bottom, color};
-                quad->corners[3] = {cellLeft, cellBottom, cell.left, cell.bottom, color};
+                *quad = {{cellLeft, cellTop, cellLeft + cell.width, cellTop + cell.height},
+                         {cell.left, cell.top, cell.right, cell.bottom},
+                         color,
+                         QuadKind::Image};
                 ++quad;
             }
             pen += static_cast<float>(cell.advance);
@@ -400,24 +375,28 @@ void DrawI::RenderAll(int width, int height)
     m_frame->clips.resize(1);
 }
 
+// Once: what is wrong in one frame is so in the next.
+void DrawI::i_LogFault(const std::string& fault)
+{
+    if (!m_isFaultLogged)
+        tamra::log::Error("gui::DrawI::RenderAll: " + fault);
+    m_isFaultLogged = true;
+}
+
 void DrawI::i_Send(int width, int height)
 {
     const int passes[2] = {m_material ? m_material->GetPass("GUI_COLOR") : -1,
                            m_material ? m_material->GetPass("GUI_TEXTURE") : -1};
-    if (passes[0] < 0 || passes[1] < 0 || !m_material->HasPass(passes[0]) || !m_material->HasPass(passes[1]))
-    {
-        if (!m_isFaultLogged)
-            tamra::log::Error("gui::DrawI::RenderAll: \"materials/gui_default.lua\" lacks GUI_COLOR or GUI_TEXTURE");
-        m_isFaultLogged = true;
-        return;
-    }
+    if (!m_material || !m_material->HasPass(passes[0]) || !m_material->HasPass(passes[1]))
+        return i_LogFault("\"materials/gui_default.lua\" lacks GUI_COLOR or GUI_TEXTURE");
     if (!m_frame->buffer || !m_frame->buffer->Upload(m_frame->quads.GetQuads()))
-        return;
+        return i_LogFault("there is no room for " + std::to_string(m_frame->quads.GetQuads().size()) + " quads");
     const float scale[4] = {2.0F / static_cast<float>(width), -2.0F / static_cast<float>(height), -1.0F, 1.0F};
     for (const int pass : passes)
         m_material->GetProgram(pass)->SetVector4("scale", scale);
 
     const renderer::CPreservedState guard(m_renderer.GetState());
+    m_frame->buffer->Bind();
     int boundPass = -1;
     for (const CQuadList::Batch& batch : m_frame->quads.GetBatches())
     {

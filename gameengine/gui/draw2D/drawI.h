@@ -6,19 +6,21 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <string_view>
 
 class CProgrammableMaterial;
 
 namespace gui
 {
-/// The drawer on OpenGL: one buffer of vertices a frame, one draw call for each change of texture, pass or clip. Areas
-/// of one colour between texts take their colour from the texture of the font, so that they are no change.
+/// The drawer on OpenGL: one buffer a frame, one draw call for each change of texture, pass or clip. The pass for
+/// textures draws plain areas too, so that those between texts are no change.
 class TAMRAGAMEENGINE_API DrawI final : public Draw
 {
 public:
     /// Loads the fonts and, with a device, "textures/roundcorners.png" and "materials/gui_default.lua". Whatever of
     /// that is missing is logged; rectangles are not rounded without the first, and nothing is drawn without the other.
+    /// The renderer must be the active one meanwhile.
     explicit DrawI(renderer::CRenderer& renderer);
     ~DrawI() override;
 
@@ -65,6 +67,7 @@ private:
     void i_RoundCorners(const GuiRecti& rect, int radius, int tileRow, Color color);
     bool i_CanRound(const GuiRecti& rect, int& radius) const;
     void i_Send(int width, int height);
+    void i_LogFault(const std::string& fault);
 
     renderer::CRenderer& m_renderer;
     FontTable m_fonts;

@@ -152,7 +152,6 @@ bool Font::Create(FontBody body)
     body.valid = true;
     *m_body = std::move(body);
     i_MakeCells();
-    i_FindWhite();
     return true;
 }
 
@@ -160,7 +159,7 @@ void Font::Destroy()
 {
     *m_body = FontBody();
     m_cells->fill({});
-    m_white = {-1.0F, -1.0F};
+    m_reach = {};
 }
 
 void Font::i_MakeCells()
@@ -195,27 +194,6 @@ void Font::i_MakeCells()
         end = {std::max(end.x, cell.x + cell.width), std::max(end.y, cell.y + cell.height)};
     }
     m_reach = {begin, {end.x - begin.x, end.y - begin.y}};
-}
-
-void Font::i_FindWhite()
-{
-    const FontBody& body = *m_body;
-    for (std::size_t i = 0; i < body.bitmap.size(); i += 4)
-    {
-        const auto isFull = [](std::uint8_t byte) { return byte == 255; };
-        if (!std::all_of(&body.bitmap[i], &body.bitmap[i] + 4, isFull))
-            continue;
-        const auto width = static_cast<std::size_t>(body.bitmapWidth);
-        m_white = {(static_cast<float>(i / 4 % width) + 0.5F) / static_cast<float>(body.bitmapWidth),
-                   1.0F - (static_cast<float>(i / 4 / width) + 0.5F) / static_cast<float>(body.bitmapHeight)};
-        return;
-    }
-}
-
-bool Font::GetWhite(Vec2<float>& uv) const noexcept
-{
-    uv = m_white;
-    return m_white.x >= 0.0F;
 }
 
 bool Font::ConvertFontToAscii(std::string& out) const

@@ -111,18 +111,13 @@ public:
     /// What the cells of all characters cover around the pen: from the smallest offset to the largest right and lower
     /// end.
     const GuiRectf& GetReach() const noexcept { return m_reach; }
-    /// Texture coordinates of an opaque white pixel, with which areas can be filled between characters; false when the
-    /// bitmap has none.
-    bool GetWhite(Vec2<float>& uv) const noexcept;
 
 private:
     void i_MakeCells();
-    void i_FindWhite();
 
     std::unique_ptr<FontBody> m_body;
     std::unique_ptr<std::array<Cell, 256>> m_cells;
     GuiRectf m_reach;
-    Vec2<float> m_white{-1.0F, -1.0F};
 };
 
 /// The text with its UTF-8 sequences as Latin-1 characters: those that Latin-1 does not have become `Font::kBox`, bytes

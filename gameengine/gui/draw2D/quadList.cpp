@@ -1,25 +1,17 @@
 #include "gameengine/gui/draw2D/quadListInternal.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace gui
 {
-void CQuadList::i_OpenTextured(Batch* last, const QuadTexture& source, const ClipBox& clip)
+void CQuadList::i_SetTexture(const RefPtr<renderer::CTexture>& texture, const ClipBox& clip)
 {
-    if (!last || last->texture || source.white.x < 0.0F)
-    {
-        m_batches.push_back({source.texture, source.white, clip, m_count, 0});
-        return;
-    }
-    // Plain colours until now: they can use this texture.
-    last->texture = source.texture;
-    last->white = source.white;
-    for (Quad& quad : std::span(m_quads.get() + last->first, last->count))
-    {
-        for (QuadVertex& corner : quad.corners)
-        {
-            corner.u = source.white.x;
-            corner.v = source.white.y;
-        }
-    }
+    const bool isPlainUntilNow = !m_batches.empty() && m_batches.back().clip == clip && !m_batches.back().texture;
+    if (isPlainUntilNow)
+        m_batches.back().texture = texture;
+    else
+        m_batches.push_back({texture, clip, m_count, 0});
 }
 
 void CQuadList::i_Grow(std::size_t count)
