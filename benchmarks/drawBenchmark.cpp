@@ -47,7 +47,7 @@ class Device
 public:
     Device()
     {
-        GetFileSystem().AddRoot(TAMRA_ASSETS);
+        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
         m_context = COffscreenContext::Create();
         m_isReady = m_context && m_renderer.InitializeDevice();
         if (!m_isReady)

@@ -1,6 +1,6 @@
 // What it costs to cull on the CPU. Floors: the frustum test of all boxes, and filling a depth buffer of the size.
 
-#include "benchmarks/benchmarkSupport.h"
+#include "benchmarks/occlusionTown.h"
 #include "gameengine/engine/occlusionAABBSoftwareHierarchicalZ.h"
 #include "tamradeps/collision/simdKernels.h"
 #include "tamraengine/renderer/renderer.h"
@@ -14,50 +14,10 @@ using collision::PrimAABB;
 using collision::PrimFrustum;
 using collision::SimdKernels;
 using Culler = COcclusionAABBSoftwareHierarchicalZ;
-
-constexpr int kWidth = 1920;
-constexpr int kHeight = 1080;
-
-/// A town in front of the camera, all of it in the frustum: houses, and many small things about and in them.
-struct Town
-{
-    std::vector<PrimAABB> houses;
-    std::vector<PrimAABB> boxes;
-    /// From the street and from above the roofs, two of each that differ a little: with one the culler draws but once.
-    CMatrix views[2][2];
-    CVector3 eyes[2] = {{-60, 5, 1.8F}, {-350, 5, 80}};
-
-    Town()
-    {
-        bench::Random random(11);
-        for (std::size_t i = 0; i < bench::Count(1000); ++i)
-        {
-            const float x = static_cast<float>(i % 40) * 26.0F;
-            const float y = static_cast<float>(i / 40) * 30.0F - 375.0F;
-            const CVector3 corner(x + random.Unit() * 4, y + random.Unit() * 4, -1);
-            houses.emplace_back(
-                corner, corner + CVector3(14 + random.Unit() * 6, 16 + random.Unit() * 6, 7 + random.Unit() * 20));
-        }
-        for (std::size_t i = 0; i < bench::Count(100000); ++i)
-        {
-            const CVector3 corner(random.Unit() * 1040, random.Unit() * 750 - 375, random.Unit() * 6);
-            boxes.emplace_back(corner, corner + CVector3(0.2F + random.Unit() * 2, 0.2F + random.Unit() * 2,
-                                                         0.2F + random.Unit() * 2));
-        }
-        for (int place = 0; place < 2; ++place)
-        {
-            for (int i = 0; i < 2; ++i)
-                views[place][i] = CMatrix::Projection(80, 16.0F / 9.0F, 0.2F, 3000.0F) *
-                                  CMatrix::View(eyes[place], {520, static_cast<float>(i), 0}, {0, 0, 1});
-        }
-    }
-};
-
-const Town& GetTown()
-{
-    static const Town town;
-    return town;
-}
+using bench::GetTown;
+using bench::kHeight;
+using bench::kWidth;
+using bench::Town;
 
 void FillDepthBuffer(benchmark::State& state)
 {
@@ -84,9 +44,10 @@ void FindInFrustum(benchmark::State& state, const SimdKernels& kernels)
 
 enum class Part
 {
-    Draw, ///< The occluders only.
-    Test, ///< The boxes only.
-    Pass  ///< Both, as in a frame.
+    Draw,  ///< The occluders only.
+    Test,  ///< The boxes only.
+    Frame, ///< Both, in a town that stands still.
+    Pass   ///< The same with the boxes given anew.
 };
 
 void Cull(benchmark::State& state, Part part, int place, const char* instructions, int threads)
@@ -113,7 +74,7 @@ void Cull(benchmark::State& state, Part part, int place, const char* instruction
         look(view);
         culler->DoOcclusion();
     };
-    if (part == Part::Test)
+    if (part == Part::Test || part == Part::Frame)
         boxes();
     int view = 0;
     for (auto _ : state)
@@ -138,9 +99,9 @@ const bool kRegistered = []
                                      [kernels](benchmark::State& state) { FindInFrustum(state, *kernels); })
             ->Unit(benchmark::kMicrosecond);
     }
-    const char* const parts[] = {"Draw", "Test", "Pass"};
+    const char* const parts[] = {"Draw", "Test", "Frame", "Pass"};
     const char* const places[] = {"street", "roofs"};
-    for (int part = 0; part < 3; ++part)
+    for (int part = 0; part < 4; ++part)
     {
         for (int place = 0; place < 2; ++place)
         {

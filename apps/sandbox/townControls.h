@@ -10,7 +10,7 @@ struct TownDebug
 {
     bool boxes = false;   ///< The world boxes of what is visible.
     bool cells = false;   ///< The cells of the grid around the camera.
-    bool culled = false;  ///< The boxes of what is in the frustum and was left out, and nothing else of the town.
+    bool culled = false;  ///< The boxes of what is in the frustum and was left out, over everything.
     bool frozen = false;  ///< Culling stands still while the camera moves on.
     bool figures = false; ///< Times and counts.
 };

@@ -106,7 +106,7 @@ void CTownModel::i_MakeView()
     const float ambient[4] = {0.44F, 0.47F, 0.54F, 1.0F};
     m_settings->SetClearColor(haze);
     m_settings->SetAmbientColor(ambient);
-    m_settings->SetFog(true, 150.0F, 4000.0F);
+    m_settings->SetFog(true, 250.0F, 5000.0F);
 }
 
 CEntity* CTownModel::i_MakeLight(const CMatrix& matrix)

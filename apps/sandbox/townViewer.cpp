@@ -84,7 +84,7 @@ void CTownViewer::i_DrawTown()
         std::set_difference(visible.begin(), visible.end(), m_shown.begin(), m_shown.end(), std::back_inserter(m_new));
         m_townRenderer.Draw(m_new);
     }
-    else if (!m_debug.culled)
+    else
         m_townRenderer.Draw(visible);
     m_shown.assign(visible.begin(), visible.end());
 }

@@ -17,7 +17,8 @@ out vec4 result;
 
 vec3 expose(vec3 color)
 {
-    return pow(1.0 - exp(-1.9 * color), vec3(1.0 / 1.35));
+    vec3 soft = pow(1.0 - exp(-1.9 * color), vec3(1.0 / 1.35));
+    return mix(soft, soft * soft * (3.0 - 2.0 * soft), 0.6);
 }
 
 void main()

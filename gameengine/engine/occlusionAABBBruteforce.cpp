@@ -6,7 +6,6 @@
 #include "tamraengine/renderer/program.h"
 #include "tamraengine/renderer/renderer.h"
 
-#include <array>
 
 using namespace renderer;
 using occlusion::kBoxVertices;
@@ -121,14 +120,13 @@ void COcclusionAABBBruteforce::DoOcclusion()
     m_queryCount = 0;
     i_ResizeVisibleCapacity(static_cast<int>(m_boxes.size()));
     const auto inFrustum = state.grown.Find(m_frustum);
-    const CMatrix projectionView = m_frustum.GetProjectionView();
-    const bool canAsk = i_Prepare() && !(projectionView == CMatrix(std::array<float, 16>{}.data()));
+    const bool canAsk = !m_frustum.HoldsEverything() && i_Prepare();
 
     const CPreservedState guard(m_renderer->GetState());
     occlusion::SetQueryState(m_renderer->GetState());
     if (canAsk)
     {
-        state.program->SetMatrix("projectionView", projectionView);
+        state.program->SetMatrix("projectionView", m_frustum.GetProjectionView());
         state.program->Use();
         state.vertices->Bind();
     }

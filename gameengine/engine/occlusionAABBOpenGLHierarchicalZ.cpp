@@ -9,7 +9,6 @@
 #include "tamraengine/renderer/vertexCache.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
 #include <GL/glew.h>
@@ -254,8 +253,7 @@ void COcclusionAABBOpenGLHierarchicalZ::i_Ask(CTexture& depth)
         state.boxes->GetSize() < state.floats.size() * sizeof(float))
         return;
     OcclusionData data{};
-    const CMatrix matrix = m_frustum.GetProjectionView();
-    std::memcpy(data.projectionView, matrix.GetElements(), sizeof data.projectionView);
+    std::memcpy(data.projectionView, m_frustum.GetProjectionView().GetElements(), sizeof data.projectionView);
     data.pictureSize[0] = static_cast<float>(depth.GetWidth());
     data.pictureSize[1] = static_cast<float>(depth.GetHeight());
     data.pictureSize[2] = static_cast<float>(state.pyramid->GetDesc().levels);

@@ -6,7 +6,6 @@
 #include "tamradeps/core/log.h"
 
 #include <algorithm>
-#include <atomic>
 #include <bit>
 #include <cstring>
 #include <utility>
@@ -31,29 +30,6 @@ std::size_t GetBucket(float closeness)
         return kBuckets - 1;
     return kBuckets - 1 - (std::bit_cast<std::uint32_t>(closeness) >> kDroppedBits);
 }
-
-/// The numbers from 0 to `end` in chunks, each given to one worker.
-class Chunks
-{
-public:
-    void Reset(std::size_t end, std::size_t size)
-    {
-        m_end = end;
-        m_size = size;
-        m_next.store(0, std::memory_order_relaxed);
-    }
-    bool Take(std::size_t& begin, std::size_t& end)
-    {
-        begin = m_next.fetch_add(m_size, std::memory_order_relaxed);
-        end = std::min(begin + m_size, m_end);
-        return begin < m_end;
-    }
-
-private:
-    std::size_t m_end = 0;
-    std::size_t m_size = 1;
-    std::atomic<std::size_t> m_next = 0;
-};
 
 int RoundUp(int value, int step)
 {
@@ -110,9 +86,10 @@ struct COcclusionAABBSoftwareHierarchicalZ::State
     std::vector<std::uint8_t> polygonCounts;
     std::vector<DrawEntry> order;
     std::vector<std::uint32_t> foundCounts; ///< For each chunk of boxes.
-    Chunks occluderChunks;
-    Chunks bands;
-    Chunks boxChunks;
+    Stage makeStage;
+    Stage sortStage;
+    Stage drawStage; ///< Of rows of tiles.
+    Stage testStage;
     std::uint32_t bucketEnds[kBuckets];
 };
 
@@ -136,12 +113,10 @@ void COcclusionAABBSoftwareHierarchicalZ::SetBoundingBoxes(int count, const floa
     const std::size_t size = static_cast<std::size_t>(std::max(count, 0));
     m_state->boxes.resize(size);
     m_boxes.resize(size);
-    for (std::size_t i = 0; i < size; ++i)
+    for (std::size_t i = 0; i < size; ++i, boxes += 6)
     {
-        m_state->boxes[i] = PrimAABB(boxes + i * 6);
-        m_boxes[i].handle = nullptr;
-        m_boxes[i].user = nullptr;
-        i_SetBox(m_boxes[i], boxes + i * 6);
+        m_state->boxes[i] = PrimAABB(boxes);
+        m_boxes[i] = {nullptr, nullptr, {boxes[0], boxes[1], boxes[2]}, {boxes[3], boxes[4], boxes[5]}};
     }
 }
 
@@ -236,99 +211,97 @@ bool COcclusionAABBSoftwareHierarchicalZ::SetInstructionSet(const char* name)
 void COcclusionAABBSoftwareHierarchicalZ::DoOcclusion()
 {
     State& state = *m_state;
-    i_ResizeVisibleCapacity(static_cast<int>(state.boxes.size()));
+    const std::size_t count = state.boxes.size();
+    i_ResizeVisibleCapacity(static_cast<int>(count));
     const bool hasOccluders = !state.occluderBoxes.empty() || !state.primitives.empty();
-    state.hides = false;
-    state.draws = false;
-    if (hasOccluders && state.isViewGiven)
-    {
-        if (!state.isDrawn)
-            state.isViewSound = state.view.Set(state.viewProjection, state.width, state.height);
-        state.view.camera[0] = m_cameraPosition.x;
-        state.view.camera[1] = m_cameraPosition.y;
-        state.view.camera[2] = m_cameraPosition.z;
-        state.hides = state.isViewSound;
-        state.draws = state.isViewSound && !state.isDrawn;
-        state.isDrawn = true;
-    }
-    const std::size_t threads = static_cast<std::size_t>(state.workers->GetCount());
+    state.hides = hasOccluders && state.isViewGiven;
+    state.draws = state.hides && !state.isDrawn;
     if (state.draws)
     {
-        if (state.tiles.columns * kTileWidth != state.width || state.tiles.rows * kTileHeight != state.height)
-            state.tiles.Resize(state.width, state.height);
-        state.occluders.resize(state.occluderBoxes.size());
-        const collision::PrimFrustum frustum(state.viewProjection);
-        state.occluderCount = collision::SimdKernels::Get().findInFrustum(
-            frustum, state.occluderBoxes.data(), state.occluderBoxes.size(), state.occluders.data());
-        const std::size_t items = state.occluderCount + state.primitives.size();
-        if (state.polygonCounts.size() < items)
-        {
-            state.polygonCounts.resize(items);
-            state.polygons.resize(items * kMostPolygons);
-        }
-        state.occluderChunks.Reset(items, kOccludersPerChunk);
-        const std::size_t rows = static_cast<std::size_t>(state.tiles.rows);
-        state.bands.Reset(rows, threads == 1 ? rows : rows / (threads * kBandsPerThread) + 1);
+        state.isViewSound = state.view.Set(state.viewProjection, state.width, state.height);
+        if (state.isViewSound)
+            i_PrepareDrawing();
+        state.isDrawn = true;
     }
-    state.boxChunks.Reset(state.boxes.size(), kBoxesPerChunk);
-    state.foundCounts.resize((state.boxes.size() + kBoxesPerChunk - 1) / kBoxesPerChunk);
+    state.hides = state.hides && state.isViewSound;
+    state.draws = state.draws && state.isViewSound;
+    state.view.camera[0] = m_cameraPosition.x;
+    state.view.camera[1] = m_cameraPosition.y;
+    state.view.camera[2] = m_cameraPosition.z;
+    state.testStage.Reset(count, kBoxesPerChunk);
+    state.foundCounts.resize((count + kBoxesPerChunk - 1) / kBoxesPerChunk);
     state.workers->Run([](void* self) { static_cast<COcclusionAABBSoftwareHierarchicalZ*>(self)->i_Work(); }, this);
 
     m_visibleCount = 0;
     for (std::size_t chunk = 0; chunk < state.foundCounts.size(); ++chunk)
     {
-        const std::int32_t* found = m_visibleIds.get() + chunk * kBoxesPerChunk;
+        const std::int32_t* const found = m_visibleIds.get() + chunk * kBoxesPerChunk;
         std::copy_n(found, state.foundCounts[chunk], m_visibleIds.get() + m_visibleCount);
         m_visibleCount += static_cast<std::int32_t>(state.foundCounts[chunk]);
     }
 }
 
+void COcclusionAABBSoftwareHierarchicalZ::i_PrepareDrawing()
+{
+    State& state = *m_state;
+    if (state.tiles.columns * kTileWidth != state.width || state.tiles.rows * kTileHeight != state.height)
+        state.tiles.Resize(state.width, state.height);
+    state.occluders.resize(state.occluderBoxes.size());
+    const collision::PrimFrustum frustum(state.viewProjection);
+    state.occluderCount = collision::SimdKernels::Get().findInFrustum(
+        frustum, state.occluderBoxes.data(), state.occluderBoxes.size(), state.occluders.data());
+    const std::size_t most = state.occluderBoxes.size() + state.primitives.size();
+    if (state.polygonCounts.size() < most)
+    {
+        state.polygonCounts.resize(most);
+        state.polygons.resize(most * kMostPolygons);
+        state.order.reserve(most * kMostPolygons);
+    }
+    state.makeStage.Reset(state.occluderCount + state.primitives.size(), kOccludersPerChunk);
+    state.sortStage.Reset(1, 1);
+    const std::size_t rows = static_cast<std::size_t>(state.tiles.rows);
+    const std::size_t threads = static_cast<std::size_t>(state.workers->GetCount());
+    state.drawStage.Reset(rows, threads == 1 ? rows : rows / (threads * kBandsPerThread) + 1);
+}
+
 /// What every worker does in a pass.
-void COcclusionAABBSoftwareHierarchicalZ::i_Work()
+void COcclusionAABBSoftwareHierarchicalZ::i_Work() noexcept
 {
     State& state = *m_state;
     if (state.draws)
     {
-        i_MakePolygons();
-        if (state.workers->Meet())
-            i_SortPolygons();
-        state.workers->Meet();
-        std::size_t begin = 0;
-        std::size_t end = 0;
-        while (state.bands.Take(begin, end))
-        {
-            state.tiles.Clear(static_cast<int>(begin), static_cast<int>(end));
-            state.kernels->draw(state.polygons.data(), state.order, state.tiles, static_cast<int>(begin),
-                                static_cast<int>(end));
-        }
-        state.workers->Meet();
+        state.makeStage.Run([this](std::size_t begin, std::size_t end) { i_MakePolygons(begin, end); });
+        state.sortStage.Run([this](std::size_t, std::size_t) { i_SortPolygons(); });
+        state.drawStage.Run(
+            [&](std::size_t begin, std::size_t end)
+            {
+                state.tiles.Clear(static_cast<int>(begin), static_cast<int>(end));
+                state.kernels->draw(state.polygons.data(), state.order, state.tiles, static_cast<int>(begin),
+                                    static_cast<int>(end));
+            });
     }
-    i_TestBoxes();
+    const collision::FrustumQuery query(m_frustum);
+    state.testStage.Run([&](std::size_t begin, std::size_t end) { i_TestBoxes(query, begin, end); });
 }
 
-void COcclusionAABBSoftwareHierarchicalZ::i_MakePolygons()
+void COcclusionAABBSoftwareHierarchicalZ::i_MakePolygons(std::size_t begin, std::size_t end)
 {
     State& state = *m_state;
     const OcclusionKernels& kernels = *state.kernels;
-    std::size_t begin = 0;
-    std::size_t end = 0;
-    while (state.occluderChunks.Take(begin, end))
+    for (std::size_t i = begin; i < end; ++i)
     {
-        for (std::size_t i = begin; i < end; ++i)
+        OcclusionPolygon* const polygons = &state.polygons[i * kMostPolygons];
+        int count = 0;
+        if (i >= state.occluderCount)
+            count = AddPrimitive(state.view, kernels, state.primitives[i - state.occluderCount], polygons);
+        else
         {
-            OcclusionPolygon* const polygons = &state.polygons[i * kMostPolygons];
-            int count = 0;
-            if (i >= state.occluderCount)
-                count = AddPrimitive(state.view, kernels, state.primitives[i - state.occluderCount], polygons);
-            else
-            {
-                const float* box = state.occluderBoxes[state.occluders[i]].GetFloats();
-                const BoxOutcome outcome = kernels.makeBox(state.view, box, *polygons);
-                count = outcome == BoxOutcome::kDifficult ? AddDifficultBox(state.view, kernels, box, polygons)
-                                                          : outcome == BoxOutcome::kPolygon;
-            }
-            state.polygonCounts[i] = static_cast<std::uint8_t>(count);
+            const float* box = state.occluderBoxes[state.occluders[i]].GetFloats();
+            const BoxOutcome outcome = kernels.makeBox(state.view, box, *polygons);
+            count = outcome == BoxOutcome::kDifficult ? AddDifficultBox(state.view, kernels, box, polygons)
+                                                      : outcome == BoxOutcome::kPolygon;
         }
+        state.polygonCounts[i] = static_cast<std::uint8_t>(count);
     }
 }
 
@@ -356,9 +329,7 @@ void COcclusionAABBSoftwareHierarchicalZ::i_SortPolygons()
     std::uint32_t sum = 0;
     for (std::uint32_t& end : state.bucketEnds)
         sum += std::exchange(end, sum);
-    if (state.order.capacity() < count)
-        state.order.reserve(items * kMostPolygons);
-    state.order.resize(count);
+    state.order.resize(count); // there is room for all
     forEach(
         [&](std::size_t i)
         {
@@ -370,21 +341,15 @@ void COcclusionAABBSoftwareHierarchicalZ::i_SortPolygons()
         });
 }
 
-void COcclusionAABBSoftwareHierarchicalZ::i_TestBoxes()
+void COcclusionAABBSoftwareHierarchicalZ::i_TestBoxes(const collision::FrustumQuery& query, std::size_t begin,
+                                                      std::size_t end)
 {
     State& state = *m_state;
-    const collision::FrustumQuery query(m_frustum);
-    const float* boxes = state.boxes.empty() ? nullptr : state.boxes.front().GetFloats();
-    std::size_t begin = 0;
-    std::size_t end = 0;
-    while (state.boxChunks.Take(begin, end))
-    {
-        auto* const found = reinterpret_cast<std::uint32_t*>(m_visibleIds.get()) + begin;
-        std::size_t count = collision::SimdKernels::Get().findInFrustum(query, &state.boxes[begin], end - begin, found);
-        for (std::size_t i = 0; i < count; ++i)
-            found[i] += static_cast<std::uint32_t>(begin);
-        if (state.hides)
-            count = state.kernels->keepVisible(state.view, state.tiles, boxes, found, count);
-        state.foundCounts[begin / kBoxesPerChunk] = static_cast<std::uint32_t>(count);
-    }
+    auto* const found = reinterpret_cast<std::uint32_t*>(m_visibleIds.get()) + begin;
+    std::size_t count = collision::SimdKernels::Get().findInFrustum(query, &state.boxes[begin], end - begin, found);
+    for (std::size_t i = 0; i < count; ++i)
+        found[i] += static_cast<std::uint32_t>(begin);
+    if (state.hides)
+        count = state.kernels->keepVisible(state.view, state.tiles, state.boxes.front().GetFloats(), found, count);
+    state.foundCounts[begin / kBoxesPerChunk] = static_cast<std::uint32_t>(count);
 }

@@ -7,6 +7,11 @@
 #include <memory>
 #include <span>
 
+namespace collision
+{
+struct FrustumQuery;
+}
+
 /// Culls on the CPU: draws the boxes and triangles that hide things (occluders) into a small depth buffer of its own,
 /// and tests all boxes against it.
 ///
@@ -16,11 +21,10 @@
 ///     culler->SetBoundingBoxes(count, boxes);
 ///     culler->DoOcclusion();
 ///
-/// Never culls a box of which a pixel can be seen, at any resolution of the picture: occluders cover only what they
-/// fill wholly, boxes count with their nearest point and all pixels that they touch. So the occluders must really fill
-/// their shape: the inside of a box must be solid for all that looks at it, a triangle has no holes. What is neither
-/// may be hidden is found by size: an occluder that covers few pixels of the buffer hides nothing. Triangles hide from
-/// both sides and lose up to a pixel along each edge, so use few and large ones.
+/// Never culls a box of which a pixel can be seen, at any resolution of the picture: occluders cover only the pixels
+/// that they fill wholly, boxes count with their nearest point and all pixels that they touch. So occluders must really
+/// fill their shape: a box must be solid, a triangle without holes. All lose up to two pixels along their outline, and
+/// those that are only a few pixels large hide nothing: use few and large ones. Triangles hide from both sides.
 ///
 /// Without occluders, or without a view-projection since the last `SetFrameData`, it tests the frustum alone, exactly
 /// as PrimFrustum::Test. Visible indices come in ascending order. The answer depends neither on the number of threads
@@ -76,10 +80,11 @@ public:
 private:
     struct State;
 
-    void i_Work();
-    void i_MakePolygons();
+    void i_PrepareDrawing();
+    void i_Work() noexcept;
+    void i_MakePolygons(std::size_t begin, std::size_t end);
     void i_SortPolygons();
-    void i_TestBoxes();
+    void i_TestBoxes(const collision::FrustumQuery& query, std::size_t begin, std::size_t end);
 
     std::unique_ptr<State> m_state;
 };

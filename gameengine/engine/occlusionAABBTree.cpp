@@ -8,7 +8,6 @@
 #include "tamraengine/renderer/renderer.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <utility>
 
@@ -18,23 +17,39 @@ using occlusion::kBoxVertices;
 
 namespace
 {
+// A hidden node is asked about again after so many passes.
+constexpr std::uint32_t kHiddenPasses = 2;
 // A visible leaf is asked about again after so many passes, and up to as many more, so that not all are asked at once.
 constexpr std::uint32_t kVisiblePasses = 6;
-// After a node turned out to be larger than what can be seen in it, its parts are asked about on their own for so long.
+// After a node turned out to be larger than what can be seen in it, its children are asked about on their own for so
+// long, up to the most when it happens again and again.
 constexpr std::uint32_t kApartPasses = 24;
+constexpr std::uint32_t kMostApartPasses = 384;
 // An answer is waited for after so many passes, so that there is a bound to how late it can be.
 constexpr std::uint32_t kWaitPasses = 3;
+// Leaves of which nothing is known are asked about in groups of some neighbours, one in each of so many passes.
+constexpr std::uint32_t kGroupPasses = 8;
+constexpr std::size_t kGroupNodes = 32;
+constexpr std::int32_t kOverduePasses = 8; // more than an answer can be late
 
 struct NodeState
 {
     std::uint32_t nextQuery = 0; // the pass in which a visible leaf is asked about again
     std::uint32_t apartUntil = 0;
+    std::uint32_t apartPasses = kApartPasses;
     std::uint32_t askedPass = 0;
+    std::uint32_t checkedPass = 0; // the oldest question that says that all of a hidden node is
     std::int32_t query = -1;
+    std::int32_t parent = -1;
     bool isVisible = true;
     bool isPending = false; // an answer is under way
     bool isStale = false;   // to a question from before the node was revealed
 };
+
+std::uint32_t GetGroupPass(std::size_t node)
+{
+    return static_cast<std::uint32_t>(node / kGroupNodes) % kGroupPasses;
+}
 } // namespace
 
 struct COcclusionAABBTree::State
@@ -101,7 +116,16 @@ void COcclusionAABBTree::i_Forget()
             state.queries->Release(node.query);
     }
     state.pending.clear();
-    state.nodes.assign(state.tree.GetNodes().size(), {});
+    const auto nodes = state.tree.GetNodes();
+    state.nodes.assign(nodes.size(), {});
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+    {
+        state.nodes[i].nextQuery = state.pass + 1 + GetGroupPass(i);
+        if (nodes[i].IsLeaf())
+            continue;
+        state.nodes[i + 1].parent = static_cast<std::int32_t>(i);
+        state.nodes[static_cast<std::size_t>(nodes[i].first)].parent = static_cast<std::int32_t>(i);
+    }
     m_visibleCount = 0;
 }
 
@@ -143,22 +167,40 @@ void COcclusionAABBTree::i_TakeAnswers()
     state.pending.resize(left);
 }
 
-// Something in the node has come out of hiding. What, is asked at once; until then it may be all of it.
-void COcclusionAABBTree::i_Reveal(std::size_t node)
+// Something in the node has come out of hiding. What, is asked soon; until then it may be all of it.
+void COcclusionAABBTree::i_Reveal(std::size_t index)
 {
     State& state = *m_state;
-    state.nodes[node].isVisible = true;
-    state.nodes[node].nextQuery = state.pass + kVisiblePasses;
-    state.nodes[node].isStale = state.nodes[node].isPending;
-    const COcclusionBoxTree::Node& shape = state.tree.GetNodes()[node];
+    i_RevealBelow(index, index);
+    // They were hidden together with the node; what else is in them still is.
+    for (std::int32_t above = state.nodes[index].parent; above >= 0;)
+    {
+        NodeState& node = state.nodes[static_cast<std::size_t>(above)];
+        if (!node.isVisible)
+            node.isStale = node.isPending;
+        node.isVisible = true;
+        above = node.parent;
+    }
+}
+
+void COcclusionAABBTree::i_RevealBelow(std::size_t index, std::size_t top)
+{
+    State& state = *m_state;
+    NodeState& node = state.nodes[index];
+    node.isVisible = true;
+    node.isStale = node.isPending;
+    node.nextQuery = state.pass + (index == top ? kVisiblePasses : GetGroupPass(index - top));
+    const COcclusionBoxTree::Node& shape = state.tree.GetNodes()[index];
     if (shape.IsLeaf())
         return;
-    state.nodes[node].apartUntil = state.pass + kApartPasses;
-    for (const std::size_t child : {node + 1, static_cast<std::size_t>(shape.first)})
+    if (index == top)
     {
-        i_Reveal(child);
-        state.nodes[child].nextQuery = state.pass;
+        const bool isAgain = state.pass - node.apartUntil < kApartPasses;
+        node.apartPasses = isAgain ? std::min(node.apartPasses * 2, kMostApartPasses) : kApartPasses;
+        node.apartUntil = state.pass + node.apartPasses;
     }
+    i_RevealBelow(index + 1, top);
+    i_RevealBelow(static_cast<std::size_t>(shape.first), top);
 }
 
 void COcclusionAABBTree::i_Ask(std::size_t index)
@@ -177,6 +219,7 @@ void COcclusionAABBTree::i_Ask(std::size_t index)
     state.queries->End();
     node.isPending = true;
     node.askedPass = state.pass;
+    node.checkedPass = state.pass;
     node.nextQuery =
         state.pass + kVisiblePasses + static_cast<std::uint32_t>(index * 2654435761U >> 13) % kVisiblePasses;
     state.pending.push_back(static_cast<std::int32_t>(index));
@@ -194,6 +237,17 @@ void COcclusionAABBTree::i_Report(std::size_t leaf)
     }
 }
 
+// The near plane would cut the front off what is asked about, and leave what lies behind it.
+bool COcclusionAABBTree::i_IsAtNearPlane(const PrimAABB& box) const noexcept
+{
+    const float* plane = m_frustum.GetPlane(4);
+    const float* values = box.GetFloats();
+    float distance = plane[3];
+    for (int axis = 0; axis < 3; ++axis)
+        distance += plane[axis] * values[plane[axis] >= 0.0F ? axis : axis + 3];
+    return distance < 0.0F;
+}
+
 COcclusionAABBTree::Found COcclusionAABBTree::i_Visit(std::size_t index)
 {
     State& state = *m_state;
@@ -201,19 +255,24 @@ COcclusionAABBTree::Found COcclusionAABBTree::i_Visit(std::size_t index)
     NodeState& known = state.nodes[index];
     if (!m_frustum.Test(node.box))
         return Found::Outside;
-    const bool isInside = !state.canAsk || occlusion::Grow(node.box).Test(m_cameraPosition);
+    const bool isInside =
+        !state.canAsk || i_IsAtNearPlane(node.box) || occlusion::Grow(node.box).Test(m_cameraPosition);
     if (isInside)
         known.isVisible = true;
     if (!known.isVisible)
     {
-        // Every other one in every other pass.
-        if ((index + state.pass) % 2 == 0)
+        // Half of the nodes in each pass; what was not asked about for long does not wait for its turn.
+        const std::uint32_t age = state.pass - known.checkedPass;
+        if (age >= kHiddenPasses || (age > 0 && (index + state.pass) % 2 == 0))
             i_Ask(index);
         return Found::Hidden;
     }
     if (!node.IsLeaf())
         return i_VisitChildren(index);
     i_Report(index);
+    // Those that have just come into the frustum take turns.
+    if (static_cast<std::int32_t>(state.pass - known.nextQuery) > kOverduePasses)
+        known.nextQuery = state.pass + GetGroupPass(index);
     if (!isInside && static_cast<std::int32_t>(state.pass - known.nextQuery) >= 0)
         i_Ask(index);
     return Found::Visible;
@@ -238,9 +297,12 @@ COcclusionAABBTree::Found COcclusionAABBTree::i_VisitChildren(std::size_t index)
         return Found::Visible;
     if (first == Found::Outside || second == Found::Outside)
         return first == second ? Found::Outside : Found::Visible;
+    NodeState& known = state.nodes[index];
+    known.checkedPass = state.pass - std::max(state.pass - state.nodes[children[0]].checkedPass,
+                                              state.pass - state.nodes[children[1]].checkedPass);
     // One question for both from now on.
-    if (static_cast<std::int32_t>(state.pass - state.nodes[index].apartUntil) >= 0)
-        state.nodes[index].isVisible = false;
+    if (static_cast<std::int32_t>(state.pass - known.apartUntil) >= 0)
+        known.isVisible = false;
     return Found::Hidden;
 }
 
@@ -252,15 +314,14 @@ void COcclusionAABBTree::DoOcclusion()
     m_queryCount = 0;
     if (state.boxes.empty())
         return;
-    const CMatrix projectionView = m_frustum.GetProjectionView();
-    state.canAsk = i_Prepare() && !(projectionView == CMatrix(std::array<float, 16>{}.data()));
+    state.canAsk = !m_frustum.HoldsEverything() && i_Prepare();
     state.masks = state.blocks.Test(m_frustum);
     const CPreservedState guard(m_renderer->GetState());
     if (state.canAsk)
     {
         i_TakeAnswers();
         occlusion::SetQueryState(m_renderer->GetState());
-        state.program->SetMatrix("projectionView", projectionView);
+        state.program->SetMatrix("projectionView", m_frustum.GetProjectionView());
         state.program->Use();
     }
     i_Visit(0);

@@ -14,10 +14,10 @@
 ///     culler->DoOcclusion();
 ///
 /// A node is visible until the device has said otherwise, and all boxes of a visible leaf that are in the frustum count
-/// as visible. What comes out of hiding is found within three passes, and within eight when the device is behind: an
+/// as visible. What comes out of hiding is found by the third pass, and by the eighth when the device is behind: an
 /// answer is waited for when it is three passes late. What becomes hidden counts as visible for up to twenty. A camera
-/// inside a node, or within one unit of it, sees it; a near plane farther away than that unit may cut off what it sees.
-/// Visible indices come leaf by leaf, roughly the nearest first.
+/// sees a node that it is inside of, or within one unit of, or that its near plane cuts. Visible indices come leaf by
+/// leaf, roughly the nearest first.
 ///
 /// The matrix is that of the frustum. Without a device all that is in the frustum is visible. A pass costs one frustum
 /// test for each box, a walk of the nodes in the frustum that are not hidden, and a draw call for each query.
@@ -50,10 +50,12 @@ private:
     void i_Forget();
     void i_TakeAnswers();
     void i_Reveal(std::size_t node);
+    void i_RevealBelow(std::size_t node, std::size_t top);
     Found i_Visit(std::size_t node);
     Found i_VisitChildren(std::size_t node);
     void i_Report(std::size_t leaf);
     void i_Ask(std::size_t node);
+    bool i_IsAtNearPlane(const collision::PrimAABB& box) const noexcept;
 
     std::unique_ptr<State> m_state;
     int m_queryCount = 0;

@@ -1,12 +1,11 @@
 #include "gameengine/engine/occlusionRasterInternal.h"
+#include "tamradeps/collision/simdKernels.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace occlusion
 {
-extern const OcclusionKernels kSse2Kernels;
-extern const OcclusionKernels kAvx2Kernels;
-
 namespace
 {
 struct Sets
@@ -15,15 +14,16 @@ struct Sets
     std::size_t count = 1;
 };
 
-// There is none for longer vectors: what is worked on is eight rows, corners, edges or tiles.
+// Those that other code has found fit for this machine. There is none for longer vectors: what is worked on is eight
+// rows, corners, sides, tiles or boxes.
 Sets FindSets() noexcept
 {
     Sets sets;
-#if defined(__GNUC__)
-    __builtin_cpu_init();
-    if (__builtin_cpu_supports("avx2"))
-        sets.kernels[sets.count++] = &kAvx2Kernels;
-#endif
+    for (const collision::SimdKernels* available : collision::SimdKernels::GetAll())
+    {
+        if (std::strcmp(available->name, kAvx2Kernels.name) == 0)
+            sets.kernels[sets.count++] = &kAvx2Kernels;
+    }
     return sets;
 }
 } // namespace

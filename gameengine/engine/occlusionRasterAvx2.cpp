@@ -33,6 +33,30 @@ struct Target<xsimd::avx2>
                                           _mm256_shuffle_ps(ab, cd, _MM_SHUFFLE(3, 2, 3, 2)));
         _mm_storeu_ps(least, _mm_min_ps(_mm256_castps256_ps128(both), _mm256_extractf128_ps(both, 1)));
     }
+
+    static MaskRelation Unite(const DepthTiles::Mask& a, const DepthTiles::Mask& b, DepthTiles::Mask& both)
+    {
+        const __m256i bitsA = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a.rows));
+        const __m256i bitsB = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b.rows));
+        const __m256i united = _mm256_or_si256(bitsA, bitsB);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(both.rows), united);
+        return {!_mm256_testc_si256(bitsB, bitsA), !_mm256_testc_si256(bitsA, bitsB),
+                _mm256_testc_si256(united, _mm256_set1_epi32(-1)) != 0};
+    }
+
+    static void Load(const float* const (&from)[8], Eight<xsimd::avx2> (&out)[4])
+    {
+        const auto both = [&](int i)
+        { return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(from[i])), _mm_loadu_ps(from[i + 4]), 1); };
+        const __m256 a = _mm256_unpacklo_ps(both(0), both(1));
+        const __m256 b = _mm256_unpackhi_ps(both(0), both(1));
+        const __m256 c = _mm256_unpacklo_ps(both(2), both(3));
+        const __m256 d = _mm256_unpackhi_ps(both(2), both(3));
+        out[0].parts[0] = _mm256_shuffle_ps(a, c, _MM_SHUFFLE(1, 0, 1, 0));
+        out[1].parts[0] = _mm256_shuffle_ps(a, c, _MM_SHUFFLE(3, 2, 3, 2));
+        out[2].parts[0] = _mm256_shuffle_ps(b, d, _MM_SHUFFLE(1, 0, 1, 0));
+        out[3].parts[0] = _mm256_shuffle_ps(b, d, _MM_SHUFFLE(3, 2, 3, 2));
+    }
 };
 } // namespace
 

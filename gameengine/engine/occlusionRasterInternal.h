@@ -38,6 +38,9 @@ struct OcclusionPolygon
     /// Rows of pixels.
     std::int32_t rowBegin;
     std::int32_t rowEnd;
+    /// Columns of tiles.
+    std::int32_t tileBegin;
+    std::int32_t tileEnd;
 };
 
 /// Polygon to draw and the rows of tiles that it reaches.
@@ -109,6 +112,9 @@ struct OcclusionKernels
     std::size_t (*keepVisible)(const OcclusionView& view, const DepthTiles& tiles, const float* boxes,
                                std::uint32_t* found, std::size_t count);
 };
+
+extern const OcclusionKernels kSse2Kernels;
+extern const OcclusionKernels kAvx2Kernels;
 
 /// Every set that this machine can run, the plainest first.
 std::span<const OcclusionKernels* const> GetOcclusionKernels() noexcept;

@@ -157,6 +157,9 @@ bool OcclusionView::i_SetOrigin() noexcept
         for (int i = 0; i < 4; ++i)
             row->factors[i] = static_cast<float>(row->exact[i]);
     }
+    for (int i = 0; i < 4; ++i)
+        error[i] =
+            std::max({std::abs(w.factors[i]), std::abs(nearPlane.factors[i]), std::abs(depth.factors[i])}) * kRounding;
     return true;
 }
 

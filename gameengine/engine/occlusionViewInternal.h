@@ -55,6 +55,8 @@ struct OcclusionView
     Row w;
     Row nearPlane;
     Row depth;
+    /// How much rounding does to the last three: factors of the position's absolutes.
+    float error[4];
 
     /// The plane where coordinate `axis` is `position`. Numbers that are not finite when seen from its edge.
     ScreenPlane GetPlane(int axis, float position) const noexcept

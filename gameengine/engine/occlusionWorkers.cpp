@@ -18,7 +18,6 @@ Workers::Workers(int count)
         tamra::log::Warning("The occlusion culler works with " + std::to_string(GetCount()) + " threads instead of " +
                             std::to_string(count));
     }
-    m_meeting = std::make_unique<std::barrier<>>(GetCount());
 }
 
 Workers::~Workers()
@@ -32,29 +31,35 @@ Workers::~Workers()
         thread.join();
 }
 
+// Nobody waits for a thread that still sleeps: with a busy processor that takes longer than the job.
 void Workers::Run(Job job, void* context)
 {
-    m_caller = std::this_thread::get_id();
+    m_job = job;
+    m_context = context;
     if (!m_threads.empty())
     {
+        m_gate.store(kOpen, std::memory_order_release);
         {
             const std::lock_guard lock(m_mutex);
-            m_job = job;
-            m_context = context;
             ++m_jobs;
         }
         m_wake.notify_all();
     }
     job(context);
-    Meet();
+    m_gate.fetch_and(~kOpen, std::memory_order_relaxed);
+    while (m_gate.load(std::memory_order_acquire) != 0)
+        std::this_thread::yield();
 }
 
-bool Workers::Meet() noexcept
+bool Workers::i_Enter() noexcept
 {
-    const bool isCaller = std::this_thread::get_id() == m_caller;
-    if (!m_threads.empty())
-        m_meeting->arrive_and_wait();
-    return isCaller;
+    std::uint32_t gate = m_gate.load(std::memory_order_relaxed);
+    while (gate & kOpen)
+    {
+        if (m_gate.compare_exchange_weak(gate, gate + 1, std::memory_order_acquire, std::memory_order_relaxed))
+            return true;
+    }
+    return false;
 }
 
 void Workers::i_Main() noexcept
@@ -62,16 +67,17 @@ void Workers::i_Main() noexcept
     std::uint64_t done = 0;
     while (true)
     {
-        std::unique_lock lock(m_mutex);
-        m_wake.wait(lock, [&] { return m_stop || m_jobs != done; });
-        if (m_stop)
-            return;
-        done = m_jobs;
-        const Job job = m_job;
-        void* const context = m_context;
-        lock.unlock();
-        job(context);
-        Meet();
+        {
+            std::unique_lock lock(m_mutex);
+            m_wake.wait(lock, [&] { return m_stop || m_jobs != done; });
+            if (m_stop)
+                return;
+            done = m_jobs;
+        }
+        if (!i_Enter())
+            continue;
+        m_job(m_context);
+        m_gate.fetch_sub(1, std::memory_order_release);
     }
 }
 } // namespace occlusion

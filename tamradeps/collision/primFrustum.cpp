@@ -4,6 +4,8 @@ namespace collision
 {
 void PrimFrustum::Set(const CMatrix& projectionView) noexcept
 {
+    m_projectionView = projectionView;
+    m_holdsEverything = false;
     const float* m = projectionView.GetElements();
     for (int plane = 0; plane < 6; ++plane)
     {
@@ -12,20 +14,6 @@ void PrimFrustum::Set(const CMatrix& projectionView) noexcept
         for (int column = 0; column < 4; ++column)
             m_planes[plane][column] = m[column * 4 + 3] + sign * m[column * 4 + row];
     }
-}
-
-CMatrix PrimFrustum::GetProjectionView() const noexcept
-{
-    CMatrix matrix;
-    float* m = matrix.GetElements();
-    for (int column = 0; column < 4; ++column)
-    {
-        for (int row = 0; row < 3; ++row)
-            m[column * 4 + row] = (m_planes[row * 2][column] - m_planes[row * 2 + 1][column]) * 0.5F;
-        // From the sides: the far plane may be so far that it takes the last places.
-        m[column * 4 + 3] = (m_planes[0][column] + m_planes[1][column]) * 0.5F;
-    }
-    return matrix;
 }
 
 bool PrimFrustum::Test(const PrimAABB& box) const noexcept

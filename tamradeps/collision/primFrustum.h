@@ -11,7 +11,7 @@ class TAMRADEPS_API PrimFrustum
 {
 public:
     /// A frustum that holds everything.
-    PrimFrustum() noexcept = default;
+    PrimFrustum() noexcept { m_projectionView.Identity(0.0F); }
 
     /// From `projection * view` with OpenGL clip space (z from -1 to 1).
     explicit PrimFrustum(const CMatrix& projectionView) noexcept { Set(projectionView); }
@@ -28,11 +28,13 @@ public:
     /// a * x + b * y + c * z + d is negative outside.
     const float* GetPlane(int index) const noexcept { return m_planes[index]; }
 
-    /// The matrix that the planes were made from, up to rounding in the last places; zeros for a frustum that holds
-    /// everything.
-    CMatrix GetProjectionView() const noexcept;
+    /// The matrix that the planes were made from; the zero matrix for a frustum that holds everything.
+    const CMatrix& GetProjectionView() const noexcept { return m_projectionView; }
+    bool HoldsEverything() const noexcept { return m_holdsEverything; }
 
 private:
     float m_planes[6][4] = {};
+    bool m_holdsEverything = true;
+    CMatrix m_projectionView;
 };
 } // namespace collision

@@ -1,11 +1,8 @@
 #include "gameengine/engine/occlusionAABBBruteforce.h"
 #include "gameengine/engine/occlusionAABBOpenGLHierarchicalZ.h"
 #include "support/allocations.h"
-#include "support/deviceFixture.h"
 #include "support/expectations.h"
-#include "support/occlusionReference.h"
-#include "support/random.h"
-#include "tamradeps/io/fileSystem.h"
+#include "support/occlusionScene.h"
 
 #include <cstdio>
 #include <cstring>
@@ -13,128 +10,13 @@
 #include <limits>
 #include <set>
 
-#include <GL/glew.h>
-
 using namespace renderer;
 using collision::PrimAABB;
 
 namespace
 {
-constexpr int kWidth = 96;
-constexpr int kHeight = 54;
-
-// Boxes that hide one another, drawn as they are.
-class OcclusionGpu : public test::DeviceTest
+class OcclusionGpu : public test::OcclusionSceneTest
 {
-protected:
-    void SetUp() override
-    {
-        DeviceTest::SetUp();
-        if (IsSkipped())
-            return;
-        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
-        m_target = CRenderTarget::Create(m_renderer, kWidth, kHeight);
-        m_program = CProgram::CreateFromText(m_renderer,
-                                             "layout(location = 0) in vec3 position;\n"
-                                             "uniform mat4 projectionView;\n"
-                                             "void main() { gl_Position = projectionView * vec4(position, 1.0); }\n",
-                                             "out vec4 result;\nvoid main() { result = vec4(1.0); }\n");
-        ASSERT_TRUE(m_target && m_program);
-        m_target->Bind();
-    }
-
-    void LookFrom(CVector3 eye, CVector3 target)
-    {
-        m_eye = eye;
-        m_projectionView = CMatrix::Projection(60, static_cast<float>(kWidth) / kHeight, 1.0F, 500.0F) *
-                           CMatrix::View(eye, target, {0, 0, 1});
-    }
-
-    // A street of walls with boxes between and behind.
-    void MakeScene(std::uint32_t seed, int count)
-    {
-        test::Random random(seed);
-        m_boxes.clear();
-        for (int i = 0; i < count; ++i)
-        {
-            const CVector3 middle(random.Between(-100, 100), random.Between(-100, 100), random.Between(0, 20));
-            const float size = i % 5 == 0 ? 12.0F : 2.0F;
-            const CVector3 half(random.Between(0.2F, size), random.Between(0.2F, size), random.Between(0.2F, 2 * size));
-            m_boxes.emplace_back(middle - half, middle + half);
-        }
-    }
-
-    void DrawScene()
-    {
-        m_renderer.BeginFrame(0.02F);
-        m_renderer.Clear({0, 0, 0});
-        const CPreservedState guard(m_renderer.GetState());
-        m_renderer.GetState().SetDepthTest(DepthTest::Less);
-        m_program->SetMatrix("projectionView", m_projectionView);
-        m_program->Use();
-        m_vertices.clear();
-        for (const PrimAABB& box : m_boxes)
-            AppendBox(box);
-        const std::size_t first = m_renderer.GetVertexCache()->Append(m_vertices);
-        m_renderer.GetVertexCache()->Draw(Primitive::Triangles, first, m_vertices.size());
-    }
-
-    void AppendBox(const PrimAABB& box)
-    {
-        static constexpr int kCorners[36] = {0, 4, 6, 0, 6, 2, 1, 3, 7, 1, 7, 5, 0, 1, 5, 0, 5, 4,
-                                             2, 6, 7, 2, 7, 3, 0, 2, 3, 0, 3, 1, 4, 5, 7, 4, 7, 6};
-        const float* values = box.GetFloats();
-        for (const int corner : kCorners)
-            m_vertices.push_back(
-                {{values[(corner & 1) * 3], values[(corner & 2) / 2 * 3 + 1], values[(corner & 4) / 4 * 3 + 2]}});
-    }
-
-    template <class Culler>
-    std::set<int> Pass(Culler& culler)
-    {
-        DrawScene();
-        culler.SetFrameData(0, collision::PrimFrustum(m_projectionView), m_eye);
-        culler.DoOcclusion();
-        glFinish(); // so that the next pass has the answer
-        std::set<int> visible;
-        for (int i = 0; i < culler.GetVisibleCount(); ++i)
-            visible.insert(culler.GetVisibleID(i));
-        EXPECT_EQ(visible.size(), static_cast<std::size_t>(culler.GetVisibleCount()));
-        return visible;
-    }
-
-    template <class Culler>
-    std::vector<OcclusionBoxHandle*> AddAll(Culler& culler)
-    {
-        std::vector<OcclusionBoxHandle*> handles;
-        for (const PrimAABB& box : m_boxes)
-            handles.push_back(culler.AddBoundingBox(box.GetFloats()));
-        return handles;
-    }
-
-    // Nothing that shows is missing; the share of what is kept of that which does not.
-    double Compare(const std::set<int>& visible)
-    {
-        const auto shown = test::CountShownPixels(m_boxes, m_projectionView, kWidth, kHeight);
-        int hidden = 0;
-        int kept = 0;
-        for (std::size_t i = 0; i < m_boxes.size(); ++i)
-        {
-            const bool isVisible = visible.contains(static_cast<int>(i));
-            if (shown[i] > 0)
-                EXPECT_TRUE(isVisible) << i << " shows in " << shown[i] << " pixels";
-            else
-                ++(isVisible ? kept : hidden);
-        }
-        return static_cast<double>(kept) / std::max(hidden + kept, 1);
-    }
-
-    RefPtr<CRenderTarget> m_target;
-    RefPtr<CProgram> m_program;
-    std::vector<Vertex> m_vertices;
-    std::vector<PrimAABB> m_boxes;
-    CMatrix m_projectionView;
-    CVector3 m_eye;
 };
 
 TEST_F(OcclusionGpu, NothingThatShowsIsMissing)

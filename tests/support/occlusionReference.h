@@ -30,9 +30,9 @@ inline float HitBox(const collision::PrimAABB& box, CVector3 origin, CVector3 di
 }
 
 /// How many pixels of a picture each box shows in, when all boxes are solid: the ray through each pixel's centre, from
-/// the near plane to the far one, shows the first box that it meets.
+/// the near plane to the far one, shows the first box that it meets. The rays may be moved by parts of a pixel.
 inline std::vector<int> CountShownPixels(std::span<const collision::PrimAABB> boxes, const CMatrix& projectionView,
-                                         int width, int height)
+                                         int width, int height, float offsetX = 0.0F, float offsetY = 0.0F)
 {
     const CMatrix inverse = projectionView.Inverse();
     const auto unproject = [&](float x, float y, float z)
@@ -46,8 +46,8 @@ inline std::vector<int> CountShownPixels(std::span<const collision::PrimAABB> bo
     {
         for (int x = 0; x < width; ++x)
         {
-            const float clipX = (static_cast<float>(x) + 0.5F) * 2.0F / static_cast<float>(width) - 1.0F;
-            const float clipY = (static_cast<float>(y) + 0.5F) * 2.0F / static_cast<float>(height) - 1.0F;
+            const float clipX = (static_cast<float>(x) + 0.5F + offsetX) * 2.0F / static_cast<float>(width) - 1.0F;
+            const float clipY = (static_cast<float>(y) + 0.5F + offsetY) * 2.0F / static_cast<float>(height) - 1.0F;
             const CVector3 start = unproject(clipX, clipY, -1.0F);
             const CVector3 way = unproject(clipX, clipY, 1.0F) - start;
             float nearest = 1.0F;

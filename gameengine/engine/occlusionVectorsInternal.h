@@ -1,0 +1,168 @@
+#pragma once
+
+#include "gameengine/engine/occlusionRasterInternal.h"
+
+#include <xsimd/xsimd.hpp>
+
+#if defined(__GNUC__)
+#define TAMRA_INLINE [[gnu::always_inline]] inline
+#else
+#define TAMRA_INLINE __forceinline
+#endif
+
+namespace occlusion
+{
+// The kernels are compiled once for each instruction set. All of them have internal linkage: of inline functions with
+// one name the linker keeps any, and could give plain code one that is full of instructions the processor lacks.
+namespace
+{
+struct MaskRelation
+{
+    bool addsAny;  ///< The first mask has pixels that the second lacks.
+    bool lacksAny; ///< The other way round.
+    bool isAll;    ///< Both together are the whole tile.
+};
+
+/// What differs by instruction set; the source of each defines its own:
+/// Bits(outcome): bit i tells the outcome in lane i.
+/// Spans(begins, ends, first): in row i, the bits from begins[i] - first to ends[i] - first that lie in the mask.
+/// Extremes(a, b, c, d, out): the least of each of four times eight floats.
+/// Unite(a, b, both): the pixels of two masks, and how they relate.
+/// Load(from, out): out[j] is float j, up to 3, behind each of eight pointers.
+template <class Arch>
+struct Target;
+
+/// Eight floats: the corners of a box, the edges of a polygon, rows of pixels, tiles of a row or boxes.
+template <class Arch>
+struct Eight
+{
+    using Batch = xsimd::batch<float, Arch>;
+    static constexpr std::size_t kSize = Batch::size;
+    static constexpr std::size_t kParts = 8 / kSize;
+
+    Batch parts[kParts];
+
+    TAMRA_INLINE Eight() = default;
+    TAMRA_INLINE Eight(float value)
+    {
+        for (Batch& part : parts)
+            part = Batch(value);
+    }
+    TAMRA_INLINE static Eight Load(const float* from)
+    {
+        Eight result;
+        for (std::size_t i = 0; i < kParts; ++i)
+            result.parts[i] = Batch::load_unaligned(from + i * kSize);
+        return result;
+    }
+    TAMRA_INLINE void Store(float* to) const
+    {
+        for (std::size_t i = 0; i < kParts; ++i)
+            parts[i].store_unaligned(to + i * kSize);
+    }
+    /// Rounds towards zero.
+    TAMRA_INLINE void StoreIntegers(std::int32_t* to) const
+    {
+        for (std::size_t i = 0; i < kParts; ++i)
+            xsimd::to_int(parts[i]).store_unaligned(to + i * kSize);
+    }
+    TAMRA_INLINE Eight Truncate() const
+    {
+        Eight result;
+        for (std::size_t i = 0; i < kParts; ++i)
+            result.parts[i] = xsimd::to_float(xsimd::to_int(parts[i]));
+        return result;
+    }
+
+    TAMRA_INLINE static Eight Apply(const Eight& a, const Eight& b, auto function)
+    {
+        Eight result;
+        for (std::size_t i = 0; i < kParts; ++i)
+            result.parts[i] = function(a.parts[i], b.parts[i]);
+        return result;
+    }
+    TAMRA_INLINE friend Eight operator+(const Eight& a, const Eight& b)
+    {
+        return Apply(a, b, [](Batch x, Batch y) { return x + y; });
+    }
+    TAMRA_INLINE friend Eight operator-(const Eight& a, const Eight& b)
+    {
+        return Apply(a, b, [](Batch x, Batch y) { return x - y; });
+    }
+    TAMRA_INLINE friend Eight operator*(const Eight& a, const Eight& b)
+    {
+        return Apply(a, b, [](Batch x, Batch y) { return x * y; });
+    }
+    TAMRA_INLINE friend Eight operator/(const Eight& a, const Eight& b)
+    {
+        return Apply(a, b, [](Batch x, Batch y) { return x / y; });
+    }
+};
+
+/// An outcome for each of the eight.
+template <class Arch>
+struct EightBools
+{
+    using E = Eight<Arch>;
+
+    typename E::Batch::batch_bool_type parts[E::kParts];
+
+    TAMRA_INLINE std::uint32_t Bits() const
+    {
+        std::uint32_t bits = 0;
+        for (std::size_t i = 0; i < E::kParts; ++i)
+            bits |= Target<Arch>::Bits(parts[i]) << (i * E::kSize);
+        return bits;
+    }
+    TAMRA_INLINE friend EightBools operator&(const EightBools& a, const EightBools& b)
+    {
+        EightBools result;
+        for (std::size_t i = 0; i < E::kParts; ++i)
+            result.parts[i] = a.parts[i] & b.parts[i];
+        return result;
+    }
+    TAMRA_INLINE friend EightBools operator|(const EightBools& a, const EightBools& b)
+    {
+        EightBools result;
+        for (std::size_t i = 0; i < E::kParts; ++i)
+            result.parts[i] = a.parts[i] | b.parts[i];
+        return result;
+    }
+};
+
+// Where either is NaN the second operand is the result.
+template <class Arch>
+TAMRA_INLINE Eight<Arch> Min(const Eight<Arch>& a, const Eight<Arch>& b)
+{
+    return Eight<Arch>::Apply(a, b, [](auto x, auto y) { return xsimd::min(x, y); });
+}
+template <class Arch>
+TAMRA_INLINE Eight<Arch> Max(const Eight<Arch>& a, const Eight<Arch>& b)
+{
+    return Eight<Arch>::Apply(a, b, [](auto x, auto y) { return xsimd::max(x, y); });
+}
+template <class Arch>
+TAMRA_INLINE Eight<Arch> Abs(const Eight<Arch>& a)
+{
+    return Eight<Arch>::Apply(a, a, [](auto x, auto) { return xsimd::abs(x); });
+}
+template <class Arch>
+TAMRA_INLINE EightBools<Arch> Less(const Eight<Arch>& a, const Eight<Arch>& b)
+{
+    EightBools<Arch> result;
+    for (std::size_t i = 0; i < Eight<Arch>::kParts; ++i)
+        result.parts[i] = a.parts[i] < b.parts[i];
+    return result;
+}
+template <class Arch>
+TAMRA_INLINE Eight<Arch> Select(const EightBools<Arch>& condition, const Eight<Arch>& a, const Eight<Arch>& b)
+{
+    Eight<Arch> result;
+    for (std::size_t i = 0; i < Eight<Arch>::kParts; ++i)
+        result.parts[i] = xsimd::select(condition.parts[i], a.parts[i], b.parts[i]);
+    return result;
+}
+
+constexpr float kNumbers[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+} // namespace
+} // namespace occlusion

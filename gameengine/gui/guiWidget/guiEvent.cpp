@@ -1,0 +1,32 @@
+#include "gameengine/gui/guiWidget/guiEvent.h"
+
+namespace gui
+{
+const char* GuiEventType_GetString(std::int32_t type)
+{
+    switch (type)
+    {
+#define TAMRA_GUI_EVENT(name) \
+    case name: return #name
+        TAMRA_GUI_EVENT(GET_BUTTON_PRESSED);
+        TAMRA_GUI_EVENT(GET_BUTTON_RELEASED);
+        TAMRA_GUI_EVENT(GET_CHECKBOX_CHANGED);
+        TAMRA_GUI_EVENT(GET_RADIOBUTTON_SELECTED);
+        TAMRA_GUI_EVENT(GET_SLIDER_PRESSED);
+        TAMRA_GUI_EVENT(GET_SLIDER_RELEASED);
+        TAMRA_GUI_EVENT(GET_SLIDER_CHANGED);
+        TAMRA_GUI_EVENT(GET_SCROLLBAR_PRESSED);
+        TAMRA_GUI_EVENT(GET_SCROLLBAR_RELEASED);
+        TAMRA_GUI_EVENT(GET_SCROLLBAR_CHANGED);
+        TAMRA_GUI_EVENT(GET_TEXTEDIT_CHANGED);
+        TAMRA_GUI_EVENT(GET_TEXTEDIT_RETURNPRESSED);
+        TAMRA_GUI_EVENT(GET_TEXTEDIT_FINALIZED);
+        TAMRA_GUI_EVENT(GET_SPINNER_CHANGED);
+        TAMRA_GUI_EVENT(GET_DROPLIST_CHANGED);
+        TAMRA_GUI_EVENT(GET_WINDOW_GRAB_FOCUS);
+        TAMRA_GUI_EVENT(GET_WINDOW_CLOSE);
+#undef TAMRA_GUI_EVENT
+    default: return "Unknown GuiEventType";
+    }
+}
+} // namespace gui

@@ -1,0 +1,93 @@
+#include "gameengine/gui/guiWidget/guiLayout.h"
+
+#include <algorithm>
+
+namespace gui
+{
+namespace
+{
+// Takes the docked widget's edge off what is left.
+GuiRectf TakeDocked(GuiDock dock, Vec2<float> wanted, GuiRectf& left)
+{
+    GuiRectf rect = left;
+    switch (dock)
+    {
+    case GuiDock::Left:
+        rect.w = std::clamp(wanted.x, 0.0F, left.w);
+        left.x += rect.w;
+        left.w -= rect.w;
+        break;
+    case GuiDock::Right:
+        rect.w = std::clamp(wanted.x, 0.0F, left.w);
+        rect.x = left.x + left.w - rect.w;
+        left.w -= rect.w;
+        break;
+    case GuiDock::Top:
+        rect.h = std::clamp(wanted.y, 0.0F, left.h);
+        left.y += rect.h;
+        left.h -= rect.h;
+        break;
+    case GuiDock::Bottom:
+        rect.h = std::clamp(wanted.y, 0.0F, left.h);
+        rect.y = left.y + left.h - rect.h;
+        left.h -= rect.h;
+        break;
+    case GuiDock::None:
+    case GuiDock::Center: break;
+    }
+    return rect;
+}
+
+// One axis of an anchored widget, when the room that was [oldStart, oldStart + oldSize) becomes another.
+void MoveAnchored(bool low, bool high, float oldStart, float oldSize, float newStart, float newSize, float& start,
+                  float& size)
+{
+    const float growth = newSize - oldSize;
+    float moved = start - oldStart;
+    if (low && high)
+        size = std::max(size + growth, 0.0F);
+    else if (high)
+        moved += growth;
+    else if (!low && oldSize > 0.0F)
+        moved = (moved + size * 0.5F) * newSize / oldSize - size * 0.5F;
+    start = newStart + moved;
+}
+} // namespace
+
+GuiFreeLayout::GuiFreeLayout(GuiContext& context, GuiStyle style, const GuiRecti& rect, GuiSizePolicy sizePolicy)
+    : GuiLayoutMulti(context, style, rect, sizePolicy)
+{
+}
+
+void GuiFreeLayout::AdjustLayout()
+{
+    const GuiRecti room = GetContainingRect();
+    const GuiRectf now(static_cast<float>(room.x), static_cast<float>(room.y), static_cast<float>(room.w),
+                       static_cast<float>(room.h));
+    const GuiRectf before = m_hasLast ? m_lastRect : now;
+    GuiRectf left = now;
+    for (std::size_t i = 0; i < GetChildCount(); ++i)
+    {
+        GuiWidget& child = *GetChild(i);
+        GuiRectf rect = child.GetLayoutRect();
+        if (child.GetDockingPosition() != GuiDock::None)
+        {
+            // What is not seen takes no room.
+            if (!child.IsVisible())
+                continue;
+            rect = TakeDocked(child.GetDockingPosition(), child.GetPreferredSize(), left);
+        }
+        else
+        {
+            const std::uint32_t mask = child.GetAnchorMask();
+            MoveAnchored((mask & kAnchorLeft) != 0, (mask & kAnchorRight) != 0, before.x, before.w, now.x, now.w,
+                         rect.x, rect.w);
+            MoveAnchored((mask & kAnchorTop) != 0, (mask & kAnchorBottom) != 0, before.y, before.h, now.y, now.h,
+                         rect.y, rect.h);
+        }
+        child.PlaceAt(rect);
+    }
+    m_lastRect = now;
+    m_hasLast = true;
+}
+} // namespace gui

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "gameengine/gui/guiWidget/guiWidget.h"
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace gui
+{
+/// Common to widgets that hold others: input and drawing go to those inside, and their places are found anew only when
+/// something asked for it.
+class TAMRAGAMEENGINE_API GuiLayout : public GuiWidget
+{
+public:
+    using GuiWidget::GuiWidget;
+
+    void OnUpdateRect(const GuiRecti& rect) override;
+    void SetLocked(bool locked) override;
+
+    /// Who is inside, by number from 0; null beyond.
+    virtual GuiWidget* GetChild(std::size_t index) const = 0;
+    virtual std::size_t GetChildCount() const = 0;
+    /// Takes ownership of a widget that has no parent. Null, with the widget destroyed, when there is no room.
+    virtual GuiWidget* AddChild(std::unique_ptr<GuiWidget> child) = 0;
+    /// Gives a child away; null for others.
+    virtual std::unique_ptr<GuiWidget> RemoveChild(GuiWidget* child) = 0;
+
+    bool NeedsLayout() const noexcept { return m_needsLayout || m_childNeedsLayout; }
+    /// Calls `AdjustLayout` where it is needed, here and below, and answers how often.
+    int UpdateLayout();
+
+protected:
+    void myAdopt(GuiWidget& child);
+    void myDisown(GuiWidget& child);
+
+private:
+    friend class GuiWidget;
+
+    bool m_needsLayout = true;
+    bool m_childNeedsLayout = true;
+};
+
+/// Holds one widget.
+class TAMRAGAMEENGINE_API GuiLayoutSingle : public GuiLayout
+{
+public:
+    using GuiLayout::GuiLayout;
+    ~GuiLayoutSingle() override;
+
+    GuiWidget* GetHoverWidget(int x, int y) override;
+    void Render() override;
+    GuiWidget* GetChild(std::size_t index) const override;
+    std::size_t GetChildCount() const override { return m_child ? 1 : 0; }
+    GuiWidget* AddChild(std::unique_ptr<GuiWidget> child) override;
+    std::unique_ptr<GuiWidget> RemoveChild(GuiWidget* child) override;
+
+private:
+    std::unique_ptr<GuiWidget> m_child;
+};
+
+/// Holds any number of widgets, later ones over earlier ones.
+class TAMRAGAMEENGINE_API GuiLayoutMulti : public GuiLayout
+{
+public:
+    using GuiLayout::GuiLayout;
+    ~GuiLayoutMulti() override;
+
+    GuiWidget* GetHoverWidget(int x, int y) override;
+    void Render() override;
+    GuiWidget* GetChild(std::size_t index) const override;
+    std::size_t GetChildCount() const override { return m_children.size(); }
+    GuiWidget* AddChild(std::unique_ptr<GuiWidget> child) override;
+    std::unique_ptr<GuiWidget> RemoveChild(GuiWidget* child) override;
+    /// Moves a child over all others.
+    void RaiseChild(GuiWidget* child);
+
+private:
+    std::vector<std::unique_ptr<GuiWidget>> m_children;
+};
+
+/// Places its children by dock and anchor. Docked ones take their edge in the order in which they were added, each from
+/// what the ones before left over; `Center` takes the rest. The others keep their distance from the edges that they are
+/// anchored to: from both of a pair they are stretched, from none of a pair they stay in proportion.
+class TAMRAGAMEENGINE_API GuiFreeLayout : public GuiLayoutMulti
+{
+public:
+    explicit GuiFreeLayout(GuiContext& context, GuiStyle style = 0, const GuiRecti& rect = {},
+                           GuiSizePolicy sizePolicy = GuiSizePolicy::Expand());
+
+    GuiWidgetType GetType() const override { return GuiWidgetType::FreeLayout; }
+    const char* GetTypeString() const override { return "GWT_FREELAYOUT"; }
+    void AdjustLayout() override;
+
+private:
+    GuiRectf m_lastRect; // at the last adjustment, from which anchors keep their distances
+    bool m_hasLast = false;
+};
+} // namespace gui

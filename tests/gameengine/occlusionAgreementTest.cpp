@@ -1,0 +1,155 @@
+// All cullers against one another, and against rays.
+
+#include "gameengine/engine/occlusionAABBBruteforce.h"
+#include "gameengine/engine/occlusionAABBOpenGLHierarchicalZ.h"
+#include "gameengine/engine/occlusionAABBSoftwareHierarchicalZ.h"
+#include "gameengine/engine/occlusionAABBTree.h"
+#include "support/allocations.h"
+#include "support/occlusionScene.h"
+
+#include <cstdio>
+#include <limits>
+#include <string>
+
+using namespace renderer;
+using collision::PrimAABB;
+
+namespace
+{
+constexpr int kPasses = 9; // more than any of them is late
+
+class OcclusionAgreement : public test::OcclusionSceneTest
+{
+protected:
+    const float* GetFloats() const { return m_boxes.front().GetFloats(); }
+    int GetCount() const { return static_cast<int>(m_boxes.size()); }
+};
+
+TEST_F(OcclusionAgreement, NobodyMissesWhatShows)
+{
+    MakeTown(5);
+    const RefPtr<COcclusionAABBBruteforce> brute = new COcclusionAABBBruteforce(m_renderer);
+    const RefPtr<COcclusionAABBOpenGLHierarchicalZ> pyramid = new COcclusionAABBOpenGLHierarchicalZ(m_renderer);
+    const RefPtr<COcclusionAABBTree> tree = new COcclusionAABBTree(m_renderer);
+    const RefPtr<COcclusionAABBSoftwareHierarchicalZ> software = new COcclusionAABBSoftwareHierarchicalZ(m_renderer);
+    AddAll(*brute);
+    AddAll(*pyramid);
+    tree->SetBoundingBoxes(GetCount(), GetFloats());
+    software->SetBoundingBoxes(GetCount(), GetFloats());
+    software->SetOccluderBoxes(m_boxes);
+    struct Entry
+    {
+        const char* name;
+        COcclusionAABBBase* culler;
+        double most; // of what does not show, the part that may be kept
+        double kept = 0.0;
+    };
+    Entry entries[] = {{"brute force", brute.Get(), 0.05},
+                       {"tree", tree.Get(), 0.4},
+                       {"software", software.Get(), 0.15},
+                       {"pyramid", pyramid.Get(), 0.15}};
+    const CVector3 views[][2] = {
+        {{-140, 0, 2}, {0, 0, 2}},    {{0, 0, 2}, {0, 50, 2}},    {{-39, 0, 5}, {-139, 100, 2}},
+        {{60, -60, 45}, {0, 0, 0}},   {{100, 20, 2}, {0, 20, 2}}, {{20, 20, 1}, {21, 21, 30}},
+        {{-139, -134, 3}, {0, 0, 0}}, {{0, -200, 90}, {0, 0, 0}}, {{0, 1, 2}, {1, -40, 2}}};
+    int bruteQueries = 0;
+    int treeQueries = 0;
+    for (const auto& view : views)
+    {
+        LookFrom(view[0], view[1]);
+        for (Entry& entry : entries)
+        {
+            SCOPED_TRACE(entry.name);
+            std::set<int> visible;
+            for (int pass = 0; pass < kPasses; ++pass)
+                visible = Pass(*entry.culler);
+            entry.kept += Compare(visible) / static_cast<double>(std::size(views));
+        }
+        bruteQueries += brute->GetQueryCount();
+        for (int pass = 0; pass < 8; ++pass)
+        {
+            Pass(*tree);
+            treeQueries += tree->GetQueryCount();
+        }
+    }
+    for (const Entry& entry : entries)
+    {
+        std::printf("%-12s keeps %4.1f %% of what does not show\n", entry.name, entry.kept * 100);
+        EXPECT_LT(entry.kept, entry.most) << entry.name;
+    }
+    std::printf("queries of the tree: %.3f of those of brute force\n", treeQueries / 8.0 / bruteQueries);
+    EXPECT_LT(treeQueries / 8.0, 0.1 * bruteQueries);
+}
+
+TEST_F(OcclusionAgreement, TheTreeFollowsBoxesThatMove)
+{
+    MakeTown(9);
+    LookFrom({-140, 0, 2}, {0, 0, 2});
+    COcclusionAABBTree tree(m_renderer);
+    EXPECT_EQ(tree.AddBoundingBox(GetFloats()), nullptr);
+    tree.SetBoundingBoxes(GetCount(), GetFloats());
+    for (int pass = 0; pass < kPasses; ++pass)
+        Pass(tree);
+    // Some wander about, one of them out from behind a house; then all of the town goes elsewhere.
+    test::Random random(2);
+    for (int step = 0; step < 12; ++step)
+    {
+        for (PrimAABB& box : m_boxes)
+        {
+            const CVector3 way = step == 8 ? CVector3(0, random.Between(-60, 60), 0)
+                                           : CVector3(random.Between(-1, 1), random.Between(-1, 1), 0);
+            box = {box.GetMin() + way, box.GetMax() + way};
+        }
+        tree.SetBoundingBoxes(GetCount(), GetFloats());
+        EXPECT_EQ(tree.GetBoundingBoxCount(), GetCount());
+        std::set<int> visible;
+        for (int pass = 0; pass < kPasses; ++pass)
+            visible = Pass(tree);
+        Compare(visible);
+    }
+    // Fewer, with answers under way; none; and again some.
+    m_boxes.resize(40);
+    tree.SetBoundingBoxes(40, GetFloats());
+    Pass(tree);
+    for (const int id : Pass(tree))
+        EXPECT_LT(id, 40);
+    tree.SetBoundingBoxes(-3, nullptr);
+    EXPECT_TRUE(Pass(tree).empty());
+    tree.SetBoundingBoxes(40, GetFloats());
+    for (int pass = 0; pass < 3; ++pass)
+        Pass(tree);
+    const std::size_t allocations = test::GetAllocationCount();
+    tree.DoOcclusion();
+    EXPECT_EQ(test::GetAllocationCount(), allocations);
+}
+
+TEST_F(OcclusionAgreement, TheTreeSurvivesBadInput)
+{
+    constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    // Among others all the same, so that no side divides them.
+    m_boxes.assign(50, PrimAABB({10, -1, -1}, {11, 1, 1}));
+    m_boxes.emplace_back(CVector3(kNan, kNan, kNan), CVector3(kNan, kNan, kNan));
+    m_boxes.emplace_back(CVector3(-kInfinity, -kInfinity, -kInfinity), CVector3(kInfinity, kInfinity, kInfinity));
+    m_boxes.emplace_back(CVector3(5, 5, 5), CVector3(-5, -5, -5));
+    LookFrom({0, 0, 0}, {1, 0, 0});
+    COcclusionAABBTree tree(m_renderer);
+    const std::vector<PrimAABB> boxes = std::exchange(m_boxes, {}); // nothing is drawn
+    const int count = static_cast<int>(boxes.size());
+    tree.SetBoundingBoxes(count, boxes.front().GetFloats());
+    for (int pass = 0; pass < 3; ++pass)
+        EXPECT_TRUE(Pass(tree).contains(49));
+    const float elements[16] = {kNan, kInfinity, -kInfinity, kNan};
+    tree.SetFrameData(1, collision::PrimFrustum(CMatrix(elements)), {kNan, 0, 0});
+    tree.DoOcclusion();
+    tree.SetFrameData(1, collision::PrimFrustum(), {});
+    tree.DoOcclusion();
+    EXPECT_GE(tree.GetVisibleCount(), 50);
+    CRenderer bare;
+    COcclusionAABBTree onCpu(bare);
+    onCpu.SetBoundingBoxes(count, boxes.front().GetFloats());
+    onCpu.SetFrameData(0, collision::PrimFrustum(), {});
+    onCpu.DoOcclusion();
+    EXPECT_GE(onCpu.GetVisibleCount(), 50);
+}
+} // namespace
