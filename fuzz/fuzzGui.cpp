@@ -2,8 +2,8 @@
 // writing and reading it again, but for numbers beyond the ten characters that the format reads.
 
 #include "gameengine/gui/guiWidget/guiContext.h"
+#include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
-#include "gameengine/gui/guiWidget/guiWidget.h"
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "tamradeps/core/log.h"
 #include "tests/support/recordingDraw.h"
