@@ -21,8 +21,10 @@ namespace
 constexpr std::uint32_t kHiddenPasses = 2;
 // A visible leaf is asked about again after so many passes, and up to as many more, so that not all are asked at once.
 constexpr std::uint32_t kVisiblePasses = 6;
-// After a node turned out to be larger than what can be seen in it, its parts are asked about on their own for so long.
+// After a node turned out to be larger than what can be seen in it, its children are asked about on their own for so
+// long, up to the most when it happens again and again.
 constexpr std::uint32_t kApartPasses = 24;
+constexpr std::uint32_t kMostApartPasses = 384;
 // An answer is waited for after so many passes, so that there is a bound to how late it can be.
 constexpr std::uint32_t kWaitPasses = 3;
 // Leaves of which nothing is known are asked about in groups of some neighbours, one in each of so many passes.
@@ -34,6 +36,7 @@ struct NodeState
 {
     std::uint32_t nextQuery = 0; // the pass in which a visible leaf is asked about again
     std::uint32_t apartUntil = 0;
+    std::uint32_t apartPasses = kApartPasses;
     std::uint32_t askedPass = 0;
     std::uint32_t checkedPass = 0; // the oldest question that says that all of a hidden node is
     std::int32_t query = -1;
@@ -191,7 +194,11 @@ void COcclusionAABBTree::i_RevealBelow(std::size_t index, std::size_t top)
     if (shape.IsLeaf())
         return;
     if (index == top)
-        node.apartUntil = state.pass + kApartPasses;
+    {
+        const bool isAgain = state.pass - node.apartUntil < kApartPasses;
+        node.apartPasses = isAgain ? std::min(node.apartPasses * 2, kMostApartPasses) : kApartPasses;
+        node.apartUntil = state.pass + node.apartPasses;
+    }
     i_RevealBelow(index + 1, top);
     i_RevealBelow(static_cast<std::size_t>(shape.first), top);
 }

@@ -22,7 +22,7 @@ public:
         bool IsLeaf() const noexcept { return count > 0; }
     };
 
-    /// Builds the tree anew, some 40 ms for 100,000 boxes. Boxes that are not finite make their leaf reach everywhere.
+    /// Builds the tree anew, some 100 ms for 100,000 boxes. Boxes that are not finite make their leaf reach everywhere.
     void Build(std::span<const collision::PrimAABB> boxes);
     /// Fits the nodes to boxes that moved. False when the tree has become so loose that building it anew pays.
     bool Refit(std::span<const collision::PrimAABB> boxes);

@@ -225,7 +225,7 @@ TEST_F(GuiWidgets, DocksAndAnchors)
     const Case cases[] = {{GuiDock::Top, 0, {9, 9, 9, 20}, {0, 0, 300, 20}},
                           {GuiDock::Left, 0, {9, 9, 40, 9}, {0, 20, 40, 180}},
                           {GuiDock::Right, 0, {9, 9, 30, 9}, {270, 20, 30, 180}},
-                          {GuiDock::Bottom, 0, {9, 9, 9, 500}, {40, -300, 230, 500}}, // more than there is
+                          {GuiDock::Bottom, 0, {9, 9, 9, 500}, {40, 20, 230, 180}}, // more than there is
                           {GuiDock::Center, 0, {9, 9, 9, 9}, {40, 20, 230, 0}},
                           {GuiDock::None, kAnchorLeft | kAnchorTop, {5, 6, 7, 8}, {5, 6, 7, 8}},
                           {GuiDock::None, kAnchorRight | kAnchorBottom, {5, 6, 7, 8}, {105, 106, 7, 8}},

@@ -6,32 +6,31 @@ namespace gui
 {
 namespace
 {
-// Takes the docked widget's edge off what is left. It keeps its size where there is too little room, so that it has it
-// still when there is more.
-GuiRectf TakeDocked(GuiDock dock, const GuiRectf& wanted, GuiRectf& left)
+// Takes the docked widget's edge off what is left.
+GuiRectf TakeDocked(GuiDock dock, Vec2<float> wanted, GuiRectf& left)
 {
     GuiRectf rect = left;
     switch (dock)
     {
     case GuiDock::Left:
-        rect.w = std::max(wanted.w, 0.0F);
+        rect.w = std::clamp(wanted.x, 0.0F, left.w);
         left.x += rect.w;
-        left.w = std::max(left.w - rect.w, 0.0F);
+        left.w -= rect.w;
         break;
     case GuiDock::Right:
-        rect.w = std::max(wanted.w, 0.0F);
+        rect.w = std::clamp(wanted.x, 0.0F, left.w);
         rect.x = left.x + left.w - rect.w;
-        left.w = std::max(left.w - rect.w, 0.0F);
+        left.w -= rect.w;
         break;
     case GuiDock::Top:
-        rect.h = std::max(wanted.h, 0.0F);
+        rect.h = std::clamp(wanted.y, 0.0F, left.h);
         left.y += rect.h;
-        left.h = std::max(left.h - rect.h, 0.0F);
+        left.h -= rect.h;
         break;
     case GuiDock::Bottom:
-        rect.h = std::max(wanted.h, 0.0F);
+        rect.h = std::clamp(wanted.y, 0.0F, left.h);
         rect.y = left.y + left.h - rect.h;
-        left.h = std::max(left.h - rect.h, 0.0F);
+        left.h -= rect.h;
         break;
     case GuiDock::None:
     case GuiDock::Center: break;
@@ -76,7 +75,7 @@ void GuiFreeLayout::AdjustLayout()
             // What is not seen takes no room.
             if (!child.IsVisible())
                 continue;
-            rect = TakeDocked(child.GetDockingPosition(), rect, left);
+            rect = TakeDocked(child.GetDockingPosition(), child.GetPreferredSize(), left);
         }
         else
         {
@@ -86,7 +85,7 @@ void GuiFreeLayout::AdjustLayout()
             MoveAnchored((mask & kAnchorTop) != 0, (mask & kAnchorBottom) != 0, before.y, before.h, now.y, now.h,
                          rect.y, rect.h);
         }
-        child.SetRect(rect);
+        child.PlaceAt(rect);
     }
     m_lastRect = now;
     m_hasLast = true;

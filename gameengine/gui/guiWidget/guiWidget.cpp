@@ -84,7 +84,8 @@ GuiWidget::GuiWidget(GuiContext& context, GuiStyle style, const GuiRecti& rect, 
       m_style(style),
       m_context(&context),
       m_rect(rect),
-      m_layoutRect(ToFloat(rect))
+      m_layoutRect(ToFloat(rect)),
+      m_preferredSize(m_layoutRect.Size())
 {
 }
 
@@ -166,14 +167,36 @@ GuiRecti GuiWidget::GetLayoutRectInteger() const noexcept
 
 void GuiWidget::SetRect(const GuiRecti& rect)
 {
+    m_preferredSize = ToFloat(rect).Size();
     OnUpdateLayout(ToFloat(rect));
     OnUpdateRect(rect);
 }
 
 void GuiWidget::SetRect(const GuiRectf& rect)
 {
+    m_preferredSize = rect.Size();
     OnUpdateLayout(rect);
     OnUpdateRect(GetLayoutRectInteger());
+}
+
+void GuiWidget::PlaceAt(const GuiRectf& rect)
+{
+    const int x = Truncate(rect.x);
+    const int y = Truncate(rect.y);
+    OnUpdateLayout(rect);
+    OnUpdateRect({x, y, Truncate(rect.x + rect.w) - x, Truncate(rect.y + rect.h) - y});
+}
+
+void GuiWidget::SetPreferredSize(Vec2<float> size)
+{
+    m_preferredSize = size;
+    InvalidateLayout();
+}
+
+void GuiWidget::SetMinimumSize(Vec2<float> size)
+{
+    m_minimumSize = size;
+    InvalidateLayout();
 }
 
 Vec2<int> GuiWidget::GetRelativePos() const noexcept
@@ -277,6 +300,7 @@ bool GuiWidget::Load(GuiStream& stream)
     GuiRecti rect = GetLayoutRectInteger();
     for (int* value : {&rect.x, &rect.y, &rect.w, &rect.h})
         stream.ReadInteger(*value);
+    m_preferredSize = ToFloat(rect).Size();
     OnUpdateLayout(ToFloat(rect));
     std::int32_t start = stream.GetDataPosition();
     if (stream.ReadSimpleString(word) && !SplitAnchors(word, m_anchorMask))

@@ -125,7 +125,7 @@ public:
     const GuiRectf& GetLayoutRect() const noexcept { return m_layoutRect; }
     /// The layout rectangle with its fractions cut off.
     GuiRecti GetLayoutRectInteger() const noexcept;
-    /// Both rectangles at once.
+    /// Both rectangles at once; its size is from then on the preferred one.
     void SetRect(const GuiRecti& rect);
     void SetRect(const GuiRectf& rect);
     void SetRect(int x, int y, int w, int h) { SetRect(GuiRecti(x, y, w, h)); }
@@ -135,6 +135,14 @@ public:
     void SetY(int y) { SetPos(m_rect.x, y); }
     void SetWidth(int w) { SetSize(w, m_rect.h); }
     void SetHeight(int h) { SetSize(m_rect.w, h); }
+    /// What layouts call: as `SetRect`, but the preferred size stays. The integer rectangle is the one between the
+    /// rectangle's edges with their fractions cut off, so that neighbours leave no gap.
+    void PlaceAt(const GuiRectf& rect);
+    /// The size that layouts give it when they can, and the one below which they do not go while there is room.
+    Vec2<float> GetPreferredSize() const noexcept { return m_preferredSize; }
+    void SetPreferredSize(Vec2<float> size);
+    Vec2<float> GetMinimumSize() const noexcept { return m_minimumSize; }
+    void SetMinimumSize(Vec2<float> size);
     /// The position as seen from the parent; the absolute one without a parent.
     Vec2<int> GetRelativePos() const noexcept;
     Vec2<int> ConvertAbsoluteToRelative(int x, int y) const noexcept { return {x - m_rect.x, y - m_rect.y}; }
@@ -196,6 +204,8 @@ private:
     GuiRectf m_layoutRect;
     GuiDock m_dock = GuiDock::None;
     std::uint32_t m_anchorMask = kAnchorLeft | kAnchorTop;
+    Vec2<float> m_preferredSize;
+    Vec2<float> m_minimumSize;
 };
 
 /// Calls the function for the root and every widget below it, parents first. It must not add or remove any.

@@ -1,0 +1,255 @@
+#include "gameengine/gui/guiWidget/guiButton.h"
+#include "gameengine/gui/guiWidget/guiContext.h"
+#include "gameengine/gui/guiWidget/guiGroupBox.h"
+#include "gameengine/gui/guiWidget/guiLabel.h"
+#include "gameengine/gui/guiWidget/guiList.h"
+#include "gameengine/gui/guiWidget/guiStream.h"
+#include "support/random.h"
+#include "support/recordingDraw.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+using namespace gui;
+
+namespace
+{
+class Callback : public GuiCallback
+{
+public:
+    bool OnGuiEvent(const char* name, const GuiEvent& event) override
+    {
+        heard += std::string(heard.empty() ? "" : " ") + name + std::to_string(event.type) + ":" +
+                 std::to_string(event.GetInt(0));
+        return true;
+    }
+    std::string Take() { return std::exchange(heard, {}); }
+
+    std::string heard;
+};
+
+class GuiControls : public testing::Test
+{
+protected:
+    GuiControls()
+    {
+        m_root.SetCallback(&m_callback);
+        m_context->Render(400, 300);
+    }
+
+    template <class Widget, class... Arguments>
+    Widget* Add(GuiLayout& layout, const char* id, const GuiRecti& rect, Arguments... arguments)
+    {
+        auto widget = std::make_unique<Widget>(*m_context, arguments...);
+        widget->SetId(id);
+        widget->SetRect(rect);
+        return static_cast<Widget*>(layout.AddChild(std::move(widget)));
+    }
+    // Events come in the pass after that of the click.
+    std::string Click(int x, int y, int releaseX, int releaseY)
+    {
+        m_context->SetMousePos(x, y);
+        m_context->PushMouseClick(1);
+        m_context->Update(0.01F);
+        m_context->SetMousePos(releaseX, releaseY);
+        m_context->PushMouseRelease(1);
+        m_context->Update(0.01F);
+        return m_callback.Take();
+    }
+    std::string Key(unsigned key)
+    {
+        m_context->PushKeyPress(key);
+        m_context->PushKeyRelease(key);
+        m_context->Update(0.01F);
+        return m_callback.Take();
+    }
+
+    test::RecordingDraw m_draw;
+    Callback m_callback; // outlives the widgets' wish for it
+    std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
+    GuiFreeLayout& m_root = m_context->GetRoot();
+};
+
+TEST_F(GuiControls, ListsShareOutTheirRoom)
+{
+    // Without padding and spacing the sums are plain.
+    GuiStyleData style = GuiStyleData::MakeDark();
+    style.padding = style.spacing = 0;
+    m_context->SetStyleData(0, style);
+    auto* list = Add<GuiListH>(m_root, "list", {0, 0, 300, 50});
+    struct Case
+    {
+        GuiSizePolicy policy;
+        float preferred;
+        float minimum;
+    };
+    const auto place = [&](std::initializer_list<Case> cases, int width)
+    {
+        while (list->GetChildCount() > 0)
+            list->RemoveChild(list->GetChild(0));
+        for (const Case& entry : cases)
+        {
+            auto* label = Add<GuiLabel>(*list, "", {0, 0, static_cast<int>(entry.preferred), 20});
+            label->SetSizePolicy(entry.policy);
+            label->SetMinimumSize({entry.minimum, 0});
+        }
+        list->SetRect(0, 0, width, 50);
+        m_context->Update(0.01F);
+        std::string text;
+        for (std::size_t i = 0; i < list->GetChildCount(); ++i)
+        {
+            const GuiRecti rect = list->GetChild(i)->GetRect();
+            text += std::to_string(rect.x) + "+" + std::to_string(rect.w) + "x" + std::to_string(rect.h) + " ";
+        }
+        return text;
+    };
+    const GuiSizePolicy fixed = GuiSizePolicy::Fixed();
+    const GuiSizePolicy shrink = GuiSizePolicy::Shrink();
+    EXPECT_EQ(place({{fixed, 50, 0}, {fixed, 60, 0}}, 300), "0+50x20 50+60x20 ");
+    // Spare room: to those that expand, in proportion; to those that may grow if there are none.
+    EXPECT_EQ(
+        place({{GuiSizePolicy::Expand(), 50, 0}, {GuiSizePolicy::Resize(), 50, 0}, {GuiSizePolicy::ExpandH(), 100, 0}},
+              300),
+        "0+83x50 83+50x50 133+167x20 ");
+    EXPECT_EQ(place({{GuiSizePolicy::ResizeH(), 50, 0}, {fixed, 50, 0}, {GuiSizePolicy::ResizeV(), 50, 0}}, 300),
+              "0+200x20 200+50x20 250+50x50 ");
+    // Too little: those that may shrink lose in proportion to their slack, down to their minimum, and then it
+    // overflows.
+    EXPECT_EQ(place({{fixed, 100, 0}, {shrink, 100, 50}, {shrink, 100, 0}}, 150), "0+100x20 100+50x20 150+0x20 ");
+    EXPECT_EQ(place({{fixed, 100, 0}, {shrink, 100, 50}, {shrink, 100, 0}}, 225), "0+100x20 100+75x20 175+50x20 ");
+    EXPECT_EQ(place({{fixed, 100, 0}, {shrink, 100, 90}}, 50), "0+100x20 100+90x20 ");
+    // And back: what was lost was not forgotten.
+    list->SetRect(0, 0, 200, 50);
+    m_context->Update(0.01F);
+    EXPECT_EQ(list->GetChild(1)->GetRect(), GuiRecti(100, 0, 100, 20));
+    list->GetChild(0)->SetVisible(false);
+    m_context->Update(0.01F);
+    EXPECT_EQ(list->GetChild(1)->GetRect().x, 0);
+
+    // Whatever the children are: inside while there is room for the minima, side by side, and the same once more.
+    test::Random random(3);
+    auto* column = Add<GuiListV>(m_root, "column", {0, 0, 100, 500});
+    for (int round = 0; round < 300; ++round)
+    {
+        while (column->GetChildCount() > 0)
+            column->RemoveChild(column->GetChild(0));
+        for (int i = 0; i < 6; ++i)
+        {
+            static constexpr int kPolicies[] = {1, 3, 7};
+            auto* label = Add<GuiLabel>(*column, "", {0, 0, 10, random.Below(200)});
+            label->SetSizePolicy({kPolicies[random.Below(3)], kPolicies[random.Below(3)]});
+            label->SetMinimumSize({0, random.Between(0, 70)});
+        }
+        m_context->Update(0.01F);
+        int bottom = 0;
+        for (std::size_t i = 0; i < column->GetChildCount(); ++i)
+        {
+            const GuiRecti rect = column->GetChild(i)->GetRect();
+            EXPECT_EQ(rect.y, bottom);
+            EXPECT_GE(static_cast<float>(rect.h), column->GetChild(i)->GetMinimumSize().y - 1.0F);
+            bottom = rect.y + rect.h;
+        }
+        EXPECT_LE(bottom, 500);
+        const GuiRecti before = column->GetChild(3)->GetRect();
+        column->InvalidateLayout();
+        m_context->Update(0.01F);
+        EXPECT_EQ(column->GetChild(3)->GetRect(), before);
+    }
+}
+
+TEST_F(GuiControls, ClickWithMouseAndKeyboard)
+{
+    auto* button = Add<GuiButton>(m_root, "b", {0, 0, 50, 20});
+    auto* check = Add<GuiCheckBox>(m_root, "c", {0, 20, 50, 20});
+    auto* first = Add<GuiRadioButton>(m_root, "r", {0, 40, 50, 20});
+    auto* second = Add<GuiRadioButton>(m_root, "s", {0, 60, 50, 20});
+    auto* other = Add<GuiRadioButton>(m_root, "o", {0, 80, 50, 20});
+    other->SetGroup(2);
+    other->Select();
+    first->SetValue(10);
+    second->SetValue(20);
+    EXPECT_EQ(Click(5, 5, 5, 5), "b3:0 b4:1");
+    EXPECT_EQ(Click(5, 5, 200, 5), "b3:0 b4:0"); // let go beside it
+    EXPECT_EQ(m_context->GetInputWidget(), nullptr);
+    EXPECT_EQ(Key(257) + Key(32) + Key(65), "b3:0 b4:1b3:0 b4:1"); // in focus since the click
+    EXPECT_EQ(Click(5, 25, 5, 25), "c5:1");
+    EXPECT_EQ(Click(5, 25, 99, 25), "");
+    EXPECT_EQ(Key(32), "c5:0");
+    EXPECT_FALSE(check->IsChecked());
+    EXPECT_EQ(Click(5, 45, 5, 45), "r6:10");
+    EXPECT_EQ(Click(5, 65, 5, 65), "s6:20");
+    EXPECT_EQ(Click(5, 65, 5, 65), "");
+    EXPECT_TRUE(!first->IsSelected() && second->IsSelected() && other->IsSelected());
+
+    // Locked, invisible, and locked between press and release.
+    button->SetLocked(true);
+    EXPECT_EQ(Click(5, 5, 5, 5), "");
+    button->SetLocked(false);
+    m_context->SetMousePos(5, 5);
+    m_context->PushMouseClick(1);
+    m_context->Update(0.01F);
+    button->SetVisible(false);
+    EXPECT_EQ(m_context->GetInputWidget(), nullptr);
+    m_context->PushMouseRelease(1);
+    m_context->Update(0.01F);
+    EXPECT_EQ(m_callback.Take(), "b3:0");
+    m_context->PushMouseClick(2);
+    EXPECT_EQ(Click(5, 25, 5, 25), "c5:1");
+}
+
+TEST_F(GuiControls, DrawWhatTheyAreAndRoundTrip)
+{
+    auto* box = Add<GuiGroupBox>(m_root, "box", {10, 10, 200, 100});
+    box->SetTitle("Title");
+    auto* list = Add<GuiListV>(*box, "list", {});
+    auto* label = Add<GuiLabel>(*list, "label", {0, 0, 50, 40});
+    label->SetText("one\nlonger");
+    label->SetAlign(GuiAlign::Far, GuiAlign::Near);
+    auto* check = Add<GuiCheckBox>(*list, "check", {0, 0, 50, 20});
+    check->SetText("check \"it\"");
+    check->SetChecked(true);
+    auto* radio = Add<GuiRadioButton>(*list, "radio", {0, 0, 50, 20});
+    radio->SetGroup(3);
+    radio->SetValue(4);
+    radio->Select();
+    m_context->Update(0.01F);
+    EXPECT_EQ(list->GetRect(), GuiRecti(14, 30, 192, 76));
+    m_draw.calls.clear();
+    m_context->Render(400, 300);
+    EXPECT_EQ(m_draw.clips, 0);
+    std::string texts;
+    for (const auto& call : m_draw.calls)
+    {
+        if (call.what == "text")
+            texts += call.text + "@" + std::to_string(call.rect.x) + "," + std::to_string(call.rect.y) + " ";
+    }
+    // Right-aligned in the list's room of 18 to 202; the labels' height was cut to fit.
+    EXPECT_EQ(texts.substr(0, texts.find("check")), "Title@18,10 one@178,34 longer@154,50 ");
+    box->SetVisible(false);
+    m_draw.calls.clear();
+    m_context->Render(400, 300);
+    EXPECT_TRUE(m_draw.calls.empty());
+
+    GuiStream stream;
+    for (GuiWidget* widget : std::initializer_list<GuiWidget*>{box, list, label, check, radio})
+        ASSERT_TRUE(widget->Save(stream));
+    GuiStream copy(stream.GetData());
+    GuiGroupBox box2(*m_context);
+    GuiListV list2(*m_context);
+    GuiLabel label2(*m_context);
+    GuiCheckBox check2(*m_context);
+    GuiRadioButton radio2(*m_context);
+    for (GuiWidget* widget : std::initializer_list<GuiWidget*>{&box2, &list2, &label2, &check2, &radio2})
+    {
+        ASSERT_TRUE(widget->Load(copy)) << widget->GetTypeString();
+        if (widget == &box2)
+            box2.SetParent(&m_root);
+    }
+    EXPECT_EQ(copy.GetFaultPosition(), -1);
+    GuiStream again;
+    for (GuiWidget* widget : std::initializer_list<GuiWidget*>{&box2, &list2, &label2, &check2, &radio2})
+        widget->Save(again);
+    EXPECT_EQ(again.GetData(), stream.GetData());
+}
+} // namespace
