@@ -5,6 +5,7 @@
 #include "gameengine/gui/guiWidget/guiStream.h"
 #include "tamradeps/core/assertion.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -15,7 +16,7 @@ namespace
 constexpr const char* kModule = "gameengine/gui/guiWidget";
 constexpr std::array<std::pair<const char*, std::uint32_t>, 4> kAnchorNames = {
     {{"LEFT", kAnchorLeft}, {"RIGHT", kAnchorRight}, {"TOP", kAnchorTop}, {"BOTTOM", kAnchorBottom}}};
-constexpr std::array<const char*, 6> kDockNames = {"NONE", "LEFT", "RIGHT", "TOP", "BOTTOM", "CENTER"};
+constexpr std::array<std::string_view, 6> kDockNames = {"NONE", "LEFT", "RIGHT", "TOP", "BOTTOM", "CENTER"};
 
 GuiRectf ToFloat(const GuiRecti& rect)
 {
@@ -46,20 +47,35 @@ std::string JoinAnchors(std::uint32_t mask)
     return text;
 }
 
-std::uint32_t SplitAnchors(std::string_view text)
+// The edges that the text names; false when there are other names in it.
+bool SplitAnchors(std::string_view text, std::uint32_t& mask)
 {
-    std::uint32_t mask = 0;
+    mask = 0;
+    bool areKnown = true;
+    if (text == "NONE")
+        return true;
     for (std::size_t start = 0; start <= text.size();)
     {
         const std::size_t end = std::min(text.find('|', start), text.size());
-        for (const auto& [name, bit] : kAnchorNames)
-        {
-            if (text.substr(start, end - start) == name)
-                mask |= bit;
-        }
+        const auto known =
+            std::find_if(kAnchorNames.begin(), kAnchorNames.end(),
+                         [&](const auto& anchor) { return text.substr(start, end - start) == anchor.first; });
+        if (known != kAnchorNames.end())
+            mask |= known->second;
+        else
+            areKnown = false;
         start = end + 1;
     }
-    return mask;
+    return areKnown;
+}
+
+bool FindDock(std::string_view text, GuiDock& dock)
+{
+    const auto known = std::find(kDockNames.begin(), kDockNames.end(), text);
+    if (known == kDockNames.end())
+        return false;
+    dock = static_cast<GuiDock>(known - kDockNames.begin());
+    return true;
 }
 } // namespace
 
@@ -286,16 +302,12 @@ bool GuiWidget::Load(GuiStream& stream)
         stream.ReadInteger(*value);
     m_preferredSize = ToFloat(rect).Size();
     OnUpdateLayout(ToFloat(rect));
-    if (std::string anchors; stream.ReadSimpleString(anchors))
-        m_anchorMask = SplitAnchors(anchors);
-    if (std::string dock; stream.ReadSimpleString(dock))
-    {
-        for (std::size_t i = 0; i < kDockNames.size(); ++i)
-        {
-            if (dock == kDockNames[i])
-                m_dock = static_cast<GuiDock>(i);
-        }
-    }
+    std::int32_t start = stream.GetDataPosition();
+    if (stream.ReadSimpleString(word) && !SplitAnchors(word, m_anchorMask))
+        stream.MarkFault(start);
+    start = stream.GetDataPosition();
+    if (stream.ReadSimpleString(word) && !FindDock(word, m_dock))
+        stream.MarkFault(start);
     stream.ReadInteger(m_sizePolicy.horizontal);
     stream.ReadInteger(m_sizePolicy.vertical);
     stream.ReadInteger(m_style);

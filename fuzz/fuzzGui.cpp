@@ -1,0 +1,66 @@
+// Any bytes are survived as a text of widgets, in memory that their number bounds. What was read is the same after
+// writing and reading it again, but for numbers beyond the ten characters that the format reads.
+
+#include "gameengine/gui/guiWidget/guiContext.h"
+#include "gameengine/gui/guiWidget/guiLayout.h"
+#include "gameengine/gui/guiWidget/guiStream.h"
+#include "gameengine/gui/guiWidget/guiWidgetFile.h"
+#include "tamradeps/core/log.h"
+#include "tests/support/recordingDraw.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <sstream>
+
+namespace
+{
+void Check(bool condition)
+{
+    if (!condition)
+        std::abort();
+}
+
+// The widgets of the text after reading it, as text; empty for none, and for a tree too deep to be written.
+std::string ReadAndWrite(const std::string& text)
+{
+    test::RecordingDraw draw;
+    const auto context = gui::GuiContext::Create(draw);
+    gui::GuiStream stream(text);
+    std::vector<gui::GuiReadFault> faults;
+    Check(gui::ReadWidgets(context->GetRoot(), stream, &faults) == faults.empty());
+    for (const gui::GuiReadFault& fault : faults)
+        Check(fault.line >= 1 && fault.column >= 1 && !fault.reason.empty());
+    gui::GuiStream written;
+    return gui::WriteWidgets(context->GetRoot(), written) ? written.GetData() : std::string();
+}
+
+bool IsLongFloat(const std::string& token)
+{
+    return token.size() > gui::GuiStream::kMaxNumberLength && token.find('.') != std::string::npos &&
+           token.find_first_not_of("-.0123456789") == std::string::npos;
+}
+
+bool SameTokens(const std::string& left, const std::string& right)
+{
+    std::istringstream lefts(left);
+    std::istringstream rights(right);
+    std::string a;
+    std::string b;
+    while (lefts >> a)
+        if (!(rights >> b) || (a != b && !IsLongFloat(a)))
+            return false;
+    return !(rights >> b);
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    tamra::log::SetStandardErrorEnabled(false);
+    const std::string written = ReadAndWrite(std::string(reinterpret_cast<const char*>(data), size));
+    // Without the root's own line: the others then stand below the next root as they did below this one.
+    const std::string tree = written.substr(std::min(written.find('\n'), written.size() - 1) + 1);
+    if (!tree.empty())
+        Check(SameTokens(written, ReadAndWrite(tree)));
+    return 0;
+}
