@@ -47,8 +47,8 @@ public:
         for (std::size_t block = 0; block < m_masks.size(); ++block)
         {
             for (unsigned mask = m_masks[block]; mask != 0; mask &= mask - 1)
-                m_found[found++] =
-                    static_cast<std::int32_t>(block * collision::BoxBlock::kBoxes + std::countr_zero(mask));
+                m_found[found++] = static_cast<std::int32_t>(block * collision::BoxBlock::kBoxes +
+                                                             static_cast<std::size_t>(std::countr_zero(mask)));
         }
         return {m_found.data(), found};
     }
