@@ -51,4 +51,8 @@ if(TAMRA_BUILD_BENCHMARKS)
         find_library(TAMRA_${library}_LIBRARY ${library} REQUIRED)
         target_link_libraries(TamraBullet INTERFACE ${TAMRA_${library}_LIBRARY})
     endforeach()
+    tamra_header_only(TamraImgui imgui.h imgui)
+    find_library(TAMRA_IMGUI_LIBRARY imgui REQUIRED)
+    find_library(TAMRA_STB_LIBRARY stb REQUIRED) # which Debian's Dear ImGui is built on
+    target_link_libraries(TamraImgui INTERFACE ${TAMRA_IMGUI_LIBRARY} ${TAMRA_STB_LIBRARY})
 endif()

@@ -77,8 +77,9 @@ TEST_F(GuiWidgetFile, LeavesOutDamagedLinesAndGoesOn)
         testing::internal::GetCapturedStdout();
         std::string found;
         for (const gui::GuiReadFault& fault : faults)
-            found += (found.empty() ? "" : " ") + std::to_string(fault.line) + ":" + std::to_string(fault.column) +
-                     " " + fault.word + (fault.leftOut ? "!" : "");
+            found.append(found.empty() ? "" : " ")
+                .append(std::to_string(fault.line) + ":" + std::to_string(fault.column) + " ")
+                .append(fault.word + (fault.leftOut ? "!" : ""));
         EXPECT_EQ(found, c.faults) << c.text;
         std::string ids;
         gui::IterateOverWidgets(

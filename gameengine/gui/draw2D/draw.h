@@ -2,6 +2,7 @@
 
 #include "gameengine/export.h"
 #include "gameengine/gui/guiWidget/guiTypes.h"
+#include "tamradeps/math/matrix.h"
 #include "tamradeps/math/vector3.h"
 
 #include <cstddef>
@@ -39,6 +40,7 @@ class TAMRAGAMEENGINE_API Draw : public NonCopyable
 {
 public:
     /// A drawer on the renderer, which must outlive it.
+    /// Without a device text can be measured, and nothing is drawn.
     static std::unique_ptr<Draw> Create(renderer::CRenderer& renderer);
     virtual ~Draw() = default;
 
@@ -47,6 +49,7 @@ public:
     virtual void FillRect(const GuiRecti& rect, Color color) = 0;
     /// The outline, inside of the rectangle.
     virtual void FrameRect(const GuiRecti& rect, Color color, int width = 1) = 0;
+    /// Radii are at most 16 pixels, and half of the rectangle; larger ones count as these.
     virtual void FillRoundRect(const GuiRecti& rect, int radius, Color color) = 0;
     virtual void FrameRoundRect(const GuiRecti& rect, int radius, Color color) = 0;
     virtual void FillTriangle(Vec2<float> a, Vec2<float> b, Vec2<float> c, Color color) = 0;
@@ -61,7 +64,8 @@ public:
 
     /// One line of text with the upper left corner of its first character's cell there.
     virtual void Text(int x, int y, std::string_view text, Color color, int font = TFB_SEGOE) = 0;
-    /// At the screen projection of a point of the world, moved by pixels. Nothing behind the camera.
+    /// At the screen projection of a point of the world, moved by pixels. Nothing behind the camera, nor before
+    /// `SetView`.
     virtual void Text3D(std::string_view text, int xOffset, int yOffset, CVector3 position, Color color) = 0;
     /// Width of a line of text, and the distance between lines, in pixels.
     virtual int GetTextWidth(std::string_view text, int font = TFB_SEGOE) const = 0;
@@ -73,7 +77,18 @@ public:
     virtual void PushClip(const GuiRecti& rect) = 0;
     virtual void PopClip() = 0;
 
+    /// From where `Text3D` sees the world: `projection * view` of a camera, and the size of the target in pixels.
+    void SetView(const CMatrix& projectionView, int width, int height) noexcept
+    {
+        m_projectionView = projectionView;
+        m_viewSize = {width, height};
+    }
+
     /// Sends everything to the device, for a target of so many pixels, and starts anew.
     virtual void RenderAll(int width, int height) = 0;
+
+protected:
+    CMatrix m_projectionView;
+    Vec2<int> m_viewSize;
 };
 } // namespace gui

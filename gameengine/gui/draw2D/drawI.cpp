@@ -1,0 +1,421 @@
+#include "gameengine/gui/draw2D/drawI.h"
+
+#include "gameengine/gui/draw2D/quadListInternal.h"
+#include "tamradeps/core/assertion.h"
+#include "tamradeps/core/log.h"
+#include "tamradeps/core/tools.h"
+#include "tamraengine/renderer/programmableMaterial.h"
+#include "tamraengine/renderer/renderer.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+namespace gui
+{
+namespace
+{
+// "textures/roundcorners.png", as scripts/make-roundcorners.py draws it: the upper left corners of discs, and below of
+// rings a pixel wide, of radius 1, 2, 3 ... side by side with a pixel around each.
+constexpr int kCornersWidth = 256;
+constexpr int kCornersHeight = 64;
+constexpr int kMaxRadius = 16;
+constexpr int kDiscRow = 1;
+constexpr int kRingRow = 20;
+
+constexpr int GetCornerColumn(int radius)
+{
+    return 1 + radius * (radius - 1) / 2 + 2 * (radius - 1);
+}
+
+constexpr std::size_t kTextChunk = 1024; // characters
+
+void SetImage(Quad& quad, float left, float top, float right, float bottom, const GuiRectf& uvs, Color color)
+{
+    quad = {{left, top, right, bottom}, {uvs.x, uvs.y, uvs.x + uvs.w, uvs.y + uvs.h}, color, QuadKind::Image};
+}
+
+// Images measure their texture from the upper edge, OpenGL from the lower one.
+GuiRectf FlipUVs(const GuiRectf& uvs)
+{
+    return {uvs.x, 1.0F - uvs.y, uvs.w, -uvs.h};
+}
+
+// A rectangle's edges, without overflow.
+struct Edges
+{
+    explicit Edges(const GuiRecti& rect)
+        : left(static_cast<float>(rect.x)),
+          top(static_cast<float>(rect.y)),
+          right(left + static_cast<float>(std::max(rect.w, 0))),
+          bottom(top + static_cast<float>(std::max(rect.h, 0)))
+    {
+    }
+    float left;
+    float top;
+    float right;
+    float bottom;
+};
+
+ClipBox Intersect(const ClipBox& clip, const GuiRecti& rect)
+{
+    const auto end = [](int position, int size)
+    { return static_cast<int>(std::min<std::int64_t>(std::int64_t{position} + std::max(size, 0), ClipBox::kFar)); };
+    return {std::max(clip.left, rect.x), std::max(clip.top, rect.y), std::min(clip.right, end(rect.x, rect.w)),
+            std::min(clip.bottom, end(rect.y, rect.h))};
+}
+} // namespace
+
+struct DrawI::Frame
+{
+    CQuadList quads;
+    std::vector<ClipBox> clips{ClipBox{}}; // the first is that of nobody
+    RefPtr<CQuadBuffer> buffer;
+
+    const ClipBox& GetClip() const { return clips.back(); }
+    bool IsHidden(const Edges& edges) const
+    {
+        return GetClip().IsEmpty() || GetClip().IsApart(edges.left, edges.top, edges.right, edges.bottom);
+    }
+};
+
+std::unique_ptr<Draw> Draw::Create(renderer::CRenderer& renderer)
+{
+    return std::make_unique<DrawI>(renderer);
+}
+
+DrawI::DrawI(renderer::CRenderer& renderer) : m_renderer(renderer), m_frame(std::make_unique<Frame>())
+{
+    if (renderer.HasDevice())
+        i_LoadDevice();
+}
+
+DrawI::~DrawI() = default;
+
+void DrawI::i_LoadDevice()
+{
+    const bool isLoaded = m_corners.Create("textures/roundcorners.png");
+    if (isLoaded && m_corners.GetSize() != Vec2<int>(kCornersWidth, kCornersHeight))
+    {
+        tamra::log::Error("gui::DrawI: \"textures/roundcorners.png\" has another size than " +
+                          std::to_string(kCornersWidth) + " x " + std::to_string(kCornersHeight));
+        m_corners.Destroy();
+    }
+    m_material = new CProgrammableMaterial(m_renderer);
+    m_material->Load("materials/gui_default.lua");
+    m_frame->buffer = CQuadBuffer::Create(m_renderer);
+}
+
+void DrawI::i_Fill(float left, float top, float right, float bottom, Color color)
+{
+    const ClipBox& clip = m_frame->GetClip();
+    if (clip.IsEmpty() || clip.IsApart(left, top, right, bottom))
+        return;
+    *m_frame->quads.BeginPlain(clip, 1) = {{left, top, right, bottom}, {}, color, QuadKind::Plain};
+    m_frame->quads.Commit(1);
+}
+
+void DrawI::FillRect(const GuiRecti& rect, Color color)
+{
+    const Edges e(rect);
+    i_Fill(e.left, e.top, e.right, e.bottom, color);
+}
+
+void DrawI::FrameRect(const GuiRecti& rect, Color color, int width)
+{
+    const Edges e(rect);
+    const float w = static_cast<float>(std::max(width, 0));
+    if (2.0F * w >= std::min(e.right - e.left, e.bottom - e.top))
+        return FillRect(rect, color);
+    if (w <= 0.0F)
+        return;
+    i_Fill(e.left, e.top, e.right, e.top + w, color);
+    i_Fill(e.left, e.top + w, e.left + w, e.bottom - w, color);
+    i_Fill(e.right - w, e.top + w, e.right, e.bottom - w, color);
+    i_Fill(e.left, e.bottom - w, e.right, e.bottom, color);
+}
+
+void DrawI::Gradient(const GuiRecti& rect, Color upperLeft, Color upperRight, Color lowerRight, Color lowerLeft)
+{
+    const Edges e(rect);
+    if (m_frame->IsHidden(e))
+        return;
+    const auto bits = [](Color color) { return std::bit_cast<float>(color); };
+    *m_frame->quads.BeginPlain(m_frame->GetClip(),
+                               1) = {{e.left, e.top, e.right, e.bottom},
+                                     {bits(upperLeft), bits(upperRight), bits(lowerRight), bits(lowerLeft)},
+                                     0,
+                                     QuadKind::Gradient};
+    m_frame->quads.Commit(1);
+}
+
+void DrawI::FillTriangle(Vec2<float> a, Vec2<float> b, Vec2<float> c, Color color)
+{
+    if (m_frame->GetClip().IsEmpty())
+        return;
+    *m_frame->quads.BeginPlain(m_frame->GetClip(),
+                               1) = {{a.x, a.y, b.x, b.y}, {c.x, c.y, c.x, c.y}, color, QuadKind::Corners};
+    m_frame->quads.Commit(1);
+}
+
+void DrawI::Line(Vec2<int> from, Vec2<int> to, Color color, float width)
+{
+    if (!(width > 0.0F))
+        return;
+    const Vec2<float> a{static_cast<float>(from.x) + 0.5F, static_cast<float>(from.y) + 0.5F};
+    const Vec2<float> b{static_cast<float>(to.x) + 0.5F, static_cast<float>(to.y) + 0.5F};
+    if (from.x != to.x && from.y != to.y)
+        return i_SlantedLine(a, b, color, width);
+    const float thickness = std::max(std::round(width), 1.0F);
+    const auto start = [thickness](float middle) { return std::ceil(middle - thickness / 2.0F); };
+    if (from.y == to.y)
+        i_Fill(std::min(a.x, b.x) - 0.5F, start(a.y), std::max(a.x, b.x) + 0.5F, start(a.y) + thickness, color);
+    else
+        i_Fill(start(a.x), std::min(a.y, b.y) - 0.5F, start(a.x) + thickness, std::max(a.y, b.y) + 0.5F, color);
+}
+
+// The edges fade out over a pixel.
+void DrawI::i_SlantedLine(Vec2<float> from, Vec2<float> to, Color color, float width)
+{
+    if (m_frame->GetClip().IsEmpty())
+        return;
+    const float length = std::hypot(to.x - from.x, to.y - from.y);
+    const Vec2<float> along{(to.x - from.x) / length, (to.y - from.y) / length};
+    from = {from.x - along.x * 0.5F, from.y - along.y * 0.5F};
+    to = {to.x + along.x * 0.5F, to.y + along.y * 0.5F};
+    const float inner = std::max(width / 2.0F - 0.5F, 0.0F);
+    const float outer = width / 2.0F + 0.5F;
+    const auto band = [&](float firstEdge, float secondEdge, QuadKind kind)
+    {
+        const Vec2<float> a{-along.y * firstEdge, along.x * firstEdge};
+        const Vec2<float> b{-along.y * secondEdge, along.x * secondEdge};
+        return Quad{{from.x + a.x, from.y + a.y, to.x + a.x, to.y + a.y},
+                    {to.x + b.x, to.y + b.y, from.x + b.x, from.y + b.y},
+                    color,
+                    kind};
+    };
+    Quad* const quads = m_frame->quads.BeginPlain(m_frame->GetClip(), 3);
+    quads[0] = band(-outer, -inner, QuadKind::Fading);
+    quads[1] = band(outer, inner, QuadKind::Fading);
+    quads[2] = band(-inner, inner, QuadKind::Corners);
+    m_frame->quads.Commit(inner > 0.0F ? 3 : 2);
+}
+
+bool DrawI::i_CanRound(const GuiRecti& rect, int& radius) const
+{
+    radius = std::min({radius, kMaxRadius, rect.w / 2, rect.h / 2});
+    return radius > 0 && m_corners.IsValid();
+}
+
+void DrawI::i_RoundCorners(const GuiRecti& rect, int radius, int tileRow, Color color)
+{
+    const Edges e(rect);
+    const GuiRectf uvs = FlipUVs(
+        {static_cast<float>(GetCornerColumn(radius)) / kCornersWidth, static_cast<float>(tileRow) / kCornersHeight,
+         static_cast<float>(radius) / kCornersWidth, static_cast<float>(radius) / kCornersHeight});
+    const GuiRectf rightUvs{uvs.x + uvs.w, uvs.y, -uvs.w, uvs.h};
+    const auto mirror = [](const GuiRectf& r) { return GuiRectf(r.x, r.y + r.h, r.w, -r.h); };
+    const auto r = static_cast<float>(radius);
+    Quad* const quads = m_frame->quads.BeginTextured(m_corners.GetTexture(), m_frame->GetClip(), 4);
+    SetImage(quads[0], e.left, e.top, e.left + r, e.top + r, uvs, color);
+    SetImage(quads[1], e.right - r, e.top, e.right, e.top + r, rightUvs, color);
+    SetImage(quads[2], e.left, e.bottom - r, e.left + r, e.bottom, mirror(uvs), color);
+    SetImage(quads[3], e.right - r, e.bottom - r, e.right, e.bottom, mirror(rightUvs), color);
+    m_frame->quads.Commit(4);
+}
+
+void DrawI::FillRoundRect(const GuiRecti& rect, int radius, Color color)
+{
+    const Edges e(rect);
+    if (!i_CanRound(rect, radius))
+        return FillRect(rect, color);
+    if (m_frame->IsHidden(e))
+        return;
+    const auto r = static_cast<float>(radius);
+    i_RoundCorners(rect, radius, kDiscRow, color);
+    i_Fill(e.left + r, e.top, e.right - r, e.top + r, color);
+    i_Fill(e.left, e.top + r, e.right, e.bottom - r, color);
+    i_Fill(e.left + r, e.bottom - r, e.right - r, e.bottom, color);
+}
+
+void DrawI::FrameRoundRect(const GuiRecti& rect, int radius, Color color)
+{
+    const Edges e(rect);
+    if (!i_CanRound(rect, radius))
+        return FrameRect(rect, color, 1);
+    if (m_frame->IsHidden(e))
+        return;
+    const auto r = static_cast<float>(radius);
+    i_RoundCorners(rect, radius, kRingRow, color);
+    i_Fill(e.left + r, e.top, e.right - r, e.top + 1.0F, color);
+    i_Fill(e.left, e.top + r, e.left + 1.0F, e.bottom - r, color);
+    i_Fill(e.right - 1.0F, e.top + r, e.right, e.bottom - r, color);
+    i_Fill(e.left + r, e.bottom - 1.0F, e.right - r, e.bottom, color);
+}
+
+void DrawI::DrawImage(const Image& image, const GuiRecti& rect, Color tint)
+{
+    const Edges e(rect);
+    if (!image.IsValid() || m_frame->IsHidden(e))
+        return;
+    Quad* const quad = m_frame->quads.BeginTextured(image.GetTexture(), m_frame->GetClip(), 1);
+    SetImage(*quad, e.left, e.top, e.right, e.bottom, FlipUVs(image.GetUVs()), tint);
+    m_frame->quads.Commit(1);
+}
+
+void DrawI::DrawNinePatch(const Image& image, const GuiRecti& rect, const Vec4<int>& border, Color tint)
+{
+    const Edges e(rect);
+    if (!image.IsValid() || m_frame->IsHidden(e))
+        return;
+    // Where columns or rows meet: on the screen, and in the texture.
+    const auto divide = [](float begin, float end, int first, int last, int imageSize, float uv, float uvSize,
+                           float(&places)[4], float(&uvs)[4])
+    {
+        const float size = std::max(static_cast<float>(imageSize), 1.0F);
+        const float a = std::clamp(static_cast<float>(first), 0.0F, size);
+        const float b = std::clamp(static_cast<float>(last), 0.0F, size - a);
+        const float squeeze = std::min(1.0F, (end - begin) / std::max(a + b, 1.0F)); // when there is too little room
+        const float screen[4] = {begin, begin + a * squeeze, end - b * squeeze, end};
+        const float texture[4] = {uv, uv + uvSize * a / size, uv + uvSize * (size - b) / size, uv + uvSize};
+        std::copy_n(screen, 4, places);
+        std::copy_n(texture, 4, uvs);
+    };
+    float x[4];
+    float y[4];
+    float u[4];
+    float v[4];
+    const GuiRectf uvs = FlipUVs(image.GetUVs());
+    divide(e.left, e.right, border.x, border.z, image.GetW(), uvs.x, uvs.w, x, u);
+    divide(e.top, e.bottom, border.y, border.w, image.GetH(), uvs.y, uvs.h, y, v);
+    Quad* quad = m_frame->quads.BeginTextured(image.GetTexture(), m_frame->GetClip(), 9);
+    for (int row = 0; row < 3; ++row)
+    {
+        for (int column = 0; column < 3; ++column, ++quad)
+            SetImage(*quad, x[column], y[row], x[column + 1], y[row + 1],
+                     GuiRectf(u[column], v[row], u[column + 1] - u[column], v[row + 1] - v[row]), tint);
+    }
+    m_frame->quads.Commit(9);
+}
+
+void DrawI::Text(int x, int y, std::string_view text, Color color, int font)
+{
+    const Font& face = m_fonts.Get(font);
+    const ClipBox& clip = m_frame->GetClip();
+    const GuiRectf& reach = face.GetReach();
+    const float top = static_cast<float>(y);
+    const float right = static_cast<float>(clip.right);
+    if (!face.GetBody().texture || text.empty() || clip.IsEmpty() ||
+        clip.IsApart(static_cast<float>(x) + reach.x, top + reach.y, right, top + reach.BR().y))
+        return;
+    float pen = static_cast<float>(x);
+    const float firstPen = static_cast<float>(clip.left) - reach.BR().x; // from here on something can be seen
+    const float endPen = right - reach.x;
+    while (!text.empty() && pen < endPen)
+    {
+        const std::string_view chunk = text.substr(0, kTextChunk);
+        text.remove_prefix(chunk.size());
+        Quad* const quads = m_frame->quads.BeginTextured(face.GetBody().texture, clip, chunk.size());
+        Quad* quad = quads;
+        for (const char character : chunk)
+        {
+            const Font::Cell& cell = face.GetCell(static_cast<unsigned char>(character));
+            if (cell.width > 0.0F && pen > firstPen && pen < endPen)
+            {
+                const float cellLeft = pen + cell.x;
+                const float cellTop = top + cell.y;
+                *quad = {{cellLeft, cellTop, cellLeft + cell.width, cellTop + cell.height},
+                         {cell.left, cell.top, cell.right, cell.bottom},
+                         color,
+                         QuadKind::Image};
+                ++quad;
+            }
+            pen += static_cast<float>(cell.advance);
+        }
+        m_frame->quads.Commit(static_cast<std::size_t>(quad - quads));
+    }
+}
+
+void DrawI::Text3D(std::string_view text, int xOffset, int yOffset, CVector3 position, Color color)
+{
+    const float* m = m_projectionView.GetElements();
+    const auto row = [&](int i)
+    { return m[i] * position.x + m[i + 4] * position.y + m[i + 8] * position.z + m[i + 12]; };
+    const float w = row(3);
+    if (!(w > 0.0F) || m_viewSize.x < 1 || m_viewSize.y < 1)
+        return;
+    const auto place = [w](float clip, int size, int offset)
+    {
+        const double pixel = (static_cast<double>(clip) / static_cast<double>(w) * 0.5 + 0.5) * size + offset;
+        // Far outside it makes no difference where.
+        return Tools_ToInt32(std::floor(std::clamp(pixel, -1.0e6, 1.0e6)));
+    };
+    Text(place(row(0), m_viewSize.x, xOffset), place(-row(1), m_viewSize.y, yOffset), text, color, TFB_SEGOE);
+}
+
+void DrawI::PushClip(const GuiRecti& rect)
+{
+    m_frame->clips.push_back(Intersect(m_frame->GetClip(), rect));
+}
+
+void DrawI::PopClip()
+{
+    if (m_frame->clips.size() > 1)
+        m_frame->clips.pop_back();
+    else
+        AssertionFailed("gameengine/gui/draw2D/drawI", 1);
+}
+
+void DrawI::RenderAll(int width, int height)
+{
+    m_statistics = {};
+    if (m_renderer.HasDevice() && width > 0 && height > 0 && !m_frame->quads.GetQuads().empty())
+        i_Send(width, height);
+    m_frame->quads.Clear();
+    m_frame->clips.resize(1);
+}
+
+// Once: what is wrong in one frame is so in the next.
+void DrawI::i_LogFault(const std::string& fault)
+{
+    if (!m_isFaultLogged)
+        tamra::log::Error("gui::DrawI::RenderAll: " + fault);
+    m_isFaultLogged = true;
+}
+
+void DrawI::i_Send(int width, int height)
+{
+    const int passes[2] = {m_material ? m_material->GetPass("GUI_COLOR") : -1,
+                           m_material ? m_material->GetPass("GUI_TEXTURE") : -1};
+    if (!m_material || !m_material->HasPass(passes[0]) || !m_material->HasPass(passes[1]))
+        return i_LogFault("\"materials/gui_default.lua\" lacks GUI_COLOR or GUI_TEXTURE");
+    if (!m_frame->buffer || !m_frame->buffer->Upload(m_frame->quads.GetQuads()))
+        return i_LogFault("there is no room for " + std::to_string(m_frame->quads.GetQuads().size()) + " quads");
+    const float scale[4] = {2.0F / static_cast<float>(width), -2.0F / static_cast<float>(height), -1.0F, 1.0F};
+    for (const int pass : passes)
+        m_material->GetProgram(pass)->SetVector4("scale", scale);
+
+    const renderer::CPreservedState guard(m_renderer.GetState());
+    m_frame->buffer->Bind();
+    int boundPass = -1;
+    for (const CQuadList::Batch& batch : m_frame->quads.GetBatches())
+    {
+        const int left = std::clamp(batch.clip.left, 0, width);
+        const int top = std::clamp(batch.clip.top, 0, height);
+        const int right = std::clamp(batch.clip.right, left, width);
+        const int bottom = std::clamp(batch.clip.bottom, top, height);
+        if (batch.count == 0 || left == right || top == bottom || (batch.texture && !batch.texture->IsAlive()))
+            continue;
+        const int pass = passes[batch.texture ? 1 : 0];
+        if (pass != boundPass && !m_material->Bind(pass))
+            return;
+        boundPass = pass;
+        if (batch.texture)
+            batch.texture->Bind(0);
+        m_renderer.GetState().SetScissorBox(left, height - bottom, right - left, bottom - top);
+        m_frame->buffer->Draw(batch.first, batch.count);
+        ++m_statistics.drawCalls;
+        m_statistics.quads += batch.count;
+    }
+}
+} // namespace gui

@@ -1,0 +1,359 @@
+#include "gameengine/gui/draw2D/drawI.h"
+#include "gameengine/gui/draw2D/tileset.h"
+#include "support/allocations.h"
+#include "support/deviceFixture.h"
+#include "support/expectations.h"
+#include "tamradeps/io/fileSystem.h"
+#include "tamraengine/renderer/imageDecoder.h"
+#include "tamraengine/renderer/imageEncoder.h"
+#include "tamraengine/renderer/textureManagerLightImage.h"
+
+#include <cstdlib>
+
+using namespace gui;
+
+namespace
+{
+constexpr int kWidth = 320;
+constexpr int kHeight = 200;
+constexpr Color kWhite = 0xFFFFFFFF;
+constexpr Color kRed = 0xFF0000FF;
+constexpr Color kGreen = 0xFF00FF00;
+constexpr Color kBlue = 0xFFFF0000;
+
+/// The pixels of a red, a green, a blue and a white quarter, from the upper left one on.
+std::vector<std::uint32_t> MakeQuarters(int side)
+{
+    std::vector<std::uint32_t> pixels;
+    for (int i = 0; i < side * side; ++i)
+    {
+        const bool isRight = i % side >= side / 2;
+        const bool isLower = i / side >= side / 2;
+        pixels.push_back(isLower ? (isRight ? kWhite : kBlue) : (isRight ? kGreen : kRed));
+    }
+    return pixels;
+}
+
+class Draw2DTest : public test::DeviceTest
+{
+protected:
+    void SetUp() override
+    {
+        DeviceTest::SetUp();
+        if (IsSkipped())
+            return;
+        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
+        m_target = renderer::CRenderTarget::Create(m_renderer, kWidth, kHeight);
+        m_draw = std::make_unique<DrawI>(m_renderer);
+        ASSERT_TRUE(m_target);
+    }
+
+    const renderer::Image& Render()
+    {
+        m_renderer.BeginFrame(0.016F);
+        m_target->Bind();
+        m_renderer.Clear({0, 0, 0});
+        m_draw->RenderAll(kWidth, kHeight);
+        m_picture = m_target->ReadPixels();
+        return m_picture;
+    }
+    Color At(int x, int y) const
+    {
+        const auto pixel = GetPixel(m_picture, x, y);
+        return static_cast<Color>(pixel[0] | pixel[1] << 8 | pixel[2] << 16) | 0xFF000000;
+    }
+    /// Pixels that are not black.
+    int CountLit() const
+    {
+        int count = 0;
+        for (int i = 0; i < kWidth * kHeight; ++i)
+            count += At(i % kWidth, i / kWidth) != 0xFF000000;
+        return count;
+    }
+
+    RefPtr<renderer::CRenderTarget> m_target;
+    std::unique_ptr<DrawI> m_draw;
+    renderer::Image m_picture;
+};
+
+void DrawReference(DrawI& draw)
+{
+    draw.Gradient({0, 0, kWidth, 24}, 0xFF604030, 0xFF806050, 0xFF302018, 0xFF302018);
+    int y = 28;
+    for (const int font : {TFB_PIXEL, TFB_SEGOE, TFB_SEGOE_16, TFB_CONSOLAS})
+    {
+        draw.Text(6, y, "Sphinx of black quartz, judge my vow (0123)! \xE4\xDF \x90", 0xFFE0E4E8, font);
+        y += draw.GetLineHeight(font) + 2;
+    }
+    for (int i = 0; i < 4; ++i)
+    {
+        const GuiRecti rect(6 + i * 78, y, 70, 24);
+        draw.FillRoundRect(rect, 2 + 4 * i, 0xFF705038);
+        draw.FrameRoundRect(rect, 2 + 4 * i, 0xFFC0A080);
+        draw.Text(rect.x + 16, rect.y + 5, "Button", kWhite, TFB_SEGOE);
+    }
+    y += 32;
+    draw.FrameRect({6, y, 40, 30}, kRed, 3);
+    draw.Line({52, y}, {110, y + 29}, 0xFF40E0FF, 1.0F);
+    draw.Line({52, y + 29}, {110, y}, 0x8040FFE0, 4.0F);
+    draw.FillTriangle({120, static_cast<float>(y)}, {150, static_cast<float>(y)}, {135, static_cast<float>(y) + 30},
+                      kGreen);
+    Image image;
+    image.Create(8, 8, MakeQuarters(8).data(), true);
+    draw.DrawImage(image, {160, y, 40, 30}, 0xFFC0C0C0);
+    draw.PushClip({210, y, 60, 20});
+    draw.DrawNinePatch(image, {205, y - 5, 60, 30}, {2, 2, 2, 2}, kWhite);
+    draw.Text(214, y + 4, "clipped at the edge", kWhite, TFB_CONSOLAS);
+    draw.PopClip();
+}
+} // namespace
+
+TEST_F(Draw2DTest, LooksLikeTheReferencePicture)
+{
+    DrawReference(*m_draw);
+    Render();
+    std::vector<std::byte> file;
+    ASSERT_TRUE(GetFileSystem().FileIn(TAMRA_SOURCE_FOLDER "/tests/pictures/draw2D.png", file));
+    const auto reference = renderer::DecodeImage(file);
+    ASSERT_TRUE(reference && reference->width == kWidth && reference->height == kHeight);
+    // Devices may round differently, and see slanted edges differently.
+    constexpr int kTolerance = 8;
+    constexpr int kMaxDifferent = kWidth * kHeight / 500;
+    int different = 0;
+    for (std::size_t i = 0; i < m_picture.pixels.size(); i += 4)
+    {
+        int distance = 0;
+        for (std::size_t channel = i; channel < i + 3; ++channel)
+            distance = std::max(distance, std::abs(m_picture.pixels[channel] - reference->pixels[channel]));
+        different += distance > kTolerance;
+    }
+    EXPECT_LE(different, kMaxDifferent);
+    if (different > kMaxDifferent)
+        renderer::WritePng("draw2D.actual.png", m_picture);
+}
+
+TEST_F(Draw2DTest, AreasCoverTheirPixelsExactly)
+{
+    m_draw->FillRect({10, 20, 5, 3}, kRed);
+    m_draw->FrameRect({30, 20, 6, 6}, kGreen, 1);
+    m_draw->FrameRect({40, 20, 3, 9}, kGreen, 2); // no room for a hole
+    m_draw->Line({60, 20}, {50, 20}, kBlue, 1.0F);
+    m_draw->Line({50, 22}, {50, 26}, kBlue, 1.0F);
+    m_draw->Line({70, 20}, {79, 20}, kBlue, 2.0F);
+    m_draw->FillRect({100, 20, -5, 3}, kWhite);
+    m_draw->FillRect({2147483647, 0, 2147483647, 9}, kWhite);
+    m_draw->FillRoundRect({110, 20, 20, 20}, 6, kWhite);
+    Render();
+    EXPECT_EQ(CountLit() - (15 + 20 + 27 + 11 + 5 + 20), 400 - 4 * 3) << "three pixels of each corner are free";
+    for (const auto& [x, y] : {std::pair(10, 20), {14, 22}})
+        EXPECT_EQ(At(x, y), kRed);
+    EXPECT_EQ(At(30, 25), kGreen);
+    EXPECT_EQ(At(31, 21), 0xFF000000);
+    for (const int corner : {0, 19})
+    {
+        EXPECT_EQ(At(110 + corner, 20 + corner), 0xFF000000);
+        EXPECT_EQ(At(110 + corner, 39 - corner), 0xFF000000);
+        EXPECT_EQ(At(110 + corner, 30), kWhite);
+    }
+}
+
+TEST_F(Draw2DTest, TextStandsWhereItIsAskedFor)
+{
+    m_draw->Text(10, 20, "I", kRed, TFB_PIXEL);
+    m_draw->SetView(CMatrix(), kWidth, kHeight); // the world is clip space
+    m_draw->Text3D("\x81", 3, -40, {0.5F, 0.0F, 0.0F}, kGreen);
+    CMatrix behind;
+    behind.GetElements()[15] = -1.0F;
+    m_draw->SetView(behind, kWidth, kHeight);
+    m_draw->Text3D("\x81", 0, 0, {0, 0, 0}, kWhite);
+    Render();
+    EXPECT_EQ(At(12, 20), kRed);
+    EXPECT_EQ(At(10, 20), 0xFF000000);
+    EXPECT_EQ(At(12, 26), kRed);
+    EXPECT_EQ(At(12, 27), 0xFF000000);
+    const Glyph& box = *m_draw->GetFonts().Get(TFB_SEGOE).GetGlyph(Font::kBox);
+    const int left = kWidth * 3 / 4 + 3 + static_cast<int>(box.offsetX);
+    const int top = kHeight / 2 - 40 + static_cast<int>(box.offsetY);
+    EXPECT_EQ(At(left, top), kGreen);
+    EXPECT_EQ(At(left - 1, top), 0xFF000000);
+    EXPECT_EQ(At(left, top - 1), 0xFF000000);
+    EXPECT_EQ(At(kWidth / 2 + 1, kHeight / 2 + 4), 0xFF000000) << "behind the camera";
+}
+
+TEST_F(Draw2DTest, ClipsAreNested)
+{
+    m_draw->PushClip({10, 10, 20, 20});
+    m_draw->PushClip({20, 0, 100, 15});
+    m_draw->FillRect({0, 0, kWidth, kHeight}, kRed);
+    m_draw->PushClip({100, 100, 5, 5});
+    m_draw->FillRect({0, 0, kWidth, kHeight}, kWhite);
+    m_draw->Text(0, 0, std::string(100, '#'), kWhite, TFB_PIXEL);
+    m_draw->PopClip();
+    m_draw->PopClip();
+    m_draw->FillRect({0, 28, kWidth, 50}, kGreen);
+    m_draw->PopClip();
+    {
+        const test::ExpectAssertions expected{"gameengine/gui/draw2D/drawI 1"};
+        m_draw->PopClip();
+    }
+    m_draw->FillRect({0, 0, 1, 1}, kBlue);
+    m_draw->PushClip({2147483647, 0, 2147483647, 1}); // left open: over with the frame
+    Render();
+    EXPECT_EQ(CountLit(), 10 * 5 + 20 * 2 + 1);
+    EXPECT_EQ(At(20, 10), kRed);
+    EXPECT_EQ(At(29, 14), kRed);
+    EXPECT_EQ(At(10, 28), kGreen);
+    m_draw->FillRect({0, 0, 2, 2}, kRed);
+    Render();
+    EXPECT_EQ(CountLit(), 4);
+}
+
+TEST_F(Draw2DTest, ImagesStandUpright)
+{
+    const std::vector<std::uint32_t> pixels = MakeQuarters(8);
+    Image image;
+    ASSERT_TRUE(image.Create(8, 8, pixels.data(), false));
+    m_draw->DrawImage(image, {0, 0, 16, 16}, kWhite);
+    Image part = image;
+    part.SetSize({4, 4});
+    part.SetOrigin({0, 4});
+    m_draw->DrawImage(part, {20, 0, 16, 16}, kWhite);
+    // Borders of 2 pixels stay; where there is too little room they shrink.
+    m_draw->DrawNinePatch(image, {40, 0, 40, 20}, {2, 2, 6, 6}, kWhite);
+    m_draw->DrawNinePatch(image, {90, 0, 4, 4}, {4, 4, 4, 4}, kWhite);
+    m_draw->DrawImage(Image(), {100, 0, 50, 50}, kWhite);
+
+    Tileset tiles;
+    ASSERT_TRUE(tiles.Create(8, 8, pixels.data(), false) && tiles.CreateTiles(2, 3, 1, 2));
+    EXPECT_EQ(tiles.GetTilesInW(), 3U);
+    EXPECT_EQ(tiles.GetTilesInH(), 2U);
+    EXPECT_EQ(tiles.GetTile(2, 1)->GetOrigin(), Vec2<int>(6, 5));
+    EXPECT_EQ(tiles.GetTile(4, 0), tiles.GetTile(1, 1)) << "past the right edge lies the next row";
+    EXPECT_EQ(tiles.GetTile(6), nullptr);
+    EXPECT_EQ(tiles.GetTile(0, 2), nullptr);
+    EXPECT_EQ(tiles.GetTile(1, 0x55555555), nullptr) << "no overflow";
+    m_draw->DrawImage(*tiles.GetTile(1, 1), {160, 0, 4, 3}, kWhite);
+    Render();
+    EXPECT_EQ(At(0, 0), kRed);
+    EXPECT_EQ(At(15, 0), kGreen);
+    EXPECT_EQ(At(0, 15), kBlue);
+    EXPECT_EQ(At(28, 8), kBlue);
+    EXPECT_EQ(At(41, 1), kRed);
+    EXPECT_EQ(At(79 - 3, 1), kGreen);
+    EXPECT_EQ(At(79, 19), kWhite);
+    EXPECT_EQ(At(90, 3), kBlue);
+    EXPECT_EQ(At(120, 20), 0xFF000000);
+    EXPECT_EQ(At(161, 0), kBlue);
+    EXPECT_EQ(At(162, 0), kWhite);
+    for (const Vec2<int> size : {Vec2<int>(0, 1), {9, 1}, {-1, 1}, {2147483647, 2}})
+    {
+        const test::ExpectLog log{"cannot cut tiles"};
+        EXPECT_FALSE(tiles.CreateTiles(size.x, size.y, 0, 0));
+        EXPECT_EQ(tiles.GetTile(0), nullptr);
+    }
+}
+
+TEST_F(Draw2DTest, ImagesOfFilesShareTheirTexture)
+{
+    CTextureManager_LightImage manager(m_renderer);
+    Image::SetTextureManager(&manager);
+    Image a;
+    Image b;
+    EXPECT_TRUE(a.Create("textures/roundcorners.png") && b.Create("textures/roundcorners.png"));
+    EXPECT_TRUE(a.GetTexture() == b.GetTexture());
+    const test::ExpectLog log{"nowhere.png"};
+    EXPECT_FALSE(a.Create("textures/nowhere.png"));
+    EXPECT_FALSE(a.IsValid());
+    Image::SetTextureManager(nullptr);
+}
+
+TEST_F(Draw2DTest, CallsFollowTheChanges)
+{
+    Image image;
+    ASSERT_TRUE(image.Create(8, 8, MakeQuarters(8).data(), false));
+    const auto count = [this]
+    {
+        Render();
+        return m_draw->GetStatistics().drawCalls;
+    };
+    const auto label = [this](int y)
+    {
+        m_draw->FillRect({0, y, 100, 13}, kBlue);
+        m_draw->Text(0, y, "label", kWhite, TFB_PIXEL);
+    };
+    EXPECT_EQ(count(), 0U);
+    for (int i = 0; i < 10; ++i)
+        label(13 * i);
+    EXPECT_EQ(count(), 1U) << "areas do not end the font's batch";
+    EXPECT_EQ(At(90, 5), kBlue);
+    EXPECT_EQ(At(1, 1), kBlue);
+    m_draw->FillRect({0, 0, 9, 9}, kRed);
+    m_draw->DrawImage(image, {9, 0, 9, 9}, kWhite);
+    m_draw->DrawImage(image, {18, 0, 9, 9}, kWhite);
+    m_draw->FillRect({27, 0, 9, 9}, kRed);
+    m_draw->Text(60, 0, "x", kWhite, TFB_PIXEL);
+    m_draw->PushClip({0, 20, 50, 50}); // the changes: plain and image, text, clip with plain and image
+    m_draw->FillRect({0, 0, 99, 99}, kRed);
+    m_draw->DrawImage(image, {0, 20, 9, 9}, kWhite);
+    m_draw->PopClip();
+    m_draw->PushClip({0, 0, 0, 0});
+    label(0);
+    m_draw->PopClip();
+    EXPECT_EQ(count(), 3U);
+    EXPECT_EQ(m_draw->GetStatistics().quads, 7U);
+    EXPECT_EQ(At(28, 1), kRed);
+}
+
+TEST_F(Draw2DTest, SteadyFramesAllocateNothing)
+{
+    m_target->Bind();
+    std::size_t before = 0;
+    for (int frame = 0; frame < 4; ++frame)
+    {
+        if (frame == 2)
+            before = test::GetAllocationCount();
+        for (int i = 0; i < 100; ++i)
+        {
+            m_draw->PushClip({0, i, 200, 50});
+            m_draw->FillRoundRect({0, i, 200, 20}, 5, kBlue);
+            m_draw->Text(0, i, "text of some length", kWhite, i % TFB_COUNT);
+            m_draw->PopClip();
+        }
+        m_draw->RenderAll(kWidth, kHeight);
+    }
+    EXPECT_EQ(test::GetAllocationCount(), before);
+}
+
+TEST_F(Draw2DTest, MissingMaterialIsSaidOnce)
+{
+    CFileSystem saved = GetFileSystem();
+    GetFileSystem() = CFileSystem();
+    testing::internal::CaptureStdout();
+    {
+        const test::ExpectLog log{"consolas.fnt",     "segoe_small.fnt", "segoe.fnt",
+                                  "roundcorners.png", "gui_default.lua", "gui::DrawI::RenderAll: "};
+        m_draw = std::make_unique<DrawI>(m_renderer);
+        for (int i = 0; i < 2; ++i)
+        {
+            m_draw->FillRoundRect({0, 0, 50, 50}, 5, kWhite);
+            Render();
+        }
+    }
+    testing::internal::GetCapturedStdout();
+    GetFileSystem() = saved;
+    EXPECT_EQ(CountLit(), 0);
+}
+
+TEST(Draw2D, MeasuresWithoutADevice)
+{
+    renderer::CRenderer renderer;
+    GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
+    const std::unique_ptr<Draw> draw = Draw::Create(renderer);
+    EXPECT_EQ(draw->GetTextWidth("abc", TFB_PIXEL), 18);
+    EXPECT_EQ(draw->GetLineHeight(11), 13);
+    draw->Text(0, 0, "abc", kWhite);
+    draw->FillRoundRect({0, 0, 50, 50}, 5, kWhite);
+    draw->RenderAll(kWidth, kHeight);
+    Image image;
+    EXPECT_FALSE(image.Create("textures/roundcorners.png"));
+}
