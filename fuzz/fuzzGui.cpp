@@ -1,4 +1,4 @@
-// Any bytes are survived as a text of widgets, in memory that their number bounds. What was read is the same after
+// Any bytes are survived as a text of widgets, and the widgets can be used. What was read is the same after
 // writing and reading it again, but for numbers beyond the ten characters that the format reads.
 
 #include "gameengine/gui/guiWidget/guiContext.h"
@@ -21,6 +21,22 @@ void Check(bool condition)
         std::abort();
 }
 
+// Whatever the numbers of the text are, the widgets can be placed, drawn and clicked.
+void Use(gui::GuiContext& context)
+{
+    for (const int place : {5, 50})
+    {
+        context.SetMousePos(place, place);
+        context.PushMouseClick(1);
+        context.PushKeyPress(258);
+        context.PushKeyChar('a');
+        context.Update(0.5F);
+        context.PushMouseRelease(1);
+        context.Update(0.5F);
+        context.Render(640, 480);
+    }
+}
+
 // The widgets of the text after reading it, as text; empty for none, and for a tree too deep to be written.
 std::string ReadAndWrite(const std::string& text)
 {
@@ -32,7 +48,10 @@ std::string ReadAndWrite(const std::string& text)
     for (const gui::GuiReadFault& fault : faults)
         Check(fault.line >= 1 && fault.column >= 1 && !fault.reason.empty());
     gui::GuiStream written;
-    return gui::WriteWidgets(context->GetRoot(), written) ? written.GetData() : std::string();
+    const bool isWritten = gui::WriteWidgets(context->GetRoot(), written);
+    Use(*context);
+    Check(draw.clips == 0);
+    return isWritten ? written.GetData() : std::string();
 }
 
 bool IsLongFloat(const std::string& token)

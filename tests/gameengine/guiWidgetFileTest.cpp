@@ -55,6 +55,10 @@ TEST_F(GuiWidgetFile, LeavesOutDamagedLinesAndGoesOn)
          "5:3 GWT_FREELAYOUT!"},
         {Line(16, "x") + Line(40, "x") + Line(15, "a"), "a", "1:17 GWT_FREELAYOUT!"},
         {"  " + Line(0, "x") + a, "a", "1:3 GWT_FREELAYOUT!"},
+        {Line(0, "a", "NONE NONE 0 0 0", "GWT_SPACER_H") + Line(1, "x") + Line(0, "b"), "a b", "2:2 GWT_FREELAYOUT!"},
+        {Line(0, "a", "NONE NONE 0 0 0", "GWT_GROUPBOX \"\"") + Line(1, "b") + Line(1, "x") + Line(2, "x") +
+             Line(0, "c"),
+         "a b c", "3:2 GWT_FREELAYOUT!"},
         {"GWT_FREELAYOUT \"x\" 1 2\n" + Line(1, "x") + a, "a", "1:23 !"},
         {"GWT_FREELAYOUT \"open 1 2 3 4 NONE NONE 0 0 0\n" + a, "a", "1:16 \"open!"},
         {Line(0, "x", "NONE NONE 0 0 0 7 8") + a, "a", "1:46 7!"},
@@ -89,6 +93,30 @@ TEST_F(GuiWidgetFile, LeavesOutDamagedLinesAndGoesOn)
             &ids);
         EXPECT_EQ(ids, c.ids) << c.text;
     }
+}
+
+TEST_F(GuiWidgetFile, EveryTypeReadsBackWhatItWrites)
+{
+    const char* const common = " \"i \\\\d\" -12 34 560 78 RIGHT|BOTTOM NONE 3 1 1\n";
+    const std::string fields[] = {"GWT_LABEL \"5\\\" a\\nb\" 1 2 -1",
+                                  "GWT_BUTTON \"ok\"",
+                                  "GWT_CHECKBOX \"on\" 1",
+                                  "GWT_RADIOBUTTON \"r\" 3 -4 1",
+                                  "GWT_SPACER_H",
+                                  "GWT_SPACER_V",
+                                  "GWT_FREELAYOUT",
+                                  "GWT_LIST_H",
+                                  "GWT_LIST_V",
+                                  "GWT_GROUPBOX \"\""};
+    std::string text = "\tGWT_LIST_V \"list\" 0 0 10 10 NONE CENTER 7 7 0\n";
+    for (const std::string& own : fields)
+        text += "\t\t" + own + common;
+    GuiStream stream(text);
+    std::vector<gui::GuiReadFault> faults;
+    EXPECT_TRUE(gui::ReadWidgets(Root(), stream, &faults));
+    EXPECT_EQ(Written(), text);
+    m_context->Update(0.1F);
+    EXPECT_EQ(Root().FindChild("list")->GetDockingPosition(), gui::GuiDock::Center);
 }
 
 TEST_F(GuiWidgetFile, AnUnknownTypeIsPrintedAndTheCursorStays)

@@ -1,6 +1,9 @@
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 
-#include "gameengine/gui/guiWidget/guiLayout.h"
+#include "gameengine/gui/guiWidget/guiButton.h"
+#include "gameengine/gui/guiWidget/guiGroupBox.h"
+#include "gameengine/gui/guiWidget/guiLabel.h"
+#include "gameengine/gui/guiWidget/guiList.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
@@ -21,10 +24,10 @@ constexpr std::size_t kMaxWord = 60; // of a fault
 constexpr std::string_view kBlanks = " \t\r\v\f";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-template <class Widget>
+template <class Widget, auto... variant>
 std::unique_ptr<GuiWidget> Make(GuiContext& context)
 {
-    return std::make_unique<Widget>(context, GuiStyle{});
+    return std::make_unique<Widget>(context, variant..., GuiStyle{});
 }
 
 struct Kind
@@ -35,7 +38,16 @@ struct Kind
 
 // A slider is no part of stored trees.
 constexpr std::array kKinds{
+    Kind{"GWT_LABEL", Make<GuiLabel>},
+    Kind{"GWT_BUTTON", Make<GuiButton>},
+    Kind{"GWT_CHECKBOX", Make<GuiCheckBox>},
+    Kind{"GWT_RADIOBUTTON", Make<GuiRadioButton>},
+    Kind{"GWT_SPACER_H", Make<GuiSpacer, false>},
+    Kind{"GWT_SPACER_V", Make<GuiSpacer, true>},
     Kind{"GWT_FREELAYOUT", Make<GuiFreeLayout>},
+    Kind{"GWT_LIST_H", Make<GuiListH>},
+    Kind{"GWT_LIST_V", Make<GuiListV>},
+    Kind{"GWT_GROUPBOX", Make<GuiGroupBox>},
 };
 
 // Reads the lines of one text.
