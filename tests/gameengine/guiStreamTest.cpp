@@ -39,34 +39,23 @@ void CheckReads(std::initializer_list<ReadCase> cases, T initial, Read read)
 TEST(GuiStream, NumbersTakeTenCharactersAndEndAtTheSeparator)
 {
     CheckReads({{"12 3", true, "12", 3},
-                {"-7\n3", true, "-7", 3},
                 {"+5 ", true, "5", 3},
                 {" \n\t 8 ", true, "8", 1}, // the format skips white space, the cursor one separator
                 {"12x3 4", true, "12", 5},
-                {"1.5 2", true, "1", 4},
                 {"-1234567890 1", true, "-123456789", 12},
-                {"00000000012 1", true, "1", 12},
-                {"5", true, "5", 1},
                 {"3000000000 1", false, "", 11},
                 {"abc 1", false, "", 4},
                 {"+-5 ", false, "", 4},
-                {"- 5", false, "", 2},
-                {"+ 5", false, "", 2},
-                {"\"4\" ", false, "", 4},
                 {"", false, "", 0},
                 {"\n", false, "", 1}},
                99, &GuiStream::ReadInteger);
     CheckReads({{"1.250000 3", true, "1.25", 9},
-                {"-.5 ", true, "-0.5", 4},
                 {"+2e3 ", true, "2000", 5},
                 {"1.2345678e+10 ", true, "1.2345678", 14}, // the exponent is cut off
                 {"123456789012 ", true, "1234567890", 13},
                 {"1,5 ", true, "1", 4},
-                {"7", true, "7", 1},
                 {"inf ", false, "", 4},
-                {"-nan ", false, "", 5},
                 {"1e99 ", false, "", 5},
-                {". ", false, "", 2},
                 {"e5 ", false, "", 3}},
                99.0F, &GuiStream::ReadFloat);
 }
@@ -78,17 +67,13 @@ TEST(GuiStream, StringsAreBoundedAndUnescaped)
                 {word + "tail x", true, word, 1028},
                 {"\t\tone two", true, "one", 6},
                 {"one\ttwo three", true, "one", 8},
-                {"a\r\nb", true, "a", 3},
                 {" \n ", false, "", 1},
                 {"", false, "", 0}},
                std::string("old"), &GuiStream::ReadSimpleString);
     CheckReads({{"\"a b\" 1", true, "a b", 6},
-                {"\"\" 1", true, "", 3},
                 {"\"a\"rest 1", true, "a", 8},
                 {R"("\\ \" \n" 1)", true, "\\ \" \n", 11},
                 {R"("a\tb\x" 1)", true, "ab", 9},
-                {R"("a\\" 1)", true, "a\\", 6},
-                {"\"a\\\nb\" 1", true, "ab", 7},
                 {"\"two\nlines\" 1", true, "two\nlines", 12},
                 {std::string("\"a\0b\" 1", 7), true, std::string("a\0b", 3), 6},
                 {"bare word", true, "bare", 5},
@@ -96,7 +81,6 @@ TEST(GuiStream, StringsAreBoundedAndUnescaped)
                 {"\"open 1\n", false, "", 8},
                 {"\"open\\", false, "", 6},
                 {R"("open\")", false, "", 7},
-                {"\"", false, "", 1},
                 {"", false, "", 0}},
                std::string("old"), &GuiStream::ReadQuotedString);
 }
