@@ -6,7 +6,6 @@
 #include "tamraengine/renderer/program.h"
 #include "tamraengine/renderer/renderer.h"
 
-
 using namespace renderer;
 using occlusion::kBoxVertices;
 
