@@ -26,8 +26,11 @@ RefPtr<CBuffer> CBuffer::Create(CRenderer& renderer, std::size_t size)
 
 CBuffer::~CBuffer()
 {
-    if (IsAlive())
+    if (CRenderer* renderer = i_GetRenderer())
+    {
+        renderer->GetState().ForgetBuffer(m_handle);
         glDeleteBuffers(1, &m_handle);
+    }
 }
 
 const char* CBuffer::GetTypeString()
@@ -52,6 +55,8 @@ bool CBuffer::Reserve(std::size_t size, bool keep)
     }
     if (keep && m_size > 0)
         glCopyNamedBufferSubData(m_handle, buffer, 0, 0, static_cast<GLsizeiptr>(m_size));
+    if (m_handle != 0)
+        i_GetRenderer()->GetState().ForgetBuffer(m_handle);
     glDeleteBuffers(1, &m_handle);
     m_handle = buffer;
     m_size = newSize;
@@ -80,13 +85,13 @@ bool CBuffer::Read(std::size_t offset, std::span<std::byte> bytes) const
 
 void CBuffer::BindUniform(std::uint32_t index) const
 {
-    if (IsAlive())
-        glBindBufferBase(GL_UNIFORM_BUFFER, index, m_handle);
+    if (CRenderer* renderer = i_GetRenderer())
+        renderer->GetState().SetUniformBuffer(index, m_handle);
 }
 
 void CBuffer::BindStorage(std::uint32_t index) const
 {
-    if (IsAlive())
-        glBindBufferBase(GL_SHADER_STORAGE_BUFFER, index, m_handle);
+    if (CRenderer* renderer = i_GetRenderer())
+        renderer->GetState().SetStorageBuffer(index, m_handle);
 }
 } // namespace renderer

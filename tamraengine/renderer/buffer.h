@@ -21,8 +21,8 @@ public:
 
     std::size_t GetSize() const noexcept { return m_size; }
 
-    /// Makes it at least so large, with room to grow; what was in it stays when `keep`. False, with nothing changed,
-    /// when there is no memory.
+    /// Makes it at least so large, with room to grow; what was in it stays when `keep`. Growing takes it off all
+    /// indices that it was bound to. False, with nothing changed, when there is no memory.
     bool Reserve(std::size_t size, bool keep = false);
     /// False, with nothing changed, when the bytes do not fit.
     bool Write(std::size_t offset, std::span<const std::byte> bytes);
@@ -34,7 +34,7 @@ public:
     /// Waits for the device. False when the range does not fit.
     bool Read(std::size_t offset, std::span<std::byte> bytes) const;
 
-    /// Binds all of it to the index that "layout(binding = index)" names.
+    /// Binds all of it to the index that "layout(binding = index)" names, below `CRenderState::kBufferIndices`.
     void BindUniform(std::uint32_t index) const;
     void BindStorage(std::uint32_t index) const;
 

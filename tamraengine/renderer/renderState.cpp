@@ -149,6 +149,20 @@ void CRenderState::SetTexture(std::uint32_t unit, std::uint32_t texture)
                [unit](std::uint32_t value) { glBindTextureUnit(unit, value); });
 }
 
+void CRenderState::SetUniformBuffer(std::uint32_t index, std::uint32_t buffer)
+{
+    if (index < kBufferIndices)
+        Change(m_values.uniformBuffers[index], buffer, m_hasDevice,
+               [index](std::uint32_t value) { glBindBufferBase(GL_UNIFORM_BUFFER, index, value); });
+}
+
+void CRenderState::SetStorageBuffer(std::uint32_t index, std::uint32_t buffer)
+{
+    if (index < kBufferIndices)
+        Change(m_values.storageBuffers[index], buffer, m_hasDevice,
+               [index](std::uint32_t value) { glBindBufferBase(GL_SHADER_STORAGE_BUFFER, index, value); });
+}
+
 void CRenderState::Set(const Values& values)
 {
     SetColorWrite(values.colorWrite);
@@ -164,6 +178,11 @@ void CRenderState::Set(const Values& values)
     SetFramebuffer(values.framebuffer);
     for (std::uint32_t unit = 0; unit < kTextureUnits; ++unit)
         SetTexture(unit, values.textures[unit]);
+    for (std::uint32_t index = 0; index < kBufferIndices; ++index)
+    {
+        SetUniformBuffer(index, values.uniformBuffers[index]);
+        SetStorageBuffer(index, values.storageBuffers[index]);
+    }
 }
 
 void CRenderState::Invalidate()
@@ -187,23 +206,47 @@ void CRenderState::i_ApplyAll()
     glBindFramebuffer(GL_FRAMEBUFFER, m_values.framebuffer);
     for (std::uint32_t unit = 0; unit < kTextureUnits; ++unit)
         glBindTextureUnit(unit, m_values.textures[unit]);
+    for (std::uint32_t index = 0; index < kBufferIndices; ++index)
+    {
+        glBindBufferBase(GL_UNIFORM_BUFFER, index, m_values.uniformBuffers[index]);
+        glBindBufferBase(GL_SHADER_STORAGE_BUFFER, index, m_values.storageBuffers[index]);
+    }
 }
 
 void CRenderState::Forget(std::uint32_t Values::*slot, std::uint32_t name)
 {
-    if (m_values.*slot != name)
-        return;
     Values values = m_values;
-    values.*slot = 0;
+    if (values.*slot == name)
+        values.*slot = 0;
     Set(values);
+    for (CPreservedState* guard = m_guard; guard; guard = guard->m_outer)
+    {
+        if (guard->m_values.*slot == name)
+            guard->m_values.*slot = 0;
+    }
 }
 
 void CRenderState::ForgetTexture(std::uint32_t texture)
 {
-    for (std::uint32_t unit = 0; unit < kTextureUnits; ++unit)
-    {
-        if (m_values.textures[unit] == texture)
-            SetTexture(unit, 0);
-    }
+    Values values = m_values;
+    std::replace(values.textures.begin(), values.textures.end(), texture, 0U);
+    Set(values);
+    for (CPreservedState* guard = m_guard; guard; guard = guard->m_outer)
+        std::replace(guard->m_values.textures.begin(), guard->m_values.textures.end(), texture, 0U);
+}
+
+void CRenderState::ForgetBuffer(std::uint32_t buffer)
+{
+    Values values = m_values;
+    i_ForgetBuffer(values, buffer);
+    Set(values);
+    for (CPreservedState* guard = m_guard; guard; guard = guard->m_outer)
+        i_ForgetBuffer(guard->m_values, buffer);
+}
+
+void CRenderState::i_ForgetBuffer(Values& values, std::uint32_t buffer)
+{
+    std::replace(values.uniformBuffers.begin(), values.uniformBuffers.end(), buffer, 0U);
+    std::replace(values.storageBuffers.begin(), values.storageBuffers.end(), buffer, 0U);
 }
 } // namespace renderer

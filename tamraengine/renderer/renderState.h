@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <utility>
 
 namespace renderer
 {
@@ -45,6 +46,8 @@ struct PixelRect
     bool operator==(const PixelRect&) const = default;
 };
 
+class CPreservedState;
+
 /// The fixed-function state of the device. It remembers what is set, so that setting the same again costs a compare.
 /// Belongs to the renderer; without a device it only remembers.
 ///
@@ -54,6 +57,8 @@ class TAMRAENGINE_API CRenderState
 public:
     /// Texture units that are looked after.
     static constexpr std::uint32_t kTextureUnits = 16;
+    /// Indices of uniform blocks and of storage blocks that are looked after.
+    static constexpr std::uint32_t kBufferIndices = 8;
 
     struct Values
     {
@@ -69,6 +74,8 @@ public:
         std::uint32_t vertexArray = 0;
         std::uint32_t framebuffer = 0; ///< 0 is the context's own.
         std::array<std::uint32_t, kTextureUnits> textures{};
+        std::array<std::uint32_t, kBufferIndices> uniformBuffers{};
+        std::array<std::uint32_t, kBufferIndices> storageBuffers{};
         bool operator==(const Values&) const = default;
     };
 
@@ -86,6 +93,9 @@ public:
     void SetFramebuffer(std::uint32_t framebuffer);
     /// Binds an OpenGL texture to a unit below `kTextureUnits`; others are ignored.
     void SetTexture(std::uint32_t unit, std::uint32_t texture);
+    /// Binds all of an OpenGL buffer to an index below `kBufferIndices`; others are ignored.
+    void SetUniformBuffer(std::uint32_t index, std::uint32_t buffer);
+    void SetStorageBuffer(std::uint32_t index, std::uint32_t buffer);
 
     const Values& GetValues() const noexcept { return m_values; }
     /// Sets everything to the values.
@@ -93,33 +103,50 @@ public:
 
     /// Sets everything anew, because somebody else changed it.
     void Invalidate();
-    /// Forgets an OpenGL object that is about to be deleted wherever it is bound.
+    /// Forgets an OpenGL object that is about to be deleted wherever it is bound, and wherever a guard would bind it.
     void Forget(std::uint32_t Values::*slot, std::uint32_t name);
     void ForgetTexture(std::uint32_t texture);
+    void ForgetBuffer(std::uint32_t buffer);
 
 private:
     friend class CRenderer;
+    friend class CPreservedState;
 
     void i_ApplyAll();
+    static void i_ForgetBuffer(Values& values, std::uint32_t buffer);
 
     Values m_values;
+    CPreservedState* m_guard = nullptr; // the innermost
     bool m_hasDevice = false;
 };
 
-/// Puts the state back at the end of the scope.
+/// Puts the state back at the end of the scope. Guards end in the reverse order in which they began; what was deleted
+/// meanwhile is not bound again.
 ///
 ///     CPreservedState guard(renderer.GetState());
 ///     renderer.GetState().SetDepthWrite(false);
 class CPreservedState
 {
 public:
-    explicit CPreservedState(CRenderState& state) : m_state(state), m_values(state.GetValues()) {}
+    explicit CPreservedState(CRenderState& state)
+        : m_state(state),
+          m_outer(std::exchange(state.m_guard, this)),
+          m_values(state.GetValues())
+    {
+    }
     CPreservedState(const CPreservedState&) = delete;
     CPreservedState& operator=(const CPreservedState&) = delete;
-    ~CPreservedState() { m_state.Set(m_values); }
+    ~CPreservedState()
+    {
+        m_state.m_guard = m_outer;
+        m_state.Set(m_values);
+    }
 
 private:
+    friend class CRenderState;
+
     CRenderState& m_state;
+    CPreservedState* m_outer;
     CRenderState::Values m_values;
 };
 } // namespace renderer

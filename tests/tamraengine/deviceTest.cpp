@@ -114,11 +114,15 @@ TEST_F(Device, GuardsRestoreTheDeviceNotOnlyTheMemory)
     const auto other = CRenderTarget::Create(m_renderer, 2, 2);
     const auto texture = CTexture::Create(m_renderer, {.width = 2, .height = 2});
     const auto program = MakeColorProgram();
+    const auto buffer = CBuffer::Create(m_renderer, 64);
+    const auto passing = CBuffer::Create(m_renderer, 64);
     CRenderState& state = m_renderer.GetState();
     target->Bind();
     m_renderer.Clear({0, 0, 0});
     program->Use();
     m_renderer.GetVertexCache()->Bind();
+    buffer->BindStorage(1);
+    buffer->BindUniform(2);
     state.SetDepthTest(DepthTest::LessEqual);
     state.SetScissorBox(0, 0, 4, 2);
     const CRenderState::Values before = state.GetValues();
@@ -136,6 +140,9 @@ TEST_F(Device, GuardsRestoreTheDeviceNotOnlyTheMemory)
             state.SetProgram(0);
             state.SetVertexArray(0);
             texture->Bind(3);
+            passing->BindStorage(1);
+            passing->BindUniform(2);
+            passing->BindUniform(CRenderState::kBufferIndices); // ignored
         }
         EXPECT_EQ(state.GetValues().framebuffer, other->GetHandle());
     }
@@ -146,6 +153,35 @@ TEST_F(Device, GuardsRestoreTheDeviceNotOnlyTheMemory)
     const Image image = target->ReadPixels();
     EXPECT_EQ(GetPixel(image, 1, 3), (Pixel{0, 255, 0, 255}));
     EXPECT_EQ(GetPixel(image, 1, 0), (Pixel{0, 0, 0, 255}));
+}
+
+TEST_F(Device, GuardsForgetWhatWasDeletedMeanwhile)
+{
+    const auto target = CRenderTarget::Create(m_renderer, 4, 4);
+    auto program = MakeColorProgram();
+    auto texture = CTexture::Create(m_renderer, {.width = 2, .height = 2});
+    const auto buffer = CBuffer::Create(m_renderer, 64);
+    auto cache = CVertexCache::Create(m_renderer, 6);
+    target->Bind();
+    program->Use();
+    texture->Bind(1);
+    buffer->BindStorage(3);
+    cache->Bind();
+    {
+        const CPreservedState outer(m_renderer.GetState());
+        {
+            const CPreservedState inner(m_renderer.GetState());
+            program = nullptr;
+            texture = nullptr;
+            cache = nullptr;
+            EXPECT_TRUE(buffer->Reserve(100000)); // which makes another one
+        }
+    }
+    // No line of the device in the log, and nothing bound but the target.
+    CRenderState::Values expected;
+    expected.framebuffer = target->GetHandle();
+    expected.viewport = {0, 0, 4, 4};
+    EXPECT_EQ(m_renderer.GetState().GetValues(), expected);
 }
 
 TEST_F(Device, TexturesKeepTheirTexels)

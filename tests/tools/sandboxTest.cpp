@@ -96,6 +96,20 @@ TEST_F(Sandbox, CullersDoNotChangeThePicture)
     }
 }
 
+// What nobody has asked about yet counts as visible: already the first picture is whole.
+TEST_F(Sandbox, TheFirstPictureIsWhole)
+{
+    std::string expected;
+    for (const char* culler : {"none", "tree", "software", "gpu"})
+    {
+        ASSERT_TRUE(Run(std::string("view --headless --size 240x136 --frames 1 --culler ") + culler)) << m_text;
+        const std::string picture = test::ReadFile(m_folder.Path("out/frame0000.png"));
+        if (expected.empty())
+            expected = picture;
+        EXPECT_TRUE(picture == expected) << culler;
+    }
+}
+
 TEST_F(Sandbox, SaysInOneLineWhyThereIsNoView)
 {
     ASSERT_TRUE(Run("view --headless --size 64x36 --frames 1 --debug boxes,cells,culled,figures")) << m_text;
