@@ -3,7 +3,9 @@
 #include "gameengine/gui/guiWidget/guiGroupBox.h"
 #include "gameengine/gui/guiWidget/guiLabel.h"
 #include "gameengine/gui/guiWidget/guiList.h"
+#include "gameengine/gui/guiWidget/guiSlider.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
+#include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "support/random.h"
 #include "support/recordingDraw.h"
 
@@ -251,5 +253,69 @@ TEST_F(GuiControls, DrawWhatTheyAreAndRoundTrip)
     for (GuiWidget* widget : std::initializer_list<GuiWidget*>{&box2, &list2, &label2, &check2, &radio2})
         widget->Save(again);
     EXPECT_EQ(again.GetData(), stream.GetData());
+}
+
+class FloatCallback : public Callback
+{
+public:
+    bool OnGuiEvent(const char*, const GuiEvent& event) override
+    {
+        heard += (heard.empty() ? "" : " ") + std::to_string(event.type) + ":" +
+                 std::to_string(static_cast<int>(event.GetFloat(0)));
+        return true;
+    }
+};
+
+TEST_F(GuiControls, DragHandles)
+{
+    FloatCallback values;
+    const auto drag = [&](int x, int y, int releaseX, int releaseY)
+    {
+        Click(x, y, releaseX, releaseY);
+        return values.Take();
+    };
+    const auto press = [&](unsigned key)
+    {
+        Key(key);
+        return values.Take();
+    };
+    m_root.SetCallback(&values);
+
+    auto* slider = Add<GuiSlider>(m_root, "s", {10, 200, 110, 20});
+    slider->SetRange(0.0F, 100.0F);
+    EXPECT_EQ(drag(65, 205, 95, 205), "7:0 9:50 9:80 8:80"); // beside the handle, which comes
+    EXPECT_EQ(drag(97, 205, 999, 999), "7:80 9:100 8:100");
+    EXPECT_EQ(press(262), ""); // no further
+    EXPECT_EQ(press(263), "9:99");
+    EXPECT_EQ(press(265), "");
+    EXPECT_EQ(press(268), "9:0");
+    slider->SetValue(33.3F);
+    EXPECT_EQ(drag(45, 205, 45, 205), "7:33 8:33"); // a click on the handle moves nothing
+    EXPECT_EQ(slider->GetValue(), 33.3F);
+    m_context->PushMouseClick(1);
+    m_context->Update(0.01F);
+    slider->SetLocked(true);
+    EXPECT_EQ(m_context->GetInputWidget(), nullptr);
+    values.Take();
+    EXPECT_EQ(drag(65, 205, 95, 205) + press(269), "");
+
+    auto* bar = Add<GuiScrollBar>(m_root, "b", {200, 10, 14, 100}, true);
+    EXPECT_EQ(drag(205, 20, 205, 90), "10:0 11:0"); // nothing to scroll
+    bar->SetContentLength(400);
+    EXPECT_EQ(drag(205, 20, 205, 45), "10:0 12:100 11:100");
+    EXPECT_EQ(press(264), "12:110");
+    GuiStream stream;
+    bar->Save(stream);
+    GuiStream copy(stream.GetData());
+    const std::unique_ptr<GuiWidget> read = CreateWidgetFromStream(*m_context, copy);
+    GuiStream again;
+    ASSERT_TRUE(read && read->GetParent() == nullptr);
+    read->SetParent(&m_root);
+    read->Save(again);
+    EXPECT_EQ(again.GetData(), stream.GetData());
+    bar->SetContentLength(150); // less than what was scrolled
+    EXPECT_EQ(bar->GetValue(), 50.0F);
+    bar->SetContentLength(-5);
+    EXPECT_EQ(bar->GetValue(), 0.0F);
 }
 } // namespace

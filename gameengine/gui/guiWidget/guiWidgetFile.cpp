@@ -4,6 +4,7 @@
 #include "gameengine/gui/guiWidget/guiGroupBox.h"
 #include "gameengine/gui/guiWidget/guiLabel.h"
 #include "gameengine/gui/guiWidget/guiList.h"
+#include "gameengine/gui/guiWidget/guiSlider.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
@@ -42,6 +43,8 @@ constexpr std::array kKinds{
     Kind{"GWT_BUTTON", Make<GuiButton>},
     Kind{"GWT_CHECKBOX", Make<GuiCheckBox>},
     Kind{"GWT_RADIOBUTTON", Make<GuiRadioButton>},
+    Kind{"GWT_SCROLLBAR_H", Make<GuiScrollBar, false>},
+    Kind{"GWT_SCROLLBAR_V", Make<GuiScrollBar, true>},
     Kind{"GWT_SPACER_H", Make<GuiSpacer, false>},
     Kind{"GWT_SPACER_V", Make<GuiSpacer, true>},
     Kind{"GWT_FREELAYOUT", Make<GuiFreeLayout>},
