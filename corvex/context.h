@@ -5,7 +5,8 @@
 
 #include <memory>
 
-/// An OpenGL 4.5 core context. One can be current at a time, which is the one that a renderer takes its device from.
+/// An OpenGL 4.5 core context. One can be current at a time, which is the one that a renderer takes its device from;
+/// one that becomes current takes over from the one before, of whatever kind.
 class CORVEX_API CContext : public BaseObject
 {
 public:

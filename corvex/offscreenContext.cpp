@@ -1,4 +1,5 @@
 #include "corvex/context.h"
+#include "corvex/contextInternal.h"
 #include "tamradeps/core/log.h"
 
 #include <cstring>
@@ -23,6 +24,8 @@ bool COffscreenContext::MakeCurrent()
 {
     return false;
 }
+
+void ReleaseOffscreenContext() {}
 
 #else
 
@@ -128,10 +131,17 @@ std::unique_ptr<COffscreenContext> COffscreenContext::Create()
 
 bool COffscreenContext::MakeCurrent()
 {
+    ReleaseWindowContext();
     if (eglMakeCurrent(m_handles->display, EGL_NO_SURFACE, EGL_NO_SURFACE, m_handles->context))
         return true;
     tamra::log::Error("Cannot make the off-screen context current: " + DescribeError());
     return false;
+}
+
+void ReleaseOffscreenContext()
+{
+    if (eglGetCurrentContext() != EGL_NO_CONTEXT)
+        eglMakeCurrent(eglGetCurrentDisplay(), EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
 }
 
 #endif

@@ -1,10 +1,16 @@
 #include "corvex/window.h"
 
+#include "corvex/contextInternal.h"
 #include "tamradeps/core/log.h"
 #include "tamraengine/renderer/input.h"
 
 #define GLFW_INCLUDE_NONE
 #include <GLFW/glfw3.h>
+
+namespace
+{
+int g_windows = 0; // GLFW belongs to all of them
+}
 
 struct CWindow::State
 {
@@ -14,15 +20,10 @@ struct CWindow::State
     ~State()
     {
         glfwDestroyWindow(window);
-        // GLFW belongs to all windows.
-        if (--s_windows == 0)
+        if (--g_windows == 0)
             glfwTerminate();
     }
-
-    static int s_windows;
 };
-
-int CWindow::State::s_windows = 0;
 
 namespace
 {
@@ -131,7 +132,9 @@ std::unique_ptr<CWindow> CWindow::Create(const WindowSettings& settings, rendere
         return nullptr;
     }
     auto state = std::make_unique<State>();
-    ++State::s_windows;
+    ++g_windows;
+    // Also here: GLFW makes a new context current for a moment.
+    ReleaseOffscreenContext();
     state->window = OpenWindow(settings);
     if (!state->window)
     {
@@ -161,6 +164,7 @@ const char* CWindow::GetTypeString()
 
 bool CWindow::MakeCurrent()
 {
+    ReleaseOffscreenContext();
     g_lastError.clear();
     glfwMakeContextCurrent(m_state->window);
     if (g_lastError.empty())
@@ -209,4 +213,10 @@ bool CWindow::IsKeyHeld(int key) const
 void CWindow::SetMouseLook(bool enabled)
 {
     glfwSetInputMode(m_state->window, GLFW_CURSOR, enabled ? GLFW_CURSOR_DISABLED : GLFW_CURSOR_NORMAL);
+}
+
+void ReleaseWindowContext()
+{
+    if (g_windows > 0 && glfwGetCurrentContext())
+        glfwMakeContextCurrent(nullptr);
 }

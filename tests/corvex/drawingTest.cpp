@@ -95,8 +95,11 @@ TEST(Window, DrawsOrSaysWhyNot)
         EXPECT_EQ(CWindow::Create(settings, &renderer.GetInput()), nullptr);
         return;
     }
+    // Both kinds of contexts take over from each other.
+    const auto offscreen = COffscreenContext::Create();
     const auto window = CWindow::Create(settings, &renderer.GetInput());
-    ASSERT_TRUE(window && renderer.InitializeDevice());
+    EXPECT_TRUE(window && (!offscreen || offscreen->MakeCurrent()));
+    ASSERT_TRUE(window && window->MakeCurrent() && renderer.InitializeDevice());
     EXPECT_TRUE(window->PollEvents());
     EXPECT_EQ(window->GetWidth(), 64);
     EXPECT_EQ(window->GetHeight(), 32);
