@@ -98,10 +98,10 @@ TEST_F(Gallery, IsPlacedWithoutOverlapAndOnce)
         for (GuiWidget* widget : Collect(Root()))
         {
             places.push_back(widget->GetRect());
-            const auto* parent = dynamic_cast<GuiLayout*>(widget->GetParent());
+            const auto* parent = widget->GetParent() ? widget->GetParent()->AsLayout() : nullptr;
             EXPECT_TRUE(!parent || IsInside(widget->GetRect(), parent->GetContainingRect())) << Describe(*widget);
             EXPECT_TRUE(widget->GetRect().w > 0 && widget->GetRect().h >= 0) << Describe(*widget);
-            const GuiLayout* list = dynamic_cast<GuiLayout*>(widget);
+            const GuiLayout* list = widget->AsLayout();
             const bool isList = widget->GetType() == GuiWidgetType::ListH || widget->GetType() == GuiWidgetType::ListV;
             for (std::size_t i = 1; isList && i < list->GetChildCount(); ++i)
             {
@@ -154,7 +154,7 @@ protected:
         GuiWidget* const widget = PickWidget();
         if (!widget)
             return;
-        const auto* layout = dynamic_cast<GuiLayout*>(widget);
+        const auto* layout = widget->AsLayout();
         switch (m_random.Below(12))
         {
         case 0:
@@ -178,9 +178,9 @@ protected:
     // One more of what there is, at or beside the widget.
     void Grow(GuiWidget& place)
     {
-        auto* layout = dynamic_cast<GuiLayout*>(&place);
+        auto* layout = place.AsLayout();
         if (!layout)
-            layout = dynamic_cast<GuiLayout*>(place.GetParent());
+            layout = place.GetParent()->AsLayout();
         const GuiWidget* const model = PickWidget();
         GuiStream stream;
         if (!layout || !model || layout->GetDepth() > 12 || Collect(Root()).size() > kMostWidgets ||
@@ -258,7 +258,7 @@ protected:
             ASSERT_TRUE(!widget || alive.contains(widget));
         for (GuiWidget* widget : widgets)
         {
-            const auto* layout = dynamic_cast<GuiLayout*>(widget);
+            const auto* layout = widget->AsLayout();
             for (std::size_t i = 0; layout && i < layout->GetChildCount(); ++i)
                 ASSERT_EQ(layout->GetChild(i)->GetParent(), widget);
         }

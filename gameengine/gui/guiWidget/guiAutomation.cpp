@@ -17,7 +17,7 @@ namespace gui
 {
 namespace
 {
-constexpr float kNoDoubleClick = 1.0F; // seconds after which nobody takes two clicks for one
+constexpr float kNoDoubleClick = 0.5F; // seconds after which nobody takes two clicks for one
 constexpr int kDragSteps = 8;
 constexpr std::size_t kCommonFields = 10; // of each line: id, rectangle, anchors, dock, size policies, style
 constexpr std::array<std::pair<unsigned, unsigned>, 3> kModifierKeys = {
@@ -68,7 +68,7 @@ GuiWidget* FindDownwards(GuiWidget& widget, Question question)
 {
     if (question(widget))
         return &widget;
-    const auto* layout = dynamic_cast<const GuiLayout*>(&widget);
+    const GuiLayout* const layout = widget.AsLayout();
     for (std::size_t i = 0; layout && i < layout->GetChildCount(); ++i)
     {
         if (GuiWidget* const found = FindDownwards(*layout->GetChild(i), question))
