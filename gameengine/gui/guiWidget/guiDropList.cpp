@@ -40,9 +40,11 @@ void GuiDropList::Open()
     m_lastMouse = myGetMousePos();
     myGetRows().EndTyping();
     myGetRows().SetCurrent(m_selected);
+    GetContext().SetModal(*this, true); // so that nothing below the list is hovered
     myGrabInput();
     myGrabFocus();
     SetTicking(true);
+    SetOverlay(true);
     Redraw();
 }
 
@@ -55,6 +57,8 @@ void GuiDropList::Close()
     m_isOpen = false;
     myGetRows().EndDrag();
     myGetRows().SetCurrent(m_selected);
+    GetContext().SetModal(*this, false);
+    SetOverlay(false);
     myReleaseInput();
     Redraw();
 }
@@ -113,23 +117,33 @@ void GuiDropList::OnKeyPress(unsigned key)
     if (!myIsUsable())
         return;
     i_Place();
-    if (m_isOpen ? !i_OnOpenKey(key) : !i_OnClosedKey(key))
+    if (m_isOpen)
+        i_OnOpenKey(key);
+    else if (!i_OnClosedKey(key))
         myPassKey(key);
 }
 
-// Whether it was of use.
-bool GuiDropList::i_OnOpenKey(unsigned key)
+// Enter, or a space that is no part of what is typed.
+bool GuiDropList::i_IsConfirming(unsigned key) const
+{
+    return key == kGuiKeyEnter || (key == kGuiKeySpace && !myGetRows().IsTyping());
+}
+
+void GuiDropList::i_OnOpenKey(unsigned key)
 {
     GuiItemRows& rows = myGetRows();
-    if (key == kGuiKeyEscape || key == kGuiKeyTab)
+    const int chosen = rows.GetCurrent();
+    if (key == kGuiKeyEscape)
+        Close();
+    else if (key == kGuiKeyTab)
     {
         Close();
-        return key == kGuiKeyEscape;
+        GetContext().MoveFocus((GetContext().GetModifiers() & kGuiShift) != 0 ? -1 : 1);
     }
-    const int chosen = rows.GetCurrent();
-    const bool isTypedSpace = key == kGuiKeySpace && rows.IsTyping();
-    if ((key == kGuiKeyEnter || key == kGuiKeySpace) && !isTypedSpace)
+    else if (i_IsConfirming(key))
     {
+        if (GetContext().IsKeyRepeated())
+            return;
         Close();
         i_Choose(chosen);
     }
@@ -139,17 +153,18 @@ bool GuiDropList::i_OnOpenKey(unsigned key)
         rows.SetCurrent(target);
         Redraw();
     }
-    return true;
 }
 
+// Whether it was of use.
 bool GuiDropList::i_OnClosedKey(unsigned key)
 {
     GuiItemRows& rows = myGetRows();
     const bool isAlt = (GetContext().GetModifiers() & kGuiAlt) != 0;
     const bool isArrow = key == kGuiKeyDown || key == kGuiKeyUp;
-    if (GetItemCount() > 0 && (key == kGuiKeyEnter || (key == kGuiKeySpace && !rows.IsTyping()) || (isAlt && isArrow)))
+    if (GetItemCount() > 0 && (i_IsConfirming(key) || (isAlt && isArrow)))
     {
-        Open();
+        if (!GetContext().IsKeyRepeated())
+            Open();
         return true;
     }
     const int target = isAlt ? -1 : rows.FindKeyTarget(key);
@@ -183,26 +198,25 @@ void GuiDropList::OnMouseClick(unsigned button)
             myPassClick(button);
         return;
     }
+    if (button != kGuiMouseLeft && !m_isOpen)
+        return myPassClick(button);
     const Vec2<int> mouse = myGetMousePos();
-    const bool isLeft = button == kGuiMouseLeft;
     if (!m_isOpen)
     {
-        if (isLeft && myIsHoverWidget())
-        {
-            if (myIsUsable())
-                myGrabFocus();
-            Open();
-            m_isPressed = m_isOpen;
-            m_beganOnRow = false;
-            m_pressedAt = mouse;
-        }
+        if (!myIsHoverWidget() || !myIsUsable())
+            return;
+        myGrabFocus();
+        Open();
+        m_isPressed = m_isOpen;
+        m_beganOnRow = false;
+        m_pressedAt = mouse;
         return;
     }
     if (!IsInside(i_GetList(), mouse))
         return Close();
     i_Place();
     GuiItemRows& rows = myGetRows();
-    if (!isLeft || rows.BeginDrag(mouse))
+    if (button != kGuiMouseLeft || rows.BeginDrag(mouse))
         return Redraw();
     m_isPressed = true;
     m_beganOnRow = true;

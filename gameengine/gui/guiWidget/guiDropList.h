@@ -58,7 +58,8 @@ private:
     GuiRecti i_GetList() const;
     void i_Place() { myPlaceRows(i_GetList()); }
     bool i_OnWheel(int rows);
-    bool i_OnOpenKey(unsigned key);
+    bool i_IsConfirming(unsigned key) const;
+    void i_OnOpenKey(unsigned key);
     bool i_OnClosedKey(unsigned key);
     void i_Choose(int index);
 

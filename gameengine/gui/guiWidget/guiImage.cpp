@@ -99,8 +99,7 @@ void GuiImage::Render()
 
 void GuiImage::mySave(GuiStream& stream) const
 {
-    if (!m_name.empty())
-        stream.WriteQuotedString(m_name);
+    stream.WriteOptionalQuotedString(m_name);
 }
 
 void GuiImage::myLoad(GuiStream& stream)

@@ -14,6 +14,7 @@ public:
                       GuiSizePolicy sizePolicy = GuiSizePolicy::Resize())
         : GuiWidget(context, style, rect, sizePolicy)
     {
+        myKeepPicture();
     }
 
     GuiWidgetType GetType() const override { return GuiWidgetType::Image; }

@@ -12,6 +12,7 @@ GuiItemWidget::GuiItemWidget(GuiContext& context, GuiStyle style, const GuiRecti
     : GuiWidget(context, style, rect, sizePolicy)
 {
     SetFocusable(true);
+    myKeepPicture();
 }
 
 void GuiItemWidget::SetVisible(bool visible)

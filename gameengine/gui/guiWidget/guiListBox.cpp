@@ -110,7 +110,7 @@ void GuiListBox::OnKeyPress(unsigned key)
     if (target >= 0)
         i_OnKeyTarget(target, modifiers);
     else if (key == kGuiKeyEnter && selected >= 0)
-        myEmitSelected(selected, true);
+        i_Confirm(selected);
     else if (key == 'A' && isControl && m_selectsSeveral)
         i_SelectAll();
     else if (key == kGuiKeySpace && isControl && m_selectsSeveral)
@@ -148,9 +148,9 @@ void GuiListBox::OnMouseClick(unsigned button)
     GuiItemRows& rows = myGetRows();
     if (isWheel && myIsUsable() && rows.Scroll(button == kGuiMouseWheelUp ? -kWheelRows : kWheelRows))
         return Redraw();
-    if (isWheel)
+    if (button != kGuiMouseLeft)
         return myPassClick(button);
-    if (button != kGuiMouseLeft || !myIsHoverWidget() || !myIsUsable())
+    if (!myIsHoverWidget() || !myIsUsable())
         return;
     myGrabInput();
     myGrabFocus();
@@ -181,7 +181,7 @@ void GuiListBox::i_ClickRow(int row)
         return i_Toggle(row);
     i_Choose(row, extends, false);
     if (isSame && GetContext().GetClickCount() == 2)
-        myEmitSelected(row, true);
+        i_Confirm(row);
 }
 
 void GuiListBox::OnMouseRelease(unsigned button)
@@ -254,6 +254,12 @@ void GuiListBox::Render()
     draw.FrameRect(rect, myIsFocusWidget() && !IsLocked() ? style.accent : style.border);
 }
 
+void GuiListBox::i_Confirm(int row)
+{
+    if (!GetContext().IsKeyRepeated())
+        myEmitSelected(row, true);
+}
+
 void GuiListBox::i_Choose(int row, bool extends, bool show)
 {
     if (row < 0)
@@ -272,7 +278,7 @@ void GuiListBox::i_Choose(int row, bool extends, bool show)
 
 void GuiListBox::i_Toggle(int row)
 {
-    if (row < 0)
+    if (row < 0 || GetContext().IsKeyRepeated())
         return;
     m_start = row;
     myGetRows().SetCurrent(row, false);

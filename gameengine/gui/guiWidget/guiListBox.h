@@ -74,6 +74,7 @@ private:
     void i_UpdateHover();
     // By the user; `extends`: all rows from where the selection began.
     void i_Choose(int row, bool extends, bool show);
+    void i_Confirm(int row);
     void i_Toggle(int row);
     void i_SelectAll();
 
