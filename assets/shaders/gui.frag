@@ -1,8 +1,10 @@
-// The GUI: a colour, with GUI_TEXTURE and where there is one multiplied by an image.
+// The GUI: a colour, multiplied by a round corner or, with GUI_TEXTURE, an image where there is one.
 
 in vec2 imagePosition;
 in vec4 vertexColor;
-flat in float imageShare;
+flat in uint source; // 0 for plain areas
+
+layout(binding = 1) uniform sampler2D corners;
 
 #ifdef GUI_TEXTURE
 layout(binding = 0) uniform sampler2D image;
@@ -14,6 +16,8 @@ void main()
 {
     result = vertexColor;
 #ifdef GUI_TEXTURE
-    result *= mix(vec4(1.0), texture(image, imagePosition), imageShare);
+    result *= mix(vec4(1.0), texture(image, imagePosition), float(source & 1u));
 #endif
+    if (source == 2u)
+        result *= texelFetch(corners, ivec2(imagePosition), 0);
 }

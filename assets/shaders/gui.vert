@@ -9,12 +9,13 @@ uniform vec4 scale; // pixels to clip space: factors, then what is added
 
 const uint IMAGE = 0u;
 const uint GRADIENT = 2u;
-const uint CORNERS = 3u;
-const uint FADING = 4u;
+const uint ROUND = 3u;
+const uint CORNERS = 4u;
+const uint FADING = 5u;
 
 out vec2 imagePosition;
 out vec4 vertexColor;
-flat out float imageShare; // 0 for plain areas
+flat out uint source; // 0 for plain areas, 1 with an image, 2 round corners
 
 void main()
 {
@@ -28,8 +29,8 @@ void main()
     uint x = kind >= CORNERS ? corner * 2u : right;
     uint y = kind >= CORNERS ? corner * 2u + 1u : lower;
     vec2 position = uintBitsToFloat(uvec2(words[quad + x], words[quad + y]));
-    imagePosition = kind == IMAGE ? uintBitsToFloat(uvec2(words[quad + 4u + right], words[quad + 4u + lower])) : vec2(0.0);
-    imageShare = kind == IMAGE ? 1.0 : 0.0;
+    source = kind == IMAGE ? 1u : kind == ROUND ? 2u : 0u;
+    imagePosition = source != 0u ? uintBitsToFloat(uvec2(words[quad + 4u + right], words[quad + 4u + lower])) : vec2(0.0);
     vertexColor = unpackUnorm4x8(words[quad + (kind == GRADIENT ? 4u + corner : 8u)]);
     if (kind == FADING && corner < 2u)
         vertexColor.a = 0.0;
