@@ -4,8 +4,10 @@
 #include "gameengine/gui/guiWidget/guiGroupBox.h"
 #include "gameengine/gui/guiWidget/guiLabel.h"
 #include "gameengine/gui/guiWidget/guiList.h"
+#include "gameengine/gui/guiWidget/guiNodeWidget.h"
 #include "gameengine/gui/guiWidget/guiSlider.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
+#include "gameengine/gui/guiWidget/guiWindow.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
 
@@ -51,6 +53,8 @@ constexpr std::array kKinds{
     Kind{"GWT_LIST_H", Make<GuiListH>},
     Kind{"GWT_LIST_V", Make<GuiListV>},
     Kind{"GWT_GROUPBOX", Make<GuiGroupBox>},
+    Kind{"GWT_WINDOW", Make<GuiWindow>},
+    Kind{"GWT_NODEWIDGET", Make<GuiNodeWidget>},
 };
 
 // Reads the lines of one text.
