@@ -19,9 +19,9 @@ def chunk(kind, data):
     return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 
 
-def write_png(path, size, get_pixel):
-    rows = b"".join(b"\0" + b"".join(bytes(get_pixel(x, y)) for x in range(size)) for y in range(size))
-    header = struct.pack(">IIBBBBB", size, size, 8, 6, 0, 0, 0)
+def write_png(path, width, height, get_pixel):
+    rows = b"".join(b"\0" + b"".join(bytes(get_pixel(x, y)) for x in range(width)) for y in range(height))
+    header = struct.pack(">IIBBBBB", width, height, 8, 6, 0, 0, 0)
     png = b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(rows, 9)) + chunk(b"IEND", b"")
     path.write_bytes(png)
 
@@ -43,8 +43,8 @@ def main():
     if len(sys.argv) != 2:
         sys.exit(__doc__)
     folder = pathlib.Path(sys.argv[1])
-    write_png(folder / "colorwheel.png", SIZE, get_wheel_pixel)
-    write_png(folder / "white.png", 1, lambda x, y: (255, 255, 255, 255))
+    write_png(folder / "colorwheel.png", SIZE, SIZE, get_wheel_pixel)
+    write_png(folder / "white.png", 32, 16, lambda x, y: (255, 255, 255, 255))
 
 
 if __name__ == "__main__":

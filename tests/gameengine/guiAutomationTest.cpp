@@ -20,7 +20,10 @@ constexpr const char* kWidgets = "GWT_GROUPBOX \"Settings\" \"settings\" 0 0 200
                                  "\t\tGWT_SCROLLBAR_H 1000 0.0 \"bar\" 0 0 100 20 LEFT|TOP NONE 7 0 0\n"
                                  "\t\tGWT_BUTTON \"Apply\" \"apply\" 0 0 10 20 LEFT|TOP NONE 7 0 0\n"
                                  "GWT_GROUPBOX \"Other\" \"other\" 200 0 200 200 LEFT|TOP NONE 0 0 0\n"
-                                 "\tGWT_BUTTON \"Go\" \"apply\" 0 0 10 20 LEFT|TOP NONE 7 0 0\n";
+                                 "\tGWT_BUTTON \"Go\" \"apply\" 0 0 10 20 LEFT|TOP NONE 7 0 0\n"
+                                 "GWT_TEXTEDIT_LINE \"old\" 0 0 \"edit\" 0 210 150 24 LEFT|TOP NONE 0 0 0\n"
+                                 "GWT_SPINNER 0.0 10.0 5.0 0.5 0 \"number\" 160 210 100 24 LEFT|TOP NONE 0 0 0\n"
+                                 "GWT_DROPLIST 2 \"one\" \"two\" -1 \"choice\" 270 210 90 24 LEFT|TOP NONE 0 0 0\n";
 
 class GuiAutomationTest : public testing::Test, public gui::GuiCallback
 {
@@ -87,8 +90,29 @@ TEST_F(GuiAutomationTest, UsesWhatAUserCouldUse)
     Take();
     m_isDestroying = true;
     EXPECT_TRUE(m_user.Click("settings/apply"));
-    EXPECT_EQ(Take(), "apply3 apply4 ");
+    EXPECT_EQ(Take(), "apply3 ") << "gone before it was let go";
     EXPECT_EQ(m_user.FindByPath("settings/apply"), nullptr);
+}
+
+TEST_F(GuiAutomationTest, TypesAndChooses)
+{
+    std::string text;
+    float value = 0.0F;
+    EXPECT_TRUE(m_user.Fill("edit", "Größe 5!") && m_user.GetText("edit", text));
+    EXPECT_EQ(text, "Gr\xF6\xDF\x65 5!");
+    EXPECT_TRUE(m_user.Press(gui::kGuiKeyHome) && m_user.Type("A") && m_user.Fill("number", "7.5\n"));
+    EXPECT_TRUE(m_user.GetText("edit", text) && text == "AGr\xF6\xDF\x65 5!") << text;
+    EXPECT_TRUE(m_user.GetValue("number", value) && value == 7.5F) << value;
+    EXPECT_TRUE(m_user.Wheel("number", -2) && m_user.GetValue("number", value) && value == 6.5F) << value;
+    EXPECT_TRUE(m_user.GetText("choice", text) && text.empty());
+    EXPECT_TRUE(m_user.Click("choice") && m_user.Press(gui::kGuiKeyEnd) && m_user.Type("\n"));
+    EXPECT_TRUE(m_user.GetText("choice", text) && text == "two" && m_user.GetValue("choice", value) && value == 1.0F);
+    EXPECT_TRUE(m_user.Click("edit", gui::kGuiMouseLeft, 2) && m_user.Press('X', gui::kGuiControl));
+    EXPECT_EQ(m_context->GetClipboard(), "!") << "the last word, in the middle of the line";
+    m_user.Hold(gui::kGuiShift);
+    EXPECT_TRUE(m_user.Press(gui::kGuiKeyHome));
+    m_user.Hold(0);
+    EXPECT_TRUE(m_user.Fill("edit", "") && m_user.GetText("edit", text) && text.empty()) << text;
 }
 
 TEST_F(GuiAutomationTest, SaysWhatStandsInTheWay)

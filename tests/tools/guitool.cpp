@@ -97,7 +97,7 @@ TEST_F(Guitool, FormatWritesTheCanonicalFormOnceAndLeavesWhatHasFaults)
     test::WriteFile(Path("b.gui"), bad);
     EXPECT_EQ(Run("format b.gui"), 1);
     EXPECT_EQ(test::ReadFile(Path("b.gui")), bad);
-    EXPECT_NE(m_output.find("b.gui:3:2: error: "), std::string::npos) << m_output;
+    EXPECT_NE(m_output.find("b.gui:3:12: error: "), std::string::npos) << m_output;
     EXPECT_TRUE(HasOneErrorWith("b.gui has faults and is left as it is")) << m_errors;
     std::filesystem::create_directory(Path("folder.gui"));
     EXPECT_EQ(Run("format folder.gui"), 2);

@@ -28,6 +28,7 @@ constexpr float kPass = 1.0F / 60.0F;
 struct Arguments
 {
     std::vector<std::string> files;
+    std::string file; // the only one
     std::string picture;
     bool check = false;
     int width = 1280;
@@ -106,23 +107,24 @@ bool DrawScreen(gui::GuiContext& context, renderer::CRenderer& renderer, const A
     const auto target = renderer::CRenderTarget::Create(renderer, arguments.width, arguments.height);
     if (!target)
         return false;
-    // The first picture tells everybody its size, the second one shows it.
     context.SetMousePos(-1, -1);
-    context.Render(arguments.width, arguments.height);
-    context.GetDraw().RenderAll(arguments.width, arguments.height);
-    context.Update(kPass);
-    renderer.BeginFrame(kPass);
-    target->Bind();
-    renderer.Clear(ToVector(context.GetStyleData(0).panel));
-    context.Render(arguments.width, arguments.height);
-    context.GetDraw().RenderAll(arguments.width, arguments.height);
+    // The first picture tells everybody its size, the second one shows it.
+    for (int picture = 0; picture < 2; ++picture)
+    {
+        renderer.BeginFrame(kPass);
+        target->Bind();
+        renderer.Clear(ToVector(context.GetStyleData(0).panel));
+        context.Render(arguments.width, arguments.height);
+        context.GetDraw().RenderAll(arguments.width, arguments.height);
+        context.Update(kPass);
+    }
     return renderer::WritePng(arguments.picture, target->ReadPixels());
 }
 
 int Render(const Arguments& arguments)
 {
     std::string text;
-    if (!ReadGuiFile(arguments.files[0], text))
+    if (!ReadGuiFile(arguments.file, text))
         return kFailed;
     const std::unique_ptr<COffscreenContext> device = COffscreenContext::Create();
     renderer::CRenderer renderer;
@@ -134,7 +136,7 @@ int Render(const Arguments& arguments)
         screen.GetContext().SetStyleData(0, gui::GuiStyleData::MakeLight());
     std::vector<gui::GuiReadFault> faults;
     const bool isGood = screen.Read(text, faults);
-    PrintFaults(arguments.files[0], faults);
+    PrintFaults(arguments.file, faults);
     if (!DrawScreen(screen.GetContext(), renderer, arguments))
         return kFailed;
     return isGood ? 0 : kFound;
@@ -156,7 +158,7 @@ public:
         i_AddFiles(format);
         format->add_flag("--check", m_arguments.check, "Only say which files would be changed");
         CLI::App* render = i_Add("render", "Draws a file off-screen, without a display", Render);
-        render->add_option("FILE", m_arguments.files, "The file to draw")->required()->expected(1);
+        render->add_option("FILE", m_arguments.file, "The file to draw")->required();
         render->add_option("OUT.png", m_arguments.picture, "The picture to write")->required();
         render->add_option("--size", m_size, "Of the picture as WxH, 1280x720")
             ->check([this](const std::string& size) { return i_ReadSize(size); });

@@ -411,6 +411,8 @@ bool GuiAutomation::i_Aim(const char* act, const GuiTarget& target, bool forInpu
         return true;
     if (!i_FindAlive(widget))
         return Fail(act, who, "it was destroyed when the mouse came");
+    if (const GuiWidget* const modal = m_context.GetModal(); modal && !IsWithin(widget, modal))
+        return Fail(act, who, Describe(*modal) + " has to be closed first");
     if (!hover || IsWithin(widget, hover))
         return Fail(act, who, "nothing of it is seen at its middle");
     return Fail(act, who, "it is covered by " + Describe(*hover));
