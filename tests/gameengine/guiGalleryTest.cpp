@@ -6,6 +6,7 @@
 #include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
+#include "gameengine/gui/guiWidget/guiWindow.h"
 #include "support/expectations.h"
 #include "support/random.h"
 #include "support/recordingDraw.h"
@@ -156,7 +157,7 @@ protected:
         if (!widget)
             return;
         const auto* layout = widget->AsLayout();
-        switch (m_random.Below(12))
+        switch (m_random.Below(13))
         {
         case 0:
             if (!layout || m_random.OneIn(8))
@@ -172,7 +173,11 @@ protected:
         case 8: m_context->GrabFocus(widget); break;
         case 9: widget->SetStyle(m_random.Below(3)); break;
         case 10: widget->SetSizePolicy({m_random.Below(8), m_random.Below(8)}); break;
-        case 11: widget->SetMinimumSize({m_random.Between(0.0F, 99.0F), m_random.Between(0.0F, 99.0F)}); break;
+        case 11:
+            if (auto* window = dynamic_cast<GuiWindow*>(widget))
+                window->SetFlags(m_random.Below(128U));
+            break;
+        case 12: widget->SetMinimumSize({m_random.Between(0.0F, 99.0F), m_random.Between(0.0F, 99.0F)}); break;
         }
     }
 
@@ -273,6 +278,8 @@ protected:
         {
             widget->SetVisible(true);
             widget->SetLocked(false);
+            if (auto* window = dynamic_cast<GuiWindow*>(widget))
+                window->SetFlags(GuiWindow::kUsualFlags);
         }
     }
 
