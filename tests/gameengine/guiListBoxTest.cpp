@@ -185,9 +185,9 @@ TEST_F(GuiItems, ListBoxSelectsByMouseAndKeyboard)
     EXPECT_EQ(Key(kGuiKeyHome), "0");
 
     // The wheel leaves the selection alone, which comes back into view when it is moved.
-    EXPECT_EQ(All({Wheel(kGuiMouseWheelDown, 50, 50), Wheel(kGuiMouseWheelUp, 50, 50),
-                   Wheel(kGuiMouseWheelDown, 50, 50)}),
-              "---");
+    EXPECT_EQ(
+        All({Wheel(kGuiMouseWheelDown, 50, 50), Wheel(kGuiMouseWheelUp, 50, 50), Wheel(kGuiMouseWheelDown, 50, 50)}),
+        "---");
     EXPECT_EQ(GetRows(), "item 3..item 7");
     EXPECT_EQ(Key(kGuiKeyDown), "1");
     EXPECT_EQ(GetRows(), "item 1..item 5");
@@ -403,6 +403,19 @@ TEST_F(GuiItems, DropListChoosesOrLeavesAll)
     EXPECT_EQ(All({Key(kGuiKeyDown, kGuiKeyLeftAlt), Key(kGuiKeyEnd), Key(kGuiKeyEnter)}), "--29");
     EXPECT_EQ(All({Key(kGuiKeyEnter), Type("item 7"), Key(kGuiKeySpace)}), "--7");
     EXPECT_EQ(All({Wheel(kGuiMouseWheelUp, 50, 55), Wheel(kGuiMouseWheelUp, 300, 55)}), "6-");
+
+    // A key that is held opens it once; Tab goes on to the next widget.
+    m_context->PushKeyPress(kGuiKeyEnter);
+    for (int pass = 0; pass < 60; ++pass)
+    {
+        Pass();
+        ASSERT_TRUE(drop.IsOpen()) << pass;
+    }
+    m_context->PushKeyRelease(kGuiKeyEnter);
+    auto& other = Add<GuiListBox>({300, 200, 50, 50}, {});
+    EXPECT_EQ(Key(kGuiKeyDown) + Key(kGuiKeyTab), "");
+    EXPECT_EQ(m_context->GetFocusWidget(), &other);
+    EXPECT_EQ(drop.GetSelected(), 6);
 
     // Upwards where there is more room, scrolled by wheel and bar.
     drop.SetPos(10, 250);
