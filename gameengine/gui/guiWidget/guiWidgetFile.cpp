@@ -7,8 +7,10 @@
 #include "gameengine/gui/guiWidget/guiLabel.h"
 #include "gameengine/gui/guiWidget/guiList.h"
 #include "gameengine/gui/guiWidget/guiListBox.h"
+#include "gameengine/gui/guiWidget/guiNodeWidget.h"
 #include "gameengine/gui/guiWidget/guiSlider.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
+#include "gameengine/gui/guiWidget/guiWindow.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
 
@@ -57,6 +59,8 @@ constexpr std::array kKinds{
     Kind{"GWT_LISTBOX", Make<GuiListBox>},
     Kind{"GWT_GROUPBOX", Make<GuiGroupBox>},
     Kind{"GWT_IMAGE", Make<GuiImage>},
+    Kind{"GWT_WINDOW", Make<GuiWindow>},
+    Kind{"GWT_NODEWIDGET", Make<GuiNodeWidget>},
 };
 
 // Reads the lines of one text.
