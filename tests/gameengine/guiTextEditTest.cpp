@@ -319,6 +319,7 @@ TEST_F(GuiTextEdits, BoxMovesScrollsAndDrawsWhatIsSeen)
     EXPECT_EQ(m_context->GetInputWidget(), nullptr);
     box.SetVisible(true);
     Press(100, 82);
+    EXPECT_EQ(m_context->GetCursor(), GuiCursor::Arrow);
     Release(400, 82);
     EXPECT_LT(Draw("text").front().rect.x, 5 - 8 * 8);
     EXPECT_EQ(box.GetSelection().begin, box.GetSelection().end);
