@@ -6,7 +6,8 @@ namespace gui
 {
 namespace
 {
-constexpr std::size_t kRoomStep = 4; // quads; so much for another character or a cursor
+constexpr std::size_t kRoomStep = 4;  // quads
+constexpr std::size_t kSpareRoom = 3; // at least; for a few characters more, or a cursor
 constexpr ClipBox kNoClip{1, 1, 0, 0};
 } // namespace
 
@@ -28,7 +29,7 @@ int CQuadPicture::AddPiece(std::size_t first, std::size_t batchesBefore, const C
     std::size_t room = count;
     if (count > 0)
     {
-        room = (count / kRoomStep + 1) * kRoomStep;
+        room = (count + kSpareRoom + kRoomStep - 1) / kRoomStep * kRoomStep;
         quads.AppendEmpty(room - count);
     }
     m_pieces.push_back({batches - (batches > 0 ? 1 : 0), first, room, clip});

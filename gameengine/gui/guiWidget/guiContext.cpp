@@ -14,6 +14,7 @@ namespace gui
 namespace
 {
 constexpr float kToolTipDelay = 0.5F; // seconds
+constexpr std::size_t kManyRedrawn = 1024;
 constexpr Vec2<int> kToolTipOffset{12, 18};
 
 struct Posted
@@ -145,9 +146,9 @@ public:
     }
     void RequestRedraw(GuiWidget& widget) override
     {
-        if (widget.AsLayout())
-            m_needsPicture = true;
-        else if (!std::exchange(widget.m_isRedrawn, true))
+        // With many of them everything is drawn, so that their list stays short.
+        m_needsPicture = m_needsPicture || widget.AsLayout() || m_redrawn.size() >= kManyRedrawn;
+        if (!m_needsPicture && !std::exchange(widget.m_isRedrawn, true))
             m_redrawn.push_back(&widget);
     }
     void RequestPicture() override { m_needsPicture = true; }
