@@ -180,6 +180,12 @@ TEST_F(GuiTextEdits, LineTakesTheKeyboard)
     }
     auto& line = Add<GuiTextEditLine>({10, 10, 100, 20});
     m_context->GrabFocus(&line);
+    line.SetFlags(kTextNumber);
+    m_context->SetClipboard(" 4.5\r\n");
+    Play("C-V");
+    EXPECT_EQ(line.GetText(), "4.5");
+    line.SetFlags(0);
+    line.SetText("");
     m_context->PushKeyChar(0x20AC); // not in Latin-1
     Hold(341, true);
     m_context->PushKeyChar('a'); // with Control it is no character, with Alt too it is
@@ -282,6 +288,11 @@ TEST_F(GuiTextEdits, BoxMovesScrollsAndDrawsWhatIsSeen)
     m_context->GrabFocus(&box);
     Play("Tab 'x");
     EXPECT_EQ(box.GetText(), "\tx");
+    box.SetLocked(true);
+    Play("Tab"); // is no trap
+    EXPECT_NE(m_context->GetFocusWidget(), &box);
+    box.SetLocked(false);
+    m_context->GrabFocus(&box);
 
     std::string text;
     for (int i = 0; i < 40'000; ++i)
@@ -319,6 +330,7 @@ TEST_F(GuiTextEdits, BoxMovesScrollsAndDrawsWhatIsSeen)
     EXPECT_EQ(m_context->GetInputWidget(), nullptr);
     box.SetVisible(true);
     Press(100, 82);
+    EXPECT_EQ(m_context->GetCursor(), GuiCursor::Arrow);
     Release(400, 82);
     EXPECT_LT(Draw("text").front().rect.x, 5 - 8 * 8);
     EXPECT_EQ(box.GetSelection().begin, box.GetSelection().end);

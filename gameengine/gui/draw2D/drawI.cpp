@@ -16,12 +16,12 @@ namespace gui
 namespace
 {
 // "textures/roundcorners.png", as scripts/make-roundcorners.py draws it: the upper left corners of discs, and below of
-// rings a pixel wide, of radius 1, 2, 3 ... side by side with a pixel around each.
+// rings a pixel wide, of radius 1, 2, 3 ... side by side with a pixel around each. "shaders/gui.frag" knows the rows.
 constexpr int kCornersWidth = 256;
 constexpr int kCornersHeight = 64;
 constexpr int kMaxRadius = 16;
-constexpr int kDiscRow = 1;
-constexpr int kRingRow = 20;
+// Frames of so many pixels are drawn with their empty middle, larger ones in pieces.
+constexpr std::int64_t kLargestHollow = 8192;
 
 constexpr int GetCornerColumn(int radius)
 {
@@ -97,12 +97,13 @@ void DrawI::i_LoadDevice()
 void DrawI::i_Upright(const Quad& quad)
 {
     const ClipBox& clip = m_frame->GetClip();
-    const auto& [left, top, right, bottom] = quad.first;
-    if (clip.IsEmpty() || clip.IsApart(left, top, right, bottom))
+    const auto [left, top, right, bottom] = quad.first;
+    const bool isWhole = clip.Holds(left, top, right, bottom);
+    if (!isWhole && (clip.IsEmpty() || clip.IsApart(left, top, right, bottom)))
         return;
     Quad* const place = m_frame->list->BeginPlain({}, 1);
     *place = quad;
-    if (clip.Holds(left, top, right, bottom) || CutQuad(clip, *place))
+    if (isWhole || CutQuad(clip, *place))
         m_frame->list->Commit(1);
 }
 
@@ -219,41 +220,35 @@ bool DrawI::i_CanRound(const GuiRecti& rect, int& radius) const
     return radius > 0 && m_corners.IsValid();
 }
 
-void DrawI::i_RoundCorners(const GuiRecti& rect, int radius, int tileRow, Color color)
+void DrawI::i_Round(const GuiRecti& part, const GuiRecti& rect, int radius, QuadKind kind, Color color)
 {
+    const Edges p(part);
     const Edges e(rect);
-    const auto r = static_cast<float>(radius);
-    const auto u = static_cast<float>(GetCornerColumn(radius));
-    // Texels from the lower left corner.
-    const auto v = static_cast<float>(kCornersHeight - tileRow);
-    const auto corner = [&](float x, float y, float u0, float u1, float v0, float v1) {
-        i_Upright({{x, y, x + r, y + r}, {u0, v0, u1, v1}, color, QuadKind::Round});
-    };
-    corner(e.left, e.top, u, u + r, v, v - r);
-    corner(e.right - r, e.top, u + r, u, v, v - r);
-    corner(e.left, e.bottom - r, u, u + r, v - r, v);
-    corner(e.right - r, e.bottom - r, u + r, u, v - r, v);
+    const auto packed = static_cast<std::uint32_t>(kind) | static_cast<std::uint32_t>(GetCornerColumn(radius)) << 8 |
+                        static_cast<std::uint32_t>(radius) << 16;
+    i_Upright(
+        {{p.left, p.top, p.right, p.bottom}, {e.left, e.top, e.right, e.bottom}, color, static_cast<QuadKind>(packed)});
 }
 
 void DrawI::FillRoundRect(const GuiRecti& rect, int radius, Color color)
 {
     if (!i_CanRound(rect, radius))
         return FillRect(rect, color);
-    const Edges e(rect);
-    const auto r = static_cast<float>(radius);
-    i_RoundCorners(rect, radius, kDiscRow, color);
-    i_Fill(e.left + r, e.top, e.right - r, e.top + r, color);
-    i_Fill(e.left, e.top + r, e.right, e.bottom - r, color);
-    i_Fill(e.left + r, e.bottom - r, e.right - r, e.bottom, color);
+    i_Round(rect, rect, radius, QuadKind::Disc, color);
 }
 
 void DrawI::FrameRoundRect(const GuiRecti& rect, int radius, Color color)
 {
     if (!i_CanRound(rect, radius))
         return FrameRect(rect, color, 1);
+    if (static_cast<std::int64_t>(rect.w) * rect.h <= kLargestHollow)
+        return i_Round(rect, rect, radius, QuadKind::Ring, color);
+    const int right = rect.x + rect.w - radius;
+    const int lower = rect.y + rect.h - radius;
+    for (const auto& [x, y] : {Vec2<int>(rect.x, rect.y), {right, rect.y}, {rect.x, lower}, {right, lower}})
+        i_Round({x, y, radius, radius}, rect, radius, QuadKind::Ring, color);
     const Edges e(rect);
     const auto r = static_cast<float>(radius);
-    i_RoundCorners(rect, radius, kRingRow, color);
     i_Fill(e.left + r, e.top, e.right - r, e.top + 1.0F, color);
     i_Fill(e.left, e.top + r, e.left + 1.0F, e.bottom - r, color);
     i_Fill(e.right - 1.0F, e.top + r, e.right, e.bottom - r, color);

@@ -14,6 +14,7 @@ class CProgrammableMaterial;
 namespace gui
 {
 struct Quad;
+enum class QuadKind : std::uint32_t;
 
 /// The drawer on OpenGL: one buffer a frame and one for each picture, one draw call for each change of texture, pass or
 /// clip. The pass for textures draws plain areas and round corners too, so that those between texts are no change; nor
@@ -76,7 +77,7 @@ private:
     void i_LoadDevice();
     void i_Fill(float left, float top, float right, float bottom, Color color);
     void i_SlantedLine(Vec2<float> from, Vec2<float> to, Color color, float width);
-    void i_RoundCorners(const GuiRecti& rect, int radius, int tileRow, Color color);
+    void i_Round(const GuiRecti& part, const GuiRecti& rect, int radius, QuadKind kind, Color color);
     bool i_CanRound(const GuiRecti& rect, int& radius) const;
     void i_Upright(const Quad& quad);
     void i_Image(const RefPtr<renderer::CTexture>& texture, Quad quad);

@@ -15,7 +15,9 @@ enum class QuadKind : std::uint32_t
     Image,    ///< `first` is a rectangle of pixels, `second` that of the texture: left, top, right, bottom.
     Plain,    ///< `first` is a rectangle, filled with the colour.
     Gradient, ///< `first` is a rectangle, `second` the bits of four colours, clockwise from the upper left corner.
-    Round,    ///< As `Image`, in texels of the round corners.
+    Disc,     ///< `first` is a part of the round rectangle `second`. Bits 8 to 15 have the column of its corner in the
+              ///< texture of round corners, 16 to 23 the radius.
+    Ring,     ///< The same, a pixel wide.
     Corners,  ///< `first` and `second` are four points around an area, filled with the colour.
     Fading,   ///< The same, clear at the first two points.
 };

@@ -30,6 +30,14 @@ bool CutAxis(float clipLow, float clipHigh, float& low, float& high, float& a, f
 bool CutQuad(const ClipBox& clip, Quad& quad) noexcept
 {
     auto& [left, top, right, bottom] = quad.first;
+    if (quad.kind != QuadKind::Image)
+    {
+        left = std::max(left, static_cast<float>(clip.left));
+        top = std::max(top, static_cast<float>(clip.top));
+        right = std::min(right, static_cast<float>(clip.right));
+        bottom = std::min(bottom, static_cast<float>(clip.bottom));
+        return left < right && top < bottom;
+    }
     auto& [u, v, rightU, lowerV] = quad.second;
     return CutAxis(static_cast<float>(clip.left), static_cast<float>(clip.right), left, right, u, rightU) &&
            CutAxis(static_cast<float>(clip.top), static_cast<float>(clip.bottom), top, bottom, v, lowerV);

@@ -151,7 +151,6 @@ void GuiDropList::i_OnOpenKey(unsigned key)
     {
         rows.EndTyping();
         rows.SetCurrent(target);
-        Redraw();
     }
 }
 
@@ -184,10 +183,10 @@ void GuiDropList::OnKeyChar(unsigned character)
     SetTicking(true);
     if (row < 0)
         return;
-    if (!m_isOpen)
-        return i_Choose(row);
-    myGetRows().SetCurrent(row);
-    Redraw();
+    if (m_isOpen)
+        myGetRows().SetCurrent(row);
+    else
+        i_Choose(row);
 }
 
 void GuiDropList::OnMouseClick(unsigned button)
@@ -217,12 +216,11 @@ void GuiDropList::OnMouseClick(unsigned button)
     i_Place();
     GuiItemRows& rows = myGetRows();
     if (button != kGuiMouseLeft || rows.BeginDrag(mouse))
-        return Redraw();
+        return;
     m_isPressed = true;
     m_beganOnRow = true;
     if (const int row = rows.FindRow(mouse); row >= 0)
         rows.SetCurrent(row);
-    Redraw();
 }
 
 void GuiDropList::OnMouseRelease(unsigned button)
@@ -232,11 +230,12 @@ void GuiDropList::OnMouseRelease(unsigned button)
     GuiItemRows& rows = myGetRows();
     const bool wasDragged = rows.IsDragged();
     const bool wasPressed = m_isPressed;
+    const Vec2<int> mouse = myGetMousePos();
+    i_Place();
+    if (wasDragged)
+        rows.Drag(mouse.y);
     rows.EndDrag();
     m_isPressed = false;
-    Redraw();
-    i_Place();
-    const Vec2<int> mouse = myGetMousePos();
     const int row = rows.FindRow(mouse);
     // The mouse may also come up on a row after it opened the list.
     if (row < 0 || wasDragged || !wasPressed || (!m_beganOnRow && mouse == m_pressedAt))
@@ -251,7 +250,6 @@ bool GuiDropList::i_OnWheel(int rows)
     {
         i_Place();
         myGetRows().Scroll(rows * kWheelRows);
-        Redraw();
         return true;
     }
     if (!myIsUsable() || !myIsHoverWidget() || !myIsFocusWidget() || GetItemCount() == 0)
@@ -279,18 +277,12 @@ void GuiDropList::Tick(float seconds)
     i_Place();
     const Vec2<int> mouse = myGetMousePos();
     if (rows.IsDragged())
-    {
-        if (rows.Drag(mouse.y))
-            Redraw();
-    }
+        rows.Drag(mouse.y);
     else if (mouse != m_lastMouse)
     {
         m_lastMouse = mouse;
-        if (const int row = rows.FindRow(mouse); row >= 0 && row != rows.GetCurrent())
-        {
+        if (const int row = rows.FindRow(mouse); row >= 0)
             rows.SetCurrent(row);
-            Redraw();
-        }
     }
 }
 

@@ -188,6 +188,8 @@ void GuiListBox::OnMouseRelease(unsigned button)
 {
     if (button != kGuiMouseLeft || m_press == Press::None)
         return;
+    i_Place();
+    i_Drag(0.0F);
     myStop();
     Redraw();
 }

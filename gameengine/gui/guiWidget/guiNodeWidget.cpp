@@ -25,6 +25,12 @@ int Snap(int value)
     return static_cast<int>(std::lround(static_cast<float>(value) / kSnap)) * kSnap;
 }
 
+// Widgets may be as large as integers are, and what lies there larger.
+int Floor(float value)
+{
+    return static_cast<int>(std::floor(std::clamp(value, -1.0e9F, 1.0e9F)));
+}
+
 bool Overlap(const GuiRecti& a, const GuiRecti& b)
 {
     return a.x <= b.x + b.w && b.x <= a.x + a.w && a.y <= b.y + b.h && b.y <= a.y + a.h;
@@ -77,16 +83,16 @@ Vec2<int> GuiNodeWidget::ToGraph(Vec2<int> screen) const
 {
     const GuiNodeView& view = m_graph.GetView();
     const float zoom = i_GetZoom();
-    return {static_cast<int>(std::floor(view.x + static_cast<float>(screen.x - GetRect().x) / zoom)),
-            static_cast<int>(std::floor(view.y + static_cast<float>(screen.y - GetRect().y) / zoom))};
+    return {Floor(view.x + static_cast<float>(screen.x - GetRect().x) / zoom),
+            Floor(view.y + static_cast<float>(screen.y - GetRect().y) / zoom)};
 }
 
 Vec2<int> GuiNodeWidget::ToScreen(Vec2<int> graph) const
 {
     const GuiNodeView& view = m_graph.GetView();
     const float zoom = i_GetZoom();
-    return {GetRect().x + static_cast<int>(std::floor((static_cast<float>(graph.x) - view.x) * zoom)),
-            GetRect().y + static_cast<int>(std::floor((static_cast<float>(graph.y) - view.y) * zoom))};
+    return {GetRect().x + Floor((static_cast<float>(graph.x) - view.x) * zoom),
+            GetRect().y + Floor((static_cast<float>(graph.y) - view.y) * zoom)};
 }
 
 // The widths of nodes depend on the font, which comes with the style.
@@ -179,7 +185,7 @@ void GuiNodeWidget::i_Start(Action action, unsigned button)
     m_action = action;
     m_button = button;
     m_startMouse = m_lastMouse = myGetMousePos();
-    m_lastModifiers = GetContext().GetModifiers();
+    m_startModifiers = m_lastModifiers = GetContext().GetModifiers();
     m_startView = m_graph.GetView();
     m_selectionBefore = m_graph.GetSelection();
     m_frameStart = ToGraph(m_startMouse);
@@ -192,7 +198,7 @@ void GuiNodeWidget::i_Start(Action action, unsigned button)
 
 void GuiNodeWidget::i_Press()
 {
-    const bool isControl = (m_lastModifiers & kGuiControl) != 0;
+    const bool isControl = (m_startModifiers & kGuiControl) != 0;
     const GuiNodeHit hit = m_graph.FindAt(m_frameStart);
     if (hit.part == GuiNodeHit::Part::Input || hit.part == GuiNodeHit::Part::Output)
         return i_StartLink(hit);
@@ -258,8 +264,8 @@ void GuiNodeWidget::i_Follow()
 // On the grid comes the one under the mouse, the others keep their distance.
 void GuiNodeWidget::i_FollowMove(Vec2<int> by)
 {
-    Vec2<int> offset{static_cast<int>(std::lround(static_cast<float>(by.x) / i_GetZoom())),
-                     static_cast<int>(std::lround(static_cast<float>(by.y) / i_GetZoom()))};
+    Vec2<int> offset{Floor(static_cast<float>(by.x) / i_GetZoom() + 0.5F),
+                     Floor(static_cast<float>(by.y) / i_GetZoom() + 0.5F)};
     const auto pressed =
         std::find_if(m_moved.begin(), m_moved.end(), [this](const auto& moved) { return moved.first == m_pressed; });
     if ((m_lastModifiers & kGuiControl) != 0 && pressed != m_moved.end())
@@ -280,7 +286,7 @@ void GuiNodeWidget::i_FollowFrame()
 {
     const GuiRecti frame = i_GetFrame();
     m_graph.SelectAll(false);
-    if ((m_lastModifiers & kGuiControl) != 0)
+    if ((m_startModifiers & kGuiControl) != 0)
     {
         for (const GuiNodeId id : m_selectionBefore)
             m_graph.SetSelected(id, true);
@@ -336,7 +342,7 @@ void GuiNodeWidget::i_FinishPress()
 {
     if (m_deselects)
         m_graph.SetSelected(m_pressed, false);
-    else if ((m_lastModifiers & kGuiControl) == 0)
+    else if ((m_startModifiers & kGuiControl) == 0)
     {
         m_graph.SelectAll(false);
         m_graph.SetSelected(m_pressed, true);

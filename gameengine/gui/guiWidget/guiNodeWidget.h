@@ -172,6 +172,7 @@ private:
     unsigned m_button = 0; // that began it
     Vec2<int> m_startMouse;
     Vec2<int> m_lastMouse;
+    unsigned m_startModifiers = 0;
     unsigned m_lastModifiers = 0;
     GuiNodeView m_startView;
     Vec2<int> m_frameStart; // in the graph
@@ -183,6 +184,7 @@ private:
     GuiNodeHit m_hot; // under the mouse
 
     int m_measuredFont = -1;
+    GuiRecti m_seen; // of the widget, by the last picture
     Vec2<int> m_drawn;
     std::vector<GuiNodeId> m_found;
     std::string m_shortened;

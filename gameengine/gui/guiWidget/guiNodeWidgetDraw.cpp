@@ -1,3 +1,5 @@
+#include "gameengine/gui/guiWidget/guiContext.h"
+#include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiNodeWidget.h"
 #include "gameengine/gui/guiWidget/guiShortenInternal.h"
 
@@ -12,9 +14,11 @@ constexpr int kGridStep = 64;
 constexpr int kNameInset = 12;
 constexpr Vec2<float> kHandle{30.0F, 200.0F}; // the least and the greatest of a curve, in the graph
 constexpr float kSegment = 12.0F;             // pixels
-constexpr int kMostSegments = 48;
-constexpr int kSmallTextPercent = 80; // below this, small text; and below the next, none
-constexpr int kNoTextPercent = 50;
+constexpr int kMostSegments = 96;
+// From these on there are titles, names of pins, text of the style's size, and large text.
+constexpr int kTitlePercent = 50;
+constexpr int kNamePercent = 70;
+constexpr int kTextPercent = 80;
 constexpr int kLargeTextPercent = 150;
 
 Color WithAlpha(Color color, Color alpha)
@@ -32,6 +36,13 @@ GuiRecti Around(Vec2<int> a, Vec2<int> b, int margin)
     const Vec2<int> low{std::min(a.x, b.x) - margin, std::min(a.y, b.y) - margin};
     return {low.x, low.y, std::max(a.x, b.x) + margin - low.x, std::max(a.y, b.y) + margin - low.y};
 }
+// A widget may reach far beyond the screen.
+GuiRecti GetSeen(const GuiRecti& rect, const GuiRecti& screen)
+{
+    const Vec2<int> low{std::max(rect.x, screen.x), std::max(rect.y, screen.y)};
+    const Vec2<int> high{std::min(rect.BR().x, screen.BR().x), std::min(rect.BR().y, screen.BR().y)};
+    return {low.x, low.y, std::max(high.x - low.x, 0), std::max(high.y - low.y, 0)};
+}
 } // namespace
 
 void GuiNodeWidget::Render()
@@ -41,12 +52,13 @@ void GuiNodeWidget::Render()
     const GuiRecti rect = GetRect();
     Draw& draw = myGetDraw();
     m_drawn = {};
+    m_seen = GetSeen(rect, GetContext().GetRoot().GetRect());
     draw.PushClip(rect);
     draw.FillRect(rect, style.panel);
     i_DrawGrid();
     i_DrawLinks();
-    const Vec2<int> low = ToGraph({rect.x, rect.y});
-    const Vec2<int> high = ToGraph({rect.x + rect.w, rect.y + rect.h});
+    const Vec2<int> low = ToGraph({m_seen.x, m_seen.y});
+    const Vec2<int> high = ToGraph(m_seen.BR());
     m_graph.FindNodes({low.x, low.y, high.x - low.x + 1, high.y - low.y + 1}, m_found);
     for (const GuiNodeId id : m_found)
         i_DrawNode(*m_graph.GetNode(id));
@@ -75,22 +87,21 @@ int GuiNodeWidget::i_GetTextFont() const
     const int percent = m_graph.GetView().percent;
     if (percent >= kLargeTextPercent)
         return TFB_SEGOE_16;
-    return percent >= kSmallTextPercent ? myGetStyle().font : TFB_PIXEL;
+    return percent >= kTextPercent ? myGetStyle().font : TFB_PIXEL;
 }
 
 void GuiNodeWidget::i_DrawGrid()
 {
-    const GuiRecti rect = GetRect();
     const Color color = WithAlpha(myGetStyle().border, 0x50);
     // Far away, with wider meshes.
-    const int step = m_graph.GetView().percent < kNoTextPercent ? 4 * kGridStep : kGridStep;
+    const int step = m_graph.GetView().percent < kTitlePercent ? 4 * kGridStep : kGridStep;
     const auto first = [step](int value) { return (value / step - 1) * step; };
-    const Vec2<int> low = ToGraph({rect.x, rect.y});
-    const Vec2<int> high = ToGraph({rect.x + rect.w, rect.y + rect.h});
+    const Vec2<int> low = ToGraph({m_seen.x, m_seen.y});
+    const Vec2<int> high = ToGraph(m_seen.BR());
     for (int x = first(low.x); x <= high.x; x += step)
-        myGetDraw().FillRect({ToScreen({x, 0}).x, rect.y, 1, rect.h}, color);
+        myGetDraw().FillRect({ToScreen({x, 0}).x, m_seen.y, 1, m_seen.h}, color);
     for (int y = first(low.y); y <= high.y; y += step)
-        myGetDraw().FillRect({rect.x, ToScreen({0, y}).y, rect.w, 1}, color);
+        myGetDraw().FillRect({m_seen.x, ToScreen({0, y}).y, m_seen.w, 1}, color);
 }
 
 void GuiNodeWidget::i_DrawLinks()
@@ -111,7 +122,6 @@ void GuiNodeWidget::i_DrawLinks()
 // From left to right. False when nothing of it can be seen.
 bool GuiNodeWidget::i_DrawCurve(Vec2<int> from, Vec2<int> to, Color color)
 {
-    const GuiRecti rect = GetRect();
     const float zoom = i_GetZoom();
     const auto distance = static_cast<float>(to.x - from.x);
     const auto drop = static_cast<float>(to.y - from.y);
@@ -119,7 +129,7 @@ bool GuiNodeWidget::i_DrawCurve(Vec2<int> from, Vec2<int> to, Color color)
     GuiRecti reach = Around(from, to, 2);
     reach.x -= static_cast<int>(handle);
     reach.w += 2 * static_cast<int>(handle);
-    if (!Overlap(rect, reach))
+    if (!Overlap(m_seen, reach))
         return false;
     const int segments =
         std::clamp(static_cast<int>((std::abs(distance) + std::abs(drop)) / kSegment), 6, kMostSegments);
@@ -132,7 +142,7 @@ bool GuiNodeWidget::i_DrawCurve(Vec2<int> from, Vec2<int> to, Color color)
         const float x = 3.0F * u * t * (u * handle + t * (distance - handle)) + t * t * t * distance;
         const float y = (3.0F * u * t * t + t * t * t) * drop;
         const Vec2<int> next{from.x + static_cast<int>(std::lround(x)), from.y + static_cast<int>(std::lround(y))};
-        if (Overlap(rect, Around(last, next, 2)))
+        if (Overlap(m_seen, Around(last, next, 2)))
             myGetDraw().Line(last, next, color, width);
         last = next;
     }
@@ -153,7 +163,7 @@ void GuiNodeWidget::i_DrawNode(const GuiNode& node)
     draw.FillRect({rect.x, rect.y + titleHeight / 2, rect.w, titleHeight - titleHeight / 2}, titleColor);
     const bool isHot = m_hot.part == GuiNodeHit::Part::Body && m_hot.node == node.id && m_action == Action::None;
     draw.FrameRoundRect(rect, style.radius, node.isSelected || isHot ? style.accent : style.border);
-    if (m_graph.GetView().percent >= kNoTextPercent)
+    if (m_graph.GetView().percent >= kTitlePercent)
     {
         const int font = i_GetTextFont();
         draw.Text(rect.x + inset, rect.y + (titleHeight - draw.GetLineHeight(font)) / 2,
@@ -167,24 +177,27 @@ void GuiNodeWidget::i_DrawNode(const GuiNode& node)
 void GuiNodeWidget::i_DrawPins(const GuiNode& node, bool areInputs)
 {
     const GuiStyleData& style = myGetStyle();
-    const GuiRecti rect = GetRect();
     Draw& draw = myGetDraw();
     const int font = i_GetTextFont();
     const int lineHeight = draw.GetLineHeight(font);
     const int inset = static_cast<int>(kNameInset * i_GetZoom());
     const int fullWidth = i_ToScreenRect(node.rect).w - 2 * inset;
-    const int room = node.inputs.empty() || node.outputs.empty() ? fullWidth : fullWidth / 2;
     const std::vector<std::string>& names = areInputs ? node.inputs : node.outputs;
+    const std::vector<std::string>& others = areInputs ? node.outputs : node.inputs;
     for (int i = 0; static_cast<std::size_t>(i) < names.size(); ++i)
     {
+        const auto index = static_cast<std::size_t>(i);
         const Vec2<int> place = ToScreen(areInputs ? m_graph.GetInputPlace(node, i) : m_graph.GetOutputPlace(node, i));
-        if (place.y + lineHeight < rect.y || place.y - lineHeight > rect.y + rect.h)
+        if (place.y + lineHeight < m_seen.y || place.y - lineHeight > m_seen.y + m_seen.h)
             continue;
         const auto part = areInputs ? GuiNodeHit::Part::Input : GuiNodeHit::Part::Output;
         i_DrawPin(place, {part, node.id, i}, areInputs && m_graph.GetLinkTo(node.id, i).from != 0);
-        if (m_graph.GetView().percent < kNoTextPercent)
+        if (m_graph.GetView().percent < kNamePercent)
             continue;
-        const std::string_view name = Shorten(draw, names[static_cast<std::size_t>(i)], room, font, m_shortened);
+        // What the one on the other side leaves over, but half of it at least.
+        const int other = index < others.size() ? draw.GetTextWidth(others[index], font) + inset / 2 : 0;
+        const int room = std::max(fullWidth - other, fullWidth / 2);
+        const std::string_view name = Shorten(draw, names[index], room, font, m_shortened);
         const int x = areInputs ? place.x + inset : place.x - inset - draw.GetTextWidth(name, font);
         draw.Text(x, place.y - lineHeight / 2, name, IsLocked() ? style.textDisabled : style.text, font);
     }

@@ -39,6 +39,12 @@ bool StartsNumber(std::string_view text)
     }
     return text.empty();
 }
+
+std::string_view Trim(std::string_view text, std::string_view blanks)
+{
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
 } // namespace
 
 GuiTextEdit::GuiTextEdit(GuiContext& context, GuiStyle style, const GuiRecti& rect, GuiSizePolicy sizePolicy,
@@ -72,9 +78,15 @@ void GuiTextEdit::SetMaxLength(std::size_t length)
 void GuiTextEdit::SetFlags(unsigned flags)
 {
     m_flags = flags & m_knownFlags;
-    SetTakesTab((m_flags & kTextTabs) != 0 && (m_flags & kTextReadOnly) == 0);
+    i_UpdateTab();
     m_measuredFont = -1;
     Redraw();
+}
+
+// Where Tab is no character it moves the focus.
+void GuiTextEdit::i_UpdateTab()
+{
+    SetTakesTab((m_flags & kTextTabs) != 0 && (m_flags & kTextReadOnly) == 0 && myIsActive());
 }
 
 void GuiTextEdit::Select(std::size_t anchor, std::size_t cursor)
@@ -92,6 +104,7 @@ void GuiTextEdit::InsertText(std::string_view text)
 void GuiTextEdit::SetVisible(bool visible)
 {
     GuiWidget::SetVisible(visible);
+    i_UpdateTab();
     if (!visible)
         myStopDragging();
 }
@@ -99,6 +112,7 @@ void GuiTextEdit::SetVisible(bool visible)
 void GuiTextEdit::SetLocked(bool locked)
 {
     GuiWidget::SetLocked(locked);
+    i_UpdateTab();
     if (locked)
         myStopDragging();
 }
@@ -207,34 +221,38 @@ void GuiTextEdit::OnKeyChar(unsigned character)
 
 void GuiTextEdit::OnKeyPress(unsigned key)
 {
-    if (!myIsActive())
-        return;
-    i_NoticeFocus();
     const unsigned modifiers = GetContext().GetModifiers();
-    if (i_OnMoveKey(key) || i_OnEraseKey(key) || i_OnShortcut(key) || myOnKey(key))
+    i_NoticeFocus();
+    if (myIsActive() && (i_OnMoveKey(key) || i_OnEraseKey(key) || i_OnShortcut(key) || myOnKey(key)))
         return;
     // What types a character follows as one.
     if (key > 0xFF || (modifiers & (kGuiControl | kGuiAlt)) != 0)
         myPassKey(key);
 }
 
+// By a character; by a word with Control, or by all of a password, whose words are no one's business.
+GuiTextBuffer::Move GuiTextEdit::i_FindStep(bool isLeft) const
+{
+    if ((GetContext().GetModifiers() & kGuiControl) == 0)
+        return isLeft ? Move::Left : Move::Right;
+    if ((m_flags & kTextPassword) != 0)
+        return isLeft ? Move::TextStart : Move::TextEnd;
+    return isLeft ? Move::WordLeft : Move::WordRight;
+}
+
 bool GuiTextEdit::i_OnMoveKey(unsigned key)
 {
     const unsigned modifiers = GetContext().GetModifiers();
     const bool isControl = (modifiers & kGuiControl) != 0;
-    // The words of a password are no one's business.
-    const bool isSecret = (m_flags & kTextPassword) != 0;
     Move move{};
-    if (key == kGuiKeyLeft)
-        move = !isControl ? Move::Left : isSecret ? Move::TextStart : Move::WordLeft;
-    else if (key == kGuiKeyRight)
-        move = !isControl ? Move::Right : isSecret ? Move::TextEnd : Move::WordRight;
-    else if (key == kGuiKeyHome)
-        move = isControl ? Move::TextStart : Move::LineStart;
-    else if (key == kGuiKeyEnd)
-        move = isControl ? Move::TextEnd : Move::LineEnd;
-    else
-        return false;
+    switch (key)
+    {
+    case kGuiKeyLeft:
+    case kGuiKeyRight: move = i_FindStep(key == kGuiKeyLeft); break;
+    case kGuiKeyHome: move = isControl ? Move::TextStart : Move::LineStart; break;
+    case kGuiKeyEnd: move = isControl ? Move::TextEnd : Move::LineEnd; break;
+    default: return false;
+    }
     m_buffer.MoveCursor(move, (modifiers & kGuiShift) != 0);
     i_ShowCursor();
     return true;
@@ -242,23 +260,12 @@ bool GuiTextEdit::i_OnMoveKey(unsigned key)
 
 bool GuiTextEdit::i_OnEraseKey(unsigned key)
 {
-    const unsigned modifiers = GetContext().GetModifiers();
-    const bool isControl = (modifiers & kGuiControl) != 0;
-    const bool isSecret = (m_flags & kTextPassword) != 0;
-    if (key == kGuiKeyDelete && (modifiers & kGuiShift) != 0)
-    {
-        i_Copy(true);
-        return true;
-    }
-    Move move{};
-    if (key == kGuiKeyBackspace)
-        move = !isControl ? Move::Left : isSecret ? Move::TextStart : Move::WordLeft;
-    else if (key == kGuiKeyDelete)
-        move = !isControl ? Move::Right : isSecret ? Move::TextEnd : Move::WordRight;
-    else
+    if (key != kGuiKeyBackspace && key != kGuiKeyDelete)
         return false;
-    if ((m_flags & kTextReadOnly) == 0)
-        i_Apply(m_buffer.Erase(move));
+    if (key == kGuiKeyDelete && (GetContext().GetModifiers() & kGuiShift) != 0)
+        i_Copy(true);
+    else if ((m_flags & kTextReadOnly) == 0)
+        i_Apply(m_buffer.Erase(i_FindStep(key == kGuiKeyBackspace)));
     return true;
 }
 
@@ -309,7 +316,13 @@ void GuiTextEdit::i_Paste()
 {
     if ((m_flags & kTextReadOnly) != 0)
         return;
-    const std::string text = GetContext().GetClipboard();
+    const std::string clipboard = GetContext().GetClipboard();
+    std::string_view text = clipboard;
+    // A line is often copied with its end, and a number with blanks.
+    if (!m_hasLines)
+        text = Trim(text, "\r\n");
+    if (!myAccepts(text))
+        text = Trim(text, " \t\r\n");
     if (!text.empty() && myAccepts(text))
         i_Apply(m_buffer.Insert(text));
 }

@@ -112,6 +112,8 @@ private:
     };
 
     Vec2<int> i_LimitScroll(Vec2<int> scroll) const;
+    void i_UpdateTab();
+    GuiTextBuffer::Move i_FindStep(bool isLeft) const;
     bool i_OnMoveKey(unsigned key);
     bool i_OnEraseKey(unsigned key);
     bool i_OnShortcut(unsigned key);
