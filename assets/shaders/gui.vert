@@ -9,12 +9,15 @@ uniform vec4 scale; // pixels to clip space: factors, then what is added
 
 const uint IMAGE = 0u;
 const uint GRADIENT = 2u;
-const uint CORNERS = 3u;
-const uint FADING = 4u;
+const uint DISC = 3u;
+const uint RING = 4u;
+const uint CORNERS = 5u;
+const uint FADING = 6u;
 
 out vec2 imagePosition;
 out vec4 vertexColor;
-flat out float imageShare; // 0 for plain areas
+flat out uint kind;
+flat out vec4 box;
 
 void main()
 {
@@ -22,16 +25,19 @@ void main()
     uint corner = uint(gl_VertexID) % 4u; // clockwise from the upper left one
     uint right = corner == 1u || corner == 2u ? 2u : 0u;
     uint lower = corner >= 2u ? 3u : 1u;
-    uint kind = words[quad + 9u];
+    kind = words[quad + 9u];
+    uint shape = kind & 255u;
 
     // Where the corner's numbers stand: reading all to choose from them afterwards takes twice the time.
-    uint x = kind >= CORNERS ? corner * 2u : right;
-    uint y = kind >= CORNERS ? corner * 2u + 1u : lower;
+    uint x = shape >= CORNERS ? corner * 2u : right;
+    uint y = shape >= CORNERS ? corner * 2u + 1u : lower;
     vec2 position = uintBitsToFloat(uvec2(words[quad + x], words[quad + y]));
-    imagePosition = kind == IMAGE ? uintBitsToFloat(uvec2(words[quad + 4u + right], words[quad + 4u + lower])) : vec2(0.0);
-    imageShare = kind == IMAGE ? 1.0 : 0.0;
-    vertexColor = unpackUnorm4x8(words[quad + (kind == GRADIENT ? 4u + corner : 8u)]);
-    if (kind == FADING && corner < 2u)
+    imagePosition = shape == IMAGE ? uintBitsToFloat(uvec2(words[quad + 4u + right], words[quad + 4u + lower])) : position;
+    box = vec4(0.0);
+    if (shape == DISC || shape == RING)
+        box = uintBitsToFloat(uvec4(words[quad + 4u], words[quad + 5u], words[quad + 6u], words[quad + 7u]));
+    vertexColor = unpackUnorm4x8(words[quad + (shape == GRADIENT ? 4u + corner : 8u)]);
+    if (shape == FADING && corner < 2u)
         vertexColor.a = 0.0;
     gl_Position = vec4(position * scale.xy + scale.zw, 0.0, 1.0);
 }

@@ -107,7 +107,7 @@ TEST_F(GuiWidgetFile, EveryTypeReadsBackWhatItWrites)
                                   "GWT_FREELAYOUT",
                                   "GWT_LIST_H",
                                   "GWT_LIST_V",
-                                  "GWT_GROUPBOX \"\""};
+                                  "GWT_GROUPBOX \"g\""};
     std::string text = "\tGWT_LIST_V \"list\" 0 0 10 10 NONE CENTER 7 7 0\n";
     for (const std::string& own : fields)
         text += "\t\t" + own + common;

@@ -200,6 +200,8 @@ TEST_F(GuiWidgets, AnybodyMayGoAtAnyTime)
     // While it is ticked: itself, its layout, and in the end everything.
     Probe* tick = AddProbe(*box, "tick", {0, 0, 10, 10});
     AddProbe(*box, "after", {0, 0, 10, 10});
+    tick->SetTicking(true);
+    box->GetChild(1)->SetTicking(true);
     tick->onTick = [tick] { tick->DestroySelf(); };
     m_context->Update(0.01F);
     EXPECT_EQ(box->GetChildCount(), 1U);

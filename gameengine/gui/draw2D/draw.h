@@ -32,6 +32,13 @@ enum FontBank : int
     TFB_COUNT = 12
 };
 
+/// What a drawer drew once, kept to be drawn again without being put together anew. Made by a drawer, for itself.
+class TAMRAGAMEENGINE_API DrawPicture : public NonCopyable
+{
+public:
+    virtual ~DrawPicture() = default;
+};
+
 /// Draws in pixels from the upper left corner of the target. Calls are collected in order, later ones over earlier
 /// ones, and sent to the device by `RenderAll`.
 ///
@@ -76,6 +83,22 @@ public:
     /// Narrows drawing to the rectangle and to what the clip was before; `PopClip` ends that. They may be nested.
     virtual void PushClip(const GuiRecti& rect) = 0;
     virtual void PopClip() = 0;
+
+    /// An empty picture; null when this drawer keeps none, then the other functions for pictures do nothing.
+    virtual std::shared_ptr<DrawPicture> CreatePicture() { return nullptr; }
+    /// What is drawn in between goes into the picture, which is emptied first, and not into the frame; outside of all
+    /// clips. Not nested.
+    virtual void BeginPicture(DrawPicture&) {}
+    virtual void EndPicture() {}
+    /// Marks what is drawn in between as a piece of the picture that can be replaced. Answers its number. Not nested.
+    virtual void BeginPiece() {}
+    virtual int EndPiece() { return -1; }
+    /// What is drawn in between takes the place of a piece, in the clip of then. False when it does not fit: then the
+    /// piece stays as it was, and the picture should be drawn anew. Costs the piece only.
+    virtual void BeginReplace(DrawPicture&, int) {}
+    virtual bool EndReplace() { return false; }
+    /// Puts the picture, as it is in the end, into the frame, over what is there. The frame's clips do not touch it.
+    virtual void AddPicture(const std::shared_ptr<DrawPicture>&) {}
 
     /// From where `Text3D` sees the world: `projection * view` of a camera, and the size of the target in pixels.
     void SetView(const CMatrix& projectionView, int width, int height) noexcept

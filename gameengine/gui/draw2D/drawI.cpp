@@ -1,6 +1,6 @@
 #include "gameengine/gui/draw2D/drawI.h"
 
-#include "gameengine/gui/draw2D/quadListInternal.h"
+#include "gameengine/gui/draw2D/drawFrameInternal.h"
 #include "tamradeps/core/assertion.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/core/tools.h"
@@ -16,12 +16,12 @@ namespace gui
 namespace
 {
 // "textures/roundcorners.png", as scripts/make-roundcorners.py draws it: the upper left corners of discs, and below of
-// rings a pixel wide, of radius 1, 2, 3 ... side by side with a pixel around each.
+// rings a pixel wide, of radius 1, 2, 3 ... side by side with a pixel around each. "shaders/gui.frag" knows the rows.
 constexpr int kCornersWidth = 256;
 constexpr int kCornersHeight = 64;
 constexpr int kMaxRadius = 16;
-constexpr int kDiscRow = 1;
-constexpr int kRingRow = 20;
+// Frames of so many pixels are drawn with their empty middle, larger ones in pieces.
+constexpr std::int64_t kLargestHollow = 8192;
 
 constexpr int GetCornerColumn(int radius)
 {
@@ -30,9 +30,9 @@ constexpr int GetCornerColumn(int radius)
 
 constexpr std::size_t kTextChunk = 1024; // characters
 
-void SetImage(Quad& quad, float left, float top, float right, float bottom, const GuiRectf& uvs, Color color)
+Quad MakeImage(float left, float top, float right, float bottom, const GuiRectf& uvs, Color color)
 {
-    quad = {{left, top, right, bottom}, {uvs.x, uvs.y, uvs.x + uvs.w, uvs.y + uvs.h}, color, QuadKind::Image};
+    return {{left, top, right, bottom}, {uvs.x, uvs.y, uvs.x + uvs.w, uvs.y + uvs.h}, color, QuadKind::Image};
 }
 
 // Images measure their texture from the upper edge, OpenGL from the lower one.
@@ -66,19 +66,6 @@ ClipBox Intersect(const ClipBox& clip, const GuiRecti& rect)
 }
 } // namespace
 
-struct DrawI::Frame
-{
-    CQuadList quads;
-    std::vector<ClipBox> clips{ClipBox{}}; // the first is that of nobody
-    RefPtr<CQuadBuffer> buffer;
-
-    const ClipBox& GetClip() const { return clips.back(); }
-    bool IsHidden(const Edges& edges) const
-    {
-        return GetClip().IsEmpty() || GetClip().IsApart(edges.left, edges.top, edges.right, edges.bottom);
-    }
-};
-
 std::unique_ptr<Draw> Draw::Create(renderer::CRenderer& renderer)
 {
     return std::make_unique<DrawI>(renderer);
@@ -106,13 +93,34 @@ void DrawI::i_LoadDevice()
     m_frame->buffer = CQuadBuffer::Create(m_renderer);
 }
 
-void DrawI::i_Fill(float left, float top, float right, float bottom, Color color)
+// Cut at the clip, so that it needs none.
+void DrawI::i_Upright(const Quad& quad)
 {
     const ClipBox& clip = m_frame->GetClip();
-    if (clip.IsEmpty() || clip.IsApart(left, top, right, bottom))
+    const auto [left, top, right, bottom] = quad.first;
+    const bool isWhole = clip.Holds(left, top, right, bottom);
+    if (!isWhole && (clip.IsEmpty() || clip.IsApart(left, top, right, bottom)))
         return;
-    *m_frame->quads.BeginPlain(clip, 1) = {{left, top, right, bottom}, {}, color, QuadKind::Plain};
-    m_frame->quads.Commit(1);
+    Quad* const place = m_frame->list->BeginPlain({}, 1);
+    *place = quad;
+    if (isWhole || CutQuad(clip, *place))
+        m_frame->list->Commit(1);
+}
+
+void DrawI::i_Image(const RefPtr<renderer::CTexture>& texture, Quad quad)
+{
+    const ClipBox& clip = m_frame->GetClip();
+    const auto& [left, top, right, bottom] = quad.first;
+    if (clip.IsEmpty() || clip.IsApart(left, top, right, bottom) ||
+        (!clip.Holds(left, top, right, bottom) && !CutQuad(clip, quad)))
+        return;
+    *m_frame->list->BeginTextured(texture, {}, 1) = quad;
+    m_frame->list->Commit(1);
+}
+
+void DrawI::i_Fill(float left, float top, float right, float bottom, Color color)
+{
+    i_Upright({{left, top, right, bottom}, {}, color, QuadKind::Plain});
 }
 
 void DrawI::FillRect(const GuiRecti& rect, Color color)
@@ -138,24 +146,26 @@ void DrawI::FrameRect(const GuiRecti& rect, Color color, int width)
 void DrawI::Gradient(const GuiRecti& rect, Color upperLeft, Color upperRight, Color lowerRight, Color lowerLeft)
 {
     const Edges e(rect);
-    if (m_frame->IsHidden(e))
+    const ClipBox clip = m_frame->GetClipFor(e.left, e.top, e.right, e.bottom);
+    if (clip.IsEmpty() || clip.IsApart(e.left, e.top, e.right, e.bottom))
         return;
     const auto bits = [](Color color) { return std::bit_cast<float>(color); };
-    *m_frame->quads.BeginPlain(m_frame->GetClip(),
-                               1) = {{e.left, e.top, e.right, e.bottom},
-                                     {bits(upperLeft), bits(upperRight), bits(lowerRight), bits(lowerLeft)},
-                                     0,
-                                     QuadKind::Gradient};
-    m_frame->quads.Commit(1);
+    *m_frame->list->BeginPlain(clip, 1) = {{e.left, e.top, e.right, e.bottom},
+                                           {bits(upperLeft), bits(upperRight), bits(lowerRight), bits(lowerLeft)},
+                                           0,
+                                           QuadKind::Gradient};
+    m_frame->list->Commit(1);
 }
 
 void DrawI::FillTriangle(Vec2<float> a, Vec2<float> b, Vec2<float> c, Color color)
 {
-    if (m_frame->GetClip().IsEmpty())
+    const auto [left, right] = std::minmax({a.x, b.x, c.x});
+    const auto [top, bottom] = std::minmax({a.y, b.y, c.y});
+    const ClipBox clip = m_frame->GetClipFor(left, top, right, bottom);
+    if (clip.IsEmpty())
         return;
-    *m_frame->quads.BeginPlain(m_frame->GetClip(),
-                               1) = {{a.x, a.y, b.x, b.y}, {c.x, c.y, c.x, c.y}, color, QuadKind::Corners};
-    m_frame->quads.Commit(1);
+    *m_frame->list->BeginPlain(clip, 1) = {{a.x, a.y, b.x, b.y}, {c.x, c.y, c.x, c.y}, color, QuadKind::Corners};
+    m_frame->list->Commit(1);
 }
 
 void DrawI::Line(Vec2<int> from, Vec2<int> to, Color color, float width)
@@ -177,7 +187,10 @@ void DrawI::Line(Vec2<int> from, Vec2<int> to, Color color, float width)
 // The edges fade out over a pixel.
 void DrawI::i_SlantedLine(Vec2<float> from, Vec2<float> to, Color color, float width)
 {
-    if (m_frame->GetClip().IsEmpty())
+    const float reach = width + 1.0F;
+    const ClipBox clip = m_frame->GetClipFor(std::min(from.x, to.x) - reach, std::min(from.y, to.y) - reach,
+                                             std::max(from.x, to.x) + reach, std::max(from.y, to.y) + reach);
+    if (clip.IsEmpty())
         return;
     const float length = std::hypot(to.x - from.x, to.y - from.y);
     const Vec2<float> along{(to.x - from.x) / length, (to.y - from.y) / length};
@@ -194,11 +207,11 @@ void DrawI::i_SlantedLine(Vec2<float> from, Vec2<float> to, Color color, float w
                     color,
                     kind};
     };
-    Quad* const quads = m_frame->quads.BeginPlain(m_frame->GetClip(), 3);
+    Quad* const quads = m_frame->list->BeginPlain(clip, 3);
     quads[0] = band(-outer, -inner, QuadKind::Fading);
     quads[1] = band(outer, inner, QuadKind::Fading);
     quads[2] = band(-inner, inner, QuadKind::Corners);
-    m_frame->quads.Commit(inner > 0.0F ? 3 : 2);
+    m_frame->list->Commit(inner > 0.0F ? 3 : 2);
 }
 
 bool DrawI::i_CanRound(const GuiRecti& rect, int& radius) const
@@ -207,46 +220,35 @@ bool DrawI::i_CanRound(const GuiRecti& rect, int& radius) const
     return radius > 0 && m_corners.IsValid();
 }
 
-void DrawI::i_RoundCorners(const GuiRecti& rect, int radius, int tileRow, Color color)
+void DrawI::i_Round(const GuiRecti& part, const GuiRecti& rect, int radius, QuadKind kind, Color color)
 {
+    const Edges p(part);
     const Edges e(rect);
-    const GuiRectf uvs = FlipUVs(
-        {static_cast<float>(GetCornerColumn(radius)) / kCornersWidth, static_cast<float>(tileRow) / kCornersHeight,
-         static_cast<float>(radius) / kCornersWidth, static_cast<float>(radius) / kCornersHeight});
-    const GuiRectf rightUvs{uvs.x + uvs.w, uvs.y, -uvs.w, uvs.h};
-    const auto mirror = [](const GuiRectf& r) { return GuiRectf(r.x, r.y + r.h, r.w, -r.h); };
-    const auto r = static_cast<float>(radius);
-    Quad* const quads = m_frame->quads.BeginTextured(m_corners.GetTexture(), m_frame->GetClip(), 4);
-    SetImage(quads[0], e.left, e.top, e.left + r, e.top + r, uvs, color);
-    SetImage(quads[1], e.right - r, e.top, e.right, e.top + r, rightUvs, color);
-    SetImage(quads[2], e.left, e.bottom - r, e.left + r, e.bottom, mirror(uvs), color);
-    SetImage(quads[3], e.right - r, e.bottom - r, e.right, e.bottom, mirror(rightUvs), color);
-    m_frame->quads.Commit(4);
+    const auto packed = static_cast<std::uint32_t>(kind) | static_cast<std::uint32_t>(GetCornerColumn(radius)) << 8 |
+                        static_cast<std::uint32_t>(radius) << 16;
+    i_Upright(
+        {{p.left, p.top, p.right, p.bottom}, {e.left, e.top, e.right, e.bottom}, color, static_cast<QuadKind>(packed)});
 }
 
 void DrawI::FillRoundRect(const GuiRecti& rect, int radius, Color color)
 {
-    const Edges e(rect);
     if (!i_CanRound(rect, radius))
         return FillRect(rect, color);
-    if (m_frame->IsHidden(e))
-        return;
-    const auto r = static_cast<float>(radius);
-    i_RoundCorners(rect, radius, kDiscRow, color);
-    i_Fill(e.left + r, e.top, e.right - r, e.top + r, color);
-    i_Fill(e.left, e.top + r, e.right, e.bottom - r, color);
-    i_Fill(e.left + r, e.bottom - r, e.right - r, e.bottom, color);
+    i_Round(rect, rect, radius, QuadKind::Disc, color);
 }
 
 void DrawI::FrameRoundRect(const GuiRecti& rect, int radius, Color color)
 {
-    const Edges e(rect);
     if (!i_CanRound(rect, radius))
         return FrameRect(rect, color, 1);
-    if (m_frame->IsHidden(e))
-        return;
+    if (static_cast<std::int64_t>(rect.w) * rect.h <= kLargestHollow)
+        return i_Round(rect, rect, radius, QuadKind::Ring, color);
+    const int right = rect.x + rect.w - radius;
+    const int lower = rect.y + rect.h - radius;
+    for (const auto& [x, y] : {Vec2<int>(rect.x, rect.y), {right, rect.y}, {rect.x, lower}, {right, lower}})
+        i_Round({x, y, radius, radius}, rect, radius, QuadKind::Ring, color);
+    const Edges e(rect);
     const auto r = static_cast<float>(radius);
-    i_RoundCorners(rect, radius, kRingRow, color);
     i_Fill(e.left + r, e.top, e.right - r, e.top + 1.0F, color);
     i_Fill(e.left, e.top + r, e.left + 1.0F, e.bottom - r, color);
     i_Fill(e.right - 1.0F, e.top + r, e.right, e.bottom - r, color);
@@ -256,17 +258,14 @@ void DrawI::FrameRoundRect(const GuiRecti& rect, int radius, Color color)
 void DrawI::DrawImage(const Image& image, const GuiRecti& rect, Color tint)
 {
     const Edges e(rect);
-    if (!image.IsValid() || m_frame->IsHidden(e))
-        return;
-    Quad* const quad = m_frame->quads.BeginTextured(image.GetTexture(), m_frame->GetClip(), 1);
-    SetImage(*quad, e.left, e.top, e.right, e.bottom, FlipUVs(image.GetUVs()), tint);
-    m_frame->quads.Commit(1);
+    if (image.IsValid())
+        i_Image(image.GetTexture(), MakeImage(e.left, e.top, e.right, e.bottom, FlipUVs(image.GetUVs()), tint));
 }
 
 void DrawI::DrawNinePatch(const Image& image, const GuiRecti& rect, const Vec4<int>& border, Color tint)
 {
     const Edges e(rect);
-    if (!image.IsValid() || m_frame->IsHidden(e))
+    if (!image.IsValid())
         return;
     // Where columns or rows meet: on the screen, and in the texture.
     const auto divide = [](float begin, float end, int first, int last, int imageSize, float uv, float uvSize,
@@ -288,14 +287,13 @@ void DrawI::DrawNinePatch(const Image& image, const GuiRecti& rect, const Vec4<i
     const GuiRectf uvs = FlipUVs(image.GetUVs());
     divide(e.left, e.right, border.x, border.z, image.GetW(), uvs.x, uvs.w, x, u);
     divide(e.top, e.bottom, border.y, border.w, image.GetH(), uvs.y, uvs.h, y, v);
-    Quad* quad = m_frame->quads.BeginTextured(image.GetTexture(), m_frame->GetClip(), 9);
     for (int row = 0; row < 3; ++row)
     {
-        for (int column = 0; column < 3; ++column, ++quad)
-            SetImage(*quad, x[column], y[row], x[column + 1], y[row + 1],
-                     GuiRectf(u[column], v[row], u[column + 1] - u[column], v[row + 1] - v[row]), tint);
+        for (int column = 0; column < 3; ++column)
+            i_Image(image.GetTexture(),
+                    MakeImage(x[column], y[row], x[column + 1], y[row + 1],
+                              GuiRectf(u[column], v[row], u[column + 1] - u[column], v[row + 1] - v[row]), tint));
     }
-    m_frame->quads.Commit(9);
 }
 
 void DrawI::Text(int x, int y, std::string_view text, Color color, int font)
@@ -311,11 +309,16 @@ void DrawI::Text(int x, int y, std::string_view text, Color color, int font)
     float pen = static_cast<float>(x);
     const float firstPen = static_cast<float>(clip.left) - reach.BR().x; // from here on something can be seen
     const float endPen = right - reach.x;
+    // Characters that reach over an edge of the clip are cut.
+    const float firstWhole = static_cast<float>(clip.left) - reach.x;
+    const float endWhole = right - reach.BR().x;
+    const bool areRowsWhole =
+        top + reach.y >= static_cast<float>(clip.top) && top + reach.BR().y <= static_cast<float>(clip.bottom);
     while (!text.empty() && pen < endPen)
     {
         const std::string_view chunk = text.substr(0, kTextChunk);
         text.remove_prefix(chunk.size());
-        Quad* const quads = m_frame->quads.BeginTextured(face.GetBody().texture, clip, chunk.size());
+        Quad* const quads = m_frame->list->BeginTextured(face.GetBody().texture, {}, chunk.size());
         Quad* quad = quads;
         for (const char character : chunk)
         {
@@ -328,11 +331,12 @@ void DrawI::Text(int x, int y, std::string_view text, Color color, int font)
                          {cell.left, cell.top, cell.right, cell.bottom},
                          color,
                          QuadKind::Image};
-                ++quad;
+                const bool isWhole = areRowsWhole && pen >= firstWhole && pen <= endWhole;
+                quad += isWhole || CutQuad(clip, *quad) ? 1 : 0;
             }
             pen += static_cast<float>(cell.advance);
         }
-        m_frame->quads.Commit(static_cast<std::size_t>(quad - quads));
+        m_frame->list->Commit(static_cast<std::size_t>(quad - quads));
     }
 }
 
@@ -369,9 +373,10 @@ void DrawI::PopClip()
 void DrawI::RenderAll(int width, int height)
 {
     m_statistics = {};
-    if (m_renderer.HasDevice() && width > 0 && height > 0 && !m_frame->quads.GetQuads().empty())
+    if (m_renderer.HasDevice() && width > 0 && height > 0 && !m_frame->quads.GetBatches().empty())
         i_Send(width, height);
     m_frame->quads.Clear();
+    m_frame->pictures.clear();
     m_frame->clips.resize(1);
 }
 
@@ -383,29 +388,38 @@ void DrawI::i_LogFault(const std::string& fault)
     m_isFaultLogged = true;
 }
 
-void DrawI::i_Send(int width, int height)
+bool DrawI::i_BindPasses(int width, int height, int (&passes)[2])
 {
-    const int passes[2] = {m_material ? m_material->GetPass("GUI_COLOR") : -1,
-                           m_material ? m_material->GetPass("GUI_TEXTURE") : -1};
+    passes[0] = m_material ? m_material->GetPass("GUI_COLOR") : -1;
+    passes[1] = m_material ? m_material->GetPass("GUI_TEXTURE") : -1;
     if (!m_material || !m_material->HasPass(passes[0]) || !m_material->HasPass(passes[1]))
-        return i_LogFault("\"materials/gui_default.lua\" lacks GUI_COLOR or GUI_TEXTURE");
-    if (!m_frame->buffer || !m_frame->buffer->Upload(m_frame->quads.GetQuads()))
-        return i_LogFault("there is no room for " + std::to_string(m_frame->quads.GetQuads().size()) + " quads");
+    {
+        i_LogFault("\"materials/gui_default.lua\" lacks GUI_COLOR or GUI_TEXTURE");
+        return false;
+    }
     const float scale[4] = {2.0F / static_cast<float>(width), -2.0F / static_cast<float>(height), -1.0F, 1.0F};
     for (const int pass : passes)
         m_material->GetProgram(pass)->SetVector4("scale", scale);
+    return true;
+}
 
+void DrawI::i_Send(int width, int height)
+{
+    int passes[2];
+    if (!i_BindPasses(width, height, passes))
+        return;
     const renderer::CPreservedState guard(m_renderer.GetState());
-    m_frame->buffer->Bind();
+    if (m_corners.IsValid())
+        m_corners.GetTexture()->Bind(1);
     int boundPass = -1;
-    for (const CQuadList::Batch& batch : m_frame->quads.GetBatches())
+    const auto sendBatch = [&](const CQuadBuffer& buffer, const CQuadList::Batch& batch)
     {
         const int left = std::clamp(batch.clip.left, 0, width);
         const int top = std::clamp(batch.clip.top, 0, height);
         const int right = std::clamp(batch.clip.right, left, width);
         const int bottom = std::clamp(batch.clip.bottom, top, height);
         if (batch.count == 0 || left == right || top == bottom || (batch.texture && !batch.texture->IsAlive()))
-            continue;
+            return;
         const int pass = passes[batch.texture ? 1 : 0];
         if (pass != boundPass && !m_material->Bind(pass))
             return;
@@ -413,9 +427,32 @@ void DrawI::i_Send(int width, int height)
         if (batch.texture)
             batch.texture->Bind(0);
         m_renderer.GetState().SetScissorBox(left, height - bottom, right - left, bottom - top);
-        m_frame->buffer->Draw(batch.first, batch.count);
+        buffer.Draw(batch.first, batch.count);
         ++m_statistics.drawCalls;
         m_statistics.quads += batch.count;
+    };
+    const auto sendBatches = [&](const CQuadBuffer& buffer, std::span<const CQuadList::Batch> batches)
+    {
+        buffer.Bind();
+        for (const CQuadList::Batch& batch : batches)
+            sendBatch(buffer, batch);
+    };
+
+    Frame& frame = *m_frame;
+    const std::span<const CQuadList::Batch> batches = frame.quads.GetBatches();
+    if (!frame.buffer || !frame.buffer->Upload(frame.quads.GetQuads()))
+        return i_LogFault("there is no room for " + std::to_string(frame.quads.GetQuads().size()) + " quads");
+    std::size_t first = 0;
+    for (const auto& [place, picture] : frame.pictures)
+    {
+        sendBatches(*frame.buffer, batches.subspan(first, place - first));
+        first = place;
+        if (picture->Upload(m_renderer))
+            sendBatches(*picture->buffer, picture->quads.GetBatches());
+        else
+            i_LogFault("there is no room for a picture of " + std::to_string(picture->quads.GetQuads().size()) +
+                       " quads");
     }
+    sendBatches(*frame.buffer, batches.subspan(first));
 }
 } // namespace gui

@@ -13,8 +13,12 @@ class CProgrammableMaterial;
 
 namespace gui
 {
-/// The drawer on OpenGL: one buffer a frame, one draw call for each change of texture, pass or clip. The pass for
-/// textures draws plain areas too, so that those between texts are no change.
+struct Quad;
+enum class QuadKind : std::uint32_t;
+
+/// The drawer on OpenGL: one buffer a frame and one for each picture, one draw call for each change of texture, pass or
+/// clip. The pass for textures draws plain areas and round corners too, so that those between texts are no change; nor
+/// are clips, for upright areas are cut by the drawer itself.
 class TAMRAGAMEENGINE_API DrawI final : public Draw
 {
 public:
@@ -46,6 +50,15 @@ public:
     void PushClip(const GuiRecti& rect) override;
     void PopClip() override;
 
+    std::shared_ptr<DrawPicture> CreatePicture() override;
+    void BeginPicture(DrawPicture& picture) override;
+    void EndPicture() override;
+    void BeginPiece() override;
+    int EndPiece() override;
+    void BeginReplace(DrawPicture& picture, int piece) override;
+    bool EndReplace() override;
+    void AddPicture(const std::shared_ptr<DrawPicture>& picture) override;
+
     void RenderAll(int width, int height) override;
 
     FontTable& GetFonts() noexcept { return m_fonts; }
@@ -64,8 +77,11 @@ private:
     void i_LoadDevice();
     void i_Fill(float left, float top, float right, float bottom, Color color);
     void i_SlantedLine(Vec2<float> from, Vec2<float> to, Color color, float width);
-    void i_RoundCorners(const GuiRecti& rect, int radius, int tileRow, Color color);
+    void i_Round(const GuiRecti& part, const GuiRecti& rect, int radius, QuadKind kind, Color color);
     bool i_CanRound(const GuiRecti& rect, int& radius) const;
+    void i_Upright(const Quad& quad);
+    void i_Image(const RefPtr<renderer::CTexture>& texture, Quad quad);
+    bool i_BindPasses(int width, int height, int (&passes)[2]);
     void i_Send(int width, int height);
     void i_LogFault(const std::string& fault);
 

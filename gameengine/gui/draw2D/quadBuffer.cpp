@@ -62,6 +62,11 @@ bool CQuadBuffer::Upload(std::span<const Quad> quads)
     return m_quads->WriteRecords(quads);
 }
 
+bool CQuadBuffer::UploadPart(std::span<const Quad> quads, std::size_t first)
+{
+    return IsAlive() && m_quads->WriteRecords(quads, first);
+}
+
 void CQuadBuffer::Bind() const
 {
     renderer::CRenderer* renderer = i_GetRenderer();

@@ -15,6 +15,9 @@ enum class QuadKind : std::uint32_t
     Image,    ///< `first` is a rectangle of pixels, `second` that of the texture: left, top, right, bottom.
     Plain,    ///< `first` is a rectangle, filled with the colour.
     Gradient, ///< `first` is a rectangle, `second` the bits of four colours, clockwise from the upper left corner.
+    Disc,     ///< `first` is a part of the round rectangle `second`. Bits 8 to 15 have the column of its corner in the
+              ///< texture of round corners, 16 to 23 the radius.
+    Ring,     ///< The same, a pixel wide.
     Corners,  ///< `first` and `second` are four points around an area, filled with the colour.
     Fading,   ///< The same, clear at the first two points.
 };
@@ -43,6 +46,8 @@ public:
     /// Replaces all of them. The device may still be drawing those of the last frame: it keeps its own copy. False when
     /// there are too many or too little memory.
     bool Upload(std::span<const Quad> quads);
+    /// Replaces some of those that are there. False when there are fewer.
+    bool UploadPart(std::span<const Quad> quads, std::size_t first);
     /// Makes draws read from here, until somebody else uses the vertex array or the storage.
     void Bind() const;
     /// Draws a range with the program in use.

@@ -26,11 +26,20 @@ struct ClipBox
         return !(aRight > static_cast<float>(left) && aLeft < static_cast<float>(right) &&
                  aBottom > static_cast<float>(top) && aTop < static_cast<float>(bottom));
     }
+    /// Whether the clip cuts nothing off the area.
+    bool Holds(float aLeft, float aTop, float aRight, float aBottom) const noexcept
+    {
+        return aLeft >= static_cast<float>(left) && aRight <= static_cast<float>(right) &&
+               aTop >= static_cast<float>(top) && aBottom <= static_cast<float>(bottom);
+    }
     friend bool operator==(const ClipBox&, const ClipBox&) = default;
 };
 
+/// Cuts an upright quad at the edges of the clip. False when nothing is left of it.
+bool CutQuad(const ClipBox& clip, Quad& quad) noexcept;
+
 /// The quads of a frame in the order in which they are drawn, cut into batches where texture or clip change. Plain
-/// quads join whatever batch is there.
+/// quads join whatever batch is there. Upright ones are cut before they come here and need no clip.
 class CQuadList
 {
 public:
@@ -61,6 +70,13 @@ public:
         m_count += count;
         m_batches.back().count += count;
     }
+
+    /// Starts a batch like another one.
+    void Seed(const Batch& batch) { m_batches.push_back({batch.texture, batch.clip, m_count, 0}); }
+    /// Quads without an area, in the last batch.
+    void AppendEmpty(std::size_t count);
+    /// Replaces quads from `first` on, and those behind up to `room` by quads without an area.
+    void Overwrite(std::size_t first, std::span<const Quad> quads, std::size_t room) noexcept;
 
     void Clear() noexcept
     {

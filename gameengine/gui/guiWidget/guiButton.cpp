@@ -1,5 +1,6 @@
 #include "gameengine/gui/guiWidget/guiButton.h"
 
+#include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
 
@@ -9,9 +10,6 @@ namespace gui
 {
 namespace
 {
-constexpr unsigned kLeft = 1;
-constexpr unsigned kKeySpace = 32;
-constexpr unsigned kKeyEnter = 257;
 constexpr int kMarkSize = 14;
 
 GuiRecti GetMarkRect(const GuiRecti& rect)
@@ -20,9 +18,26 @@ GuiRecti GetMarkRect(const GuiRecti& rect)
 }
 } // namespace
 
+GuiClickable::GuiClickable(GuiContext& context, GuiStyle style, const GuiRecti& rect, GuiSizePolicy sizePolicy)
+    : GuiWidget(context, style, rect, sizePolicy)
+{
+    SetFocusable(true);
+    myKeepPicture();
+}
+
+void GuiClickable::SetText(std::string_view text)
+{
+    if (m_text == text)
+        return;
+    m_text = text;
+    Redraw();
+}
+
 void GuiClickable::OnKeyPress(unsigned key)
 {
-    if ((key != kKeySpace && key != kKeyEnter) || !IsVisible() || IsLocked())
+    if (key != kGuiKeySpace && key != kGuiKeyEnter)
+        return myPassKey(key);
+    if (!IsVisible() || IsLocked() || GetContext().IsKeyRepeated())
         return;
     myOnPressed();
     myOnReleased(true);
@@ -30,19 +45,23 @@ void GuiClickable::OnKeyPress(unsigned key)
 
 void GuiClickable::OnMouseClick(unsigned button)
 {
-    if (button != kLeft || !myIsHoverWidget() || !IsVisible() || IsLocked())
+    if (button != kGuiMouseLeft)
+        return myPassClick(button);
+    if (!myIsHoverWidget() || !IsVisible() || IsLocked())
         return;
     myGrabInput();
     myGrabFocus();
     m_isPressed = true;
+    Redraw();
     myOnPressed();
 }
 
 void GuiClickable::OnMouseRelease(unsigned button)
 {
-    if (button != kLeft || !m_isPressed)
+    if (button != kGuiMouseLeft || !m_isPressed)
         return;
     m_isPressed = false;
+    Redraw();
     myReleaseInput();
     const Vec2<int> mouse = myGetMousePos();
     myOnReleased(GuiWidget::GetHoverWidget(mouse.x, mouse.y) == this);
@@ -110,11 +129,17 @@ void GuiButton::myLoad(GuiStream& stream)
         SetText(text);
 }
 
+void GuiCheckBox::SetChecked(bool checked)
+{
+    m_isChecked = checked;
+    Redraw();
+}
+
 void GuiCheckBox::myOnReleased(bool isInside)
 {
     if (!isInside)
         return;
-    m_isChecked = !m_isChecked;
+    SetChecked(!m_isChecked);
     GuiEvent event{GET_CHECKBOX_CHANGED};
     event.SetInt(0, m_isChecked ? 1 : 0);
     myEmitEvent(GetId(), event);
@@ -148,24 +173,58 @@ void GuiCheckBox::myLoad(GuiStream& stream)
         m_isChecked = checked != 0;
 }
 
+std::vector<GuiRadioButton*> GuiRadioButton::i_GetGroup()
+{
+    const GuiLayout* const layout = GetParent() ? GetParent()->AsLayout() : nullptr;
+    if (!layout)
+        return {this};
+    std::vector<GuiRadioButton*> group;
+    for (std::size_t i = 0; i < layout->GetChildCount(); ++i)
+    {
+        auto* const other = dynamic_cast<GuiRadioButton*>(layout->GetChild(i));
+        if (other && other->m_group == m_group)
+            group.push_back(other);
+    }
+    return group;
+}
+
 void GuiRadioButton::Select()
 {
-    if (const auto* layout = dynamic_cast<const GuiLayout*>(GetParent()))
+    for (GuiRadioButton* const other : i_GetGroup())
     {
-        for (std::size_t i = 0; i < layout->GetChildCount(); ++i)
-        {
-            auto* other = dynamic_cast<GuiRadioButton*>(layout->GetChild(i));
-            if (other && other->m_group == m_group)
-                other->m_isSelected = false;
-        }
+        if (other->m_isSelected != (other == this))
+            other->Redraw();
+        other->m_isSelected = other == this;
     }
-    m_isSelected = true;
+}
+
+void GuiRadioButton::OnKeyPress(unsigned key)
+{
+    const bool isForward = key == kGuiKeyDown || key == kGuiKeyRight;
+    if (!isForward && key != kGuiKeyUp && key != kGuiKeyLeft)
+        return GuiClickable::OnKeyPress(key);
+    if (!IsVisible() || IsLocked())
+        return;
+    std::vector<GuiRadioButton*> group = i_GetGroup();
+    if (!isForward)
+        std::reverse(group.begin(), group.end());
+    std::rotate(group.begin(), std::find(group.begin(), group.end(), this), group.end());
+    const auto next = std::find_if(group.begin() + 1, group.end(),
+                                   [](const auto* other) { return other->IsVisible() && !other->IsLocked(); });
+    if (next == group.end())
+        return;
+    (*next)->myGrabFocus();
+    (*next)->i_SelectByHand();
 }
 
 void GuiRadioButton::myOnReleased(bool isInside)
 {
-    if (!isInside || m_isSelected)
-        return;
+    if (isInside && !m_isSelected)
+        i_SelectByHand();
+}
+
+void GuiRadioButton::i_SelectByHand()
+{
     Select();
     GuiEvent event{GET_RADIOBUTTON_SELECTED};
     event.SetInt(0, m_value);

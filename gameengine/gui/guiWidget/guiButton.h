@@ -2,6 +2,8 @@
 
 #include "gameengine/gui/guiWidget/guiWidget.h"
 
+#include <vector>
+
 namespace gui
 {
 /// What is clicked: by the left mouse button, or by Enter or space while it is in focus. Ignores both while it is
@@ -16,10 +18,10 @@ public:
     void SetLocked(bool locked) override;
 
     const std::string& GetText() const noexcept { return m_text; }
-    void SetText(std::string_view text) { m_text = text; }
+    void SetText(std::string_view text);
 
 protected:
-    using GuiWidget::GuiWidget;
+    GuiClickable(GuiContext& context, GuiStyle style, const GuiRecti& rect, GuiSizePolicy sizePolicy);
 
     /// The mouse went down on it.
     virtual void myOnPressed();
@@ -73,7 +75,7 @@ public:
 
     bool IsChecked() const noexcept { return m_isChecked; }
     /// Without an event.
-    void SetChecked(bool checked) noexcept { m_isChecked = checked; }
+    void SetChecked(bool checked);
 
 protected:
     void myOnReleased(bool isInside) override;
@@ -86,7 +88,8 @@ private:
 };
 
 /// One of the radio buttons of its layout that have its group number. Selecting it, by hand or by call, deselects the
-/// others. Emits GET_RADIOBUTTON_SELECTED with its value in word 0 when it becomes selected by hand.
+/// others; so do Up, Left, Down and Right in one of them, which go round. Emits GET_RADIOBUTTON_SELECTED with its value
+/// in word 0 when it becomes selected by hand.
 class TAMRAGAMEENGINE_API GuiRadioButton final : public GuiClickable
 {
 public:
@@ -98,6 +101,7 @@ public:
 
     GuiWidgetType GetType() const override { return GuiWidgetType::RadioButton; }
     const char* GetTypeString() const override { return "GWT_RADIOBUTTON"; }
+    void OnKeyPress(unsigned key) override;
     void Render() override;
 
     bool IsSelected() const noexcept { return m_isSelected; }
@@ -114,6 +118,9 @@ protected:
     void myLoad(GuiStream& stream) override;
 
 private:
+    std::vector<GuiRadioButton*> i_GetGroup();
+    void i_SelectByHand();
+
     int m_group = 0;
     int m_value = 0;
     bool m_isSelected = false;

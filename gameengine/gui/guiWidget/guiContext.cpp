@@ -1,11 +1,11 @@
 #include "gameengine/gui/guiWidget/guiContext.h"
 
+#include "gameengine/gui/guiWidget/guiFocusInternal.h"
+#include "gameengine/gui/guiWidget/guiInputInternal.h"
 #include "gameengine/gui/guiWidget/guiLayout.h"
 
 #include <algorithm>
 #include <array>
-#include <string>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -13,20 +13,9 @@ namespace gui
 {
 namespace
 {
-struct Input
-{
-    enum class Kind : std::uint8_t
-    {
-        KeyPress,
-        KeyRelease,
-        KeyChar,
-        MouseClick,
-        MouseRelease
-    };
-    Kind kind;
-    unsigned code;
-    Vec2<int> mouse; // where it was then
-};
+constexpr float kToolTipDelay = 0.5F; // seconds
+constexpr std::size_t kManyRedrawn = 1024;
+constexpr Vec2<int> kToolTipOffset{12, 18};
 
 struct Posted
 {
@@ -35,10 +24,26 @@ struct Posted
     GuiEvent event;
 };
 
+// Widgets that leave while somebody goes through the list leave a null, closed up with the next pass.
+using WidgetList = std::vector<GuiWidget*>;
+
+void Forget(WidgetList& list, const GuiWidget* widget)
+{
+    std::replace(list.begin(), list.end(), const_cast<GuiWidget*>(widget), static_cast<GuiWidget*>(nullptr));
+}
+
+bool IsBelow(const GuiWidget* widget, const GuiWidget& above)
+{
+    while (widget && widget != &above)
+        widget = widget->GetParent();
+    return widget != nullptr;
+}
+} // namespace
+
 class GuiContextI final : public GuiContext
 {
 public:
-    explicit GuiContextI(Draw& draw) : m_draw(draw)
+    explicit GuiContextI(Draw& draw) : m_draw(draw), m_picture(draw.CreatePicture())
     {
         m_styles.fill(GuiStyleData::MakeDark());
         m_styles[kStyleLight] = GuiStyleData::MakeLight();
@@ -53,98 +58,66 @@ public:
         m_root = nullptr; // while there is still somebody to forget the widgets
     }
 
-    void PushKeyPress(unsigned key) override
+    void PushKeyPress(unsigned key) override { m_queue.PushKeyPress(key); }
+    void PushKeyRelease(unsigned key) override { m_queue.PushKeyRelease(key); }
+    void PushMouseClick(unsigned button) override { m_queue.PushMouseClick(button); }
+    void PushMouseRelease(unsigned button) override { m_queue.PushMouseRelease(button); }
+    void PushKeyChar(unsigned character) override { m_queue.PushKeyChar(character); }
+    void SetMousePos(int x, int y) override
     {
-        m_keys.insert(key);
-        i_Push(Input::Kind::KeyPress, key);
+        m_queue.SetMousePos(x, y);
+        if (!m_delivered)
+            m_mouse.Set(x, y);
     }
-    void PushKeyRelease(unsigned key) override
-    {
-        m_keys.erase(key);
-        i_Push(Input::Kind::KeyRelease, key);
-    }
-    void PushMouseClick(unsigned button) override
-    {
-        m_buttons.insert(button);
-        i_Push(Input::Kind::MouseClick, button);
-    }
-    void PushMouseRelease(unsigned button) override
-    {
-        m_buttons.erase(button);
-        i_Push(Input::Kind::MouseRelease, button);
-    }
-    void PushKeyChar(unsigned character) override { i_Push(Input::Kind::KeyChar, character); }
-    void SetMousePos(int x, int y) override { m_mouse.Set(x, y); }
     Vec2<int> GetMousePos() const override { return m_mouse; }
-    bool IsKeyDown(unsigned key) const override { return m_keys.contains(key); }
-    bool IsMouseDown(unsigned button) const override { return m_buttons.contains(button); }
+    bool IsKeyDown(unsigned key) const override { return m_queue.IsKeyDown(key); }
+    bool IsMouseDown(unsigned button) const override { return m_queue.IsMouseDown(button); }
+    unsigned GetModifiers() const override { return m_delivered ? m_delivered->modifiers : m_queue.GetModifiers(); }
+    int GetClickCount() const override { return m_delivered ? m_delivered->clickCount : 0; }
+    bool IsKeyRepeated() const override { return m_delivered && m_delivered->isRepeated; }
+    void SetKeyRepeat(float delay, float interval) override { m_queue.SetKeyRepeat(delay, interval); }
+
+    void SetClipboardAccess(std::function<void(const std::string&)> set, std::function<std::string()> get) override
+    {
+        m_setClipboard = std::move(set);
+        m_getClipboard = std::move(get);
+    }
+    void SetClipboard(std::string_view text) override
+    {
+        if (m_setClipboard)
+            m_setClipboard(std::string(text));
+        else
+            m_clipboard = text;
+    }
+    std::string GetClipboard() const override { return m_getClipboard ? m_getClipboard() : m_clipboard; }
+    GuiCursor GetCursor() const override
+    {
+        const GuiWidget* const widget = m_input ? m_input : m_hover;
+        return widget ? widget->GetCursor() : GuiCursor::Arrow;
+    }
 
     GuiWidget* GetHoverWidget() const override { return m_hover; }
     GuiWidget* GetFocusWidget() const override { return m_focus; }
     GuiWidget* GetInputWidget() const override { return m_input; }
     void GrabInput(GuiWidget* widget) override { m_input = widget; }
-    void GrabFocus(GuiWidget* widget) override { m_focus = widget; }
-
-    void ForgetWidget(GuiWidget* widget) override
+    void GrabFocus(GuiWidget* widget) override { i_Change(m_focus, widget); }
+    void MoveFocus(int step) override { GrabFocus(FindNextFocus(i_GetScope(), m_focus, step)); }
+    void SetModal(GuiWidget& widget, bool modal) override;
+    GuiWidget* GetModal() const override
     {
-        for (GuiWidget** pointer : {&m_hover, &m_focus, &m_input, &m_ticking})
-        {
-            if (*pointer == widget)
-                *pointer = nullptr;
-        }
-        for (Walk& walk : m_walk)
-        {
-            if (walk.widget == widget)
-                walk.widget = nullptr;
-        }
-        for (std::vector<Posted>& queue : m_queues)
-        {
-            for (Posted& posted : queue)
-            {
-                if (posted.event.source == widget)
-                    posted.event.source = nullptr;
-            }
-        }
+        const auto last = std::find_if(m_modals.rbegin(), m_modals.rend(),
+                                       [this](const GuiWidget* widget) { return i_CanBeSeen(*widget); });
+        return last == m_modals.rend() ? nullptr : *last;
     }
-
+    void ForgetWidget(GuiWidget* widget) override;
     void PostEvent(GuiCallback* callback, std::string_view name, const GuiEvent& event) override
     {
         if (callback)
             m_queues[m_current].push_back({callback->GetSelf(), std::string(name), event});
     }
 
-    void Update(float seconds) override
-    {
-        // A callback may come here again, what is under way goes on afterwards; or end the context.
-        if (m_isUpdating)
-            return;
-        m_isUpdating = true;
-        bool died = false;
-        m_died = &died;
-        i_HandleInput(died);
-        if (!died)
-            i_Tick(seconds, died);
-        if (!died)
-        {
-            m_layoutCount = m_root->UpdateLayout();
-            i_DeliverEvents(died);
-        }
-        if (died)
-            return;
-        m_died = nullptr;
-        m_isUpdating = false;
-    }
-
-    void Render(int width, int height) override
-    {
-        const GuiRecti rect(0, 0, width, height);
-        if (m_root->GetRect() != rect)
-            m_root->SetRect(rect);
-        if (m_root->NeedsLayout())
-            m_layoutCount += m_root->UpdateLayout();
-        m_root->Render();
-        i_RenderOverlay(*m_root);
-    }
+    void Update(float seconds) override;
+    void Render(int width, int height) override;
 
     GuiFreeLayout& GetRoot() override { return *m_root; }
     Draw& GetDraw() override { return m_draw; }
@@ -154,143 +127,410 @@ public:
     }
     void SetStyleData(GuiStyle style, const GuiStyleData& data) override
     {
-        if (style >= 0 && style < kStyleCount)
-            m_styles[static_cast<std::size_t>(style)] = data;
+        if (style < 0 || style >= kStyleCount)
+            return;
+        m_styles[static_cast<std::size_t>(style)] = data;
+        m_needsPicture = true;
+        m_root->InvalidateLayout();
     }
     int GetLayoutCount() const override { return m_layoutCount; }
+    int GetRenderCount() const override { return m_renderCount; }
+
+    void SetTicking(GuiWidget& widget, bool ticking) override
+    {
+        i_SetListed(m_ticking, widget, widget.m_isTicking, ticking);
+    }
+    void SetOverlay(GuiWidget& widget, bool overlay) override
+    {
+        i_SetListed(m_overlays, widget, widget.m_isOverlay, overlay);
+    }
+    void RequestRedraw(GuiWidget& widget) override
+    {
+        // With many of them everything is drawn, so that their list stays short.
+        m_needsPicture = m_needsPicture || widget.AsLayout() || m_redrawn.size() >= kManyRedrawn;
+        if (!m_needsPicture && !std::exchange(widget.m_isRedrawn, true))
+            m_redrawn.push_back(&widget);
+    }
+    void RequestPicture() override { m_needsPicture = true; }
+    void RenderWidget(GuiWidget& widget) override;
 
 private:
-    struct Walk
+    static void i_SetListed(WidgetList& list, GuiWidget& widget, bool& isListed, bool shallBe)
     {
-        GuiWidget* widget; // null when it is gone
-        GuiLayout* layout; // the same
-        std::size_t next;
-    };
-
-    void i_Push(Input::Kind kind, unsigned code) { m_inputs.push_back({kind, code, m_mouse}); }
-
-    void i_UpdateHover() { m_hover = m_root->GetHoverWidget(m_mouse.x, m_mouse.y); }
-
-    // A widget hears of a click where the mouse was then; in the end it is where it is now.
-    void i_HandleInput(const bool& died)
-    {
-        m_inputsNow.swap(m_inputs);
-        const Vec2<int> mouse = m_mouse;
-        for (std::size_t i = 0; i < m_inputsNow.size(); ++i)
-        {
-            m_mouse = m_inputsNow[i].mouse;
-            i_UpdateHover();
-            i_Deliver(m_inputsNow[i]);
-            if (died)
-                return;
-        }
-        m_inputsNow.clear();
-        m_mouse = mouse;
-        i_UpdateHover();
-    }
-
-    void i_Deliver(const Input& input)
-    {
-        GuiWidget* const forKeys = m_input ? m_input : m_focus;
-        GuiWidget* const forMouse = m_input ? m_input : m_hover;
-        switch (input.kind)
-        {
-        case Input::Kind::KeyPress:
-            if (forKeys)
-                forKeys->OnKeyPress(input.code);
-            break;
-        case Input::Kind::KeyRelease:
-            if (forKeys)
-                forKeys->OnKeyRelease(input.code);
-            break;
-        case Input::Kind::KeyChar:
-            if (auto* receiver = dynamic_cast<GuiTextReceiver*>(m_focus))
-                receiver->OnKeyChar(input.code);
-            break;
-        case Input::Kind::MouseClick:
-            if (forMouse)
-                forMouse->OnMouseClick(input.code);
-            break;
-        case Input::Kind::MouseRelease:
-            if (forMouse)
-                forMouse->OnMouseRelease(input.code);
-            break;
-        }
-    }
-
-    // Widgets may go, themselves included, while they are ticked.
-    void i_Tick(float seconds, const bool& died)
-    {
-        m_walk.assign(1, {m_root.get(), m_root.get(), 0});
-        while (!m_walk.empty())
-        {
-            Walk& walk = m_walk.back();
-            GuiWidget* const widget = walk.widget ? walk.layout->GetChild(walk.next++) : nullptr;
-            if (!widget)
-            {
-                m_walk.pop_back();
-                continue;
-            }
-            m_ticking = widget;
-            widget->Tick(seconds);
-            if (died)
-                return;
-            if (auto* layout = m_ticking ? dynamic_cast<GuiLayout*>(widget) : nullptr)
-                m_walk.push_back({widget, layout, 0});
-        }
-        m_ticking = nullptr;
-    }
-
-    // By place, not by reference: a callback may destroy what is posted, and who posted it.
-    void i_DeliverEvents(const bool& died)
-    {
-        std::vector<Posted>& queue = m_queues[m_current];
-        m_current = 1 - m_current;
-        for (std::size_t i = 0; i < queue.size(); ++i)
-        {
-            if (GuiCallback* const callback = *queue[i].callback)
-            {
-                const std::string name = queue[i].name;
-                callback->OnGuiEvent(name.c_str(), GuiEvent(queue[i].event));
-                if (died)
-                    return;
-            }
-        }
-        queue.clear();
-    }
-
-    void i_RenderOverlay(GuiWidget& widget)
-    {
-        if (!widget.IsVisible())
+        if (isListed == shallBe)
             return;
-        widget.RenderOverlay();
-        if (const auto* layout = dynamic_cast<GuiLayout*>(&widget))
-        {
-            for (std::size_t i = 0; i < layout->GetChildCount(); ++i)
-                i_RenderOverlay(*layout->GetChild(i));
-        }
+        isListed = shallBe;
+        if (shallBe)
+            list.push_back(&widget);
+        else
+            Forget(list, &widget);
     }
+    // What looks otherwise when it is hovered or in focus; layouts draw what is theirs by themselves.
+    void i_Change(GuiWidget*& current, GuiWidget* next)
+    {
+        if (current == next)
+            return;
+        for (GuiWidget* const widget : {current, next})
+        {
+            if (widget && !widget->AsLayout())
+                RequestRedraw(*widget);
+        }
+        current = next;
+    }
+    GuiWidget& i_GetScope() const
+    {
+        GuiWidget* const modal = GetModal();
+        return modal ? *modal : *m_root;
+    }
+    bool i_CanBeSeen(const GuiWidget& widget) const;
+    void i_UpdateHover();
+    void i_HandleInput(const bool& died);
+    void i_Deliver(const bool& died);
+    void i_DeliverKey(unsigned key);
+    bool i_TellLayouts(GuiWidget* target, unsigned button, const bool& died);
+    void i_Tick(float seconds, const bool& died);
+    void i_DeliverEvents(const bool& died);
+    void i_DrawPicture();
+    bool i_ReplacePieces();
+    bool i_ReplacePiece(GuiWidget& widget);
+    void i_ClearRedrawn();
+    void i_RenderToolTip(int width, int height);
 
     Draw& m_draw;
     std::array<GuiStyleData, kStyleCount> m_styles;
-    std::unordered_set<unsigned> m_keys;
-    std::unordered_set<unsigned> m_buttons;
-    std::vector<Input> m_inputs;
-    std::vector<Input> m_inputsNow;
+
+    CGuiInputQueue m_queue;
+    std::vector<GuiInput> m_inputs;        // being delivered
+    const GuiInput* m_delivered = nullptr; // of these
     Vec2<int> m_mouse;
-    std::vector<Walk> m_walk; // layouts whose children are being ticked
-    GuiWidget* m_ticking = nullptr;
     GuiWidget* m_hover = nullptr;
     GuiWidget* m_focus = nullptr;
     GuiWidget* m_input = nullptr;
+    WidgetList m_modals;
+    WidgetList m_told; // layouts above what was clicked
+    std::function<void(const std::string&)> m_setClipboard;
+    std::function<std::string()> m_getClipboard;
+    std::string m_clipboard;
+
+    WidgetList m_ticking;
     std::vector<Posted> m_queues[2];
     int m_current = 0;
     int m_layoutCount = 0;
     bool m_isUpdating = false;
-    bool* m_died = nullptr;                // of the pass under way
+    bool* m_died = nullptr; // of the pass under way
+
+    std::shared_ptr<DrawPicture> m_picture; // null: the drawer has none
+    unsigned m_pictureNumber = 0;
+    bool m_isPicturing = false;
+    bool m_needsPicture = true;
+    WidgetList m_redrawn; // since the last picture
+    WidgetList m_unkept;  // drawn anew each time
+    WidgetList m_overlays;
+    int m_renderCount = 0;
+    float m_toolTipTime = 0.0F; // seconds that the mouse rests; below 0 when none is wanted
+
     std::unique_ptr<GuiFreeLayout> m_root; // last: widgets ask the context until they are gone
 };
-} // namespace
+
+void GuiContextI::SetModal(GuiWidget& widget, bool modal)
+{
+    std::erase(m_modals, &widget);
+    if (!modal)
+        return;
+    m_modals.push_back(&widget);
+    if (!IsBelow(m_focus, widget))
+        GrabFocus(nullptr);
+    if (!IsBelow(m_input, widget))
+        m_input = nullptr;
+}
+
+void GuiContextI::ForgetWidget(GuiWidget* widget)
+{
+    for (GuiWidget** pointer : {&m_hover, &m_focus, &m_input})
+    {
+        if (*pointer == widget)
+            *pointer = nullptr;
+    }
+    std::erase(m_modals, widget);
+    Forget(m_told, widget);
+    for (auto& [list, isListed] : {std::pair{&m_ticking, &widget->m_isTicking},
+                                   {&m_overlays, &widget->m_isOverlay},
+                                   {&m_redrawn, &widget->m_isRedrawn},
+                                   {&m_unkept, &widget->m_isUnkept}})
+    {
+        if (std::exchange(*isListed, false))
+            Forget(*list, widget);
+    }
+    for (std::vector<Posted>& queue : m_queues)
+    {
+        for (Posted& posted : queue)
+        {
+            if (posted.event.source == widget)
+                posted.event.source = nullptr;
+        }
+    }
+}
+
+void GuiContextI::Update(float seconds)
+{
+    // A callback may come here again, what is under way goes on afterwards; or end the context.
+    if (m_isUpdating)
+        return;
+    m_isUpdating = true;
+    bool died = false;
+    m_died = &died;
+    m_queue.Advance(seconds);
+    m_toolTipTime += m_toolTipTime < 0.0F ? 0.0F : seconds;
+    i_HandleInput(died);
+    if (!died)
+        i_Tick(seconds, died);
+    if (!died)
+    {
+        m_layoutCount = m_root->UpdateLayout();
+        i_DeliverEvents(died);
+    }
+    if (died)
+        return;
+    m_died = nullptr;
+    m_isUpdating = false;
+}
+
+bool GuiContextI::i_CanBeSeen(const GuiWidget& widget) const
+{
+    const GuiWidget* above = &widget;
+    while (above->IsVisible() && above->GetParent())
+        above = above->GetParent();
+    return above == m_root.get() && above->IsVisible();
+}
+
+void GuiContextI::i_UpdateHover()
+{
+    GuiWidget* const hover = i_GetScope().GetHoverWidget(m_mouse.x, m_mouse.y);
+    if (hover != m_hover)
+        m_toolTipTime = 0.0F;
+    i_Change(m_hover, hover);
+}
+
+// A widget hears of a click where the mouse was then; in the end it is where it is now.
+void GuiContextI::i_HandleInput(const bool& died)
+{
+    m_queue.Take(m_inputs);
+    for (const GuiInput& input : m_inputs)
+    {
+        m_delivered = &input;
+        m_mouse = input.mouse;
+        i_UpdateHover();
+        i_Deliver(died);
+        if (died)
+            return;
+    }
+    m_delivered = nullptr;
+    m_mouse = m_queue.GetMousePos();
+    i_UpdateHover();
+}
+
+void GuiContextI::i_Deliver(const bool& died)
+{
+    const auto [kind, isRepeated, code, modifiers, clickCount, mouse] = *m_delivered;
+    const auto forKeys = [this] { return m_input ? m_input : m_focus; };
+    const auto forMouse = [this] { return m_input ? m_input : m_hover; };
+    if (kind != GuiInput::Kind::MouseRelease && kind != GuiInput::Kind::KeyRelease)
+        m_toolTipTime = -1.0F;
+    switch (kind)
+    {
+    case GuiInput::Kind::KeyPress: i_DeliverKey(code); break;
+    case GuiInput::Kind::KeyRelease:
+        if (GuiWidget* const target = forKeys())
+            target->OnKeyRelease(code);
+        break;
+    case GuiInput::Kind::KeyChar:
+        if (auto* const receiver = dynamic_cast<GuiTextReceiver*>(m_focus))
+            receiver->OnKeyChar(code);
+        break;
+    case GuiInput::Kind::MouseClick:
+        if (!i_TellLayouts(forMouse(), code, died))
+            return;
+        if (GuiWidget* const target = forMouse())
+            target->OnMouseClick(code);
+        break;
+    case GuiInput::Kind::MouseRelease:
+        if (GuiWidget* const target = forMouse())
+            target->OnMouseRelease(code);
+        break;
+    }
+}
+
+void GuiContextI::i_DeliverKey(unsigned key)
+{
+    const bool wantsTab = m_focus && m_focus->TakesTab() && (m_delivered->modifiers & kGuiControl) == 0;
+    if (key == kGuiKeyTab && !m_input && !wantsTab)
+        MoveFocus((m_delivered->modifiers & kGuiShift) != 0 ? -1 : 1);
+    else if (GuiWidget* const target = m_input ? m_input : m_focus)
+        target->OnKeyPress(key);
+    else if (GuiWidget* const modal = GetModal())
+        modal->OnKeyPress(key);
+}
+
+// Outermost first. False when that was the end of the context.
+bool GuiContextI::i_TellLayouts(GuiWidget* target, unsigned button, const bool& died)
+{
+    m_told.clear();
+    for (GuiWidget* widget = target; widget; widget = widget->GetParent())
+    {
+        if (widget->AsLayout())
+            m_told.push_back(widget);
+    }
+    for (std::size_t i = m_told.size(); i > 0; --i)
+    {
+        if (GuiWidget* const widget = m_told[i - 1])
+            widget->AsLayout()->OnClickBelow(button);
+        if (died)
+            return false;
+    }
+    m_told.clear();
+    return true;
+}
+
+// By place, not by reference: widgets come and go, themselves included, while they are ticked. New ones wait.
+void GuiContextI::i_Tick(float seconds, const bool& died)
+{
+    std::erase(m_ticking, nullptr);
+    const std::size_t count = m_ticking.size();
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        if (GuiWidget* const widget = m_ticking[i])
+            widget->Tick(seconds);
+        if (died)
+            return;
+    }
+}
+
+// By place, not by reference: a callback may destroy what is posted, and who posted it.
+void GuiContextI::i_DeliverEvents(const bool& died)
+{
+    std::vector<Posted>& queue = m_queues[m_current];
+    m_current = 1 - m_current;
+    for (std::size_t i = 0; i < queue.size(); ++i)
+    {
+        if (GuiCallback* const callback = *queue[i].callback)
+        {
+            const std::string name = queue[i].name;
+            callback->OnGuiEvent(name.c_str(), GuiEvent(queue[i].event));
+            if (died)
+                return;
+        }
+    }
+    queue.clear();
+}
+
+void GuiContextI::Render(int width, int height)
+{
+    const GuiRecti rect(0, 0, width, height);
+    if (m_root->GetRect() != rect)
+        m_root->SetRect(rect);
+    if (m_root->NeedsLayout())
+        m_layoutCount += m_root->UpdateLayout();
+    m_renderCount = 0;
+    if (!m_picture)
+        RenderWidget(*m_root);
+    else
+    {
+        if (m_needsPicture || !i_ReplacePieces())
+            i_DrawPicture();
+        m_draw.AddPicture(m_picture);
+    }
+    i_ClearRedrawn();
+
+    std::erase(m_overlays, nullptr);
+    for (std::size_t i = 0; i < m_overlays.size(); ++i)
+    {
+        if (m_overlays[i] && i_CanBeSeen(*m_overlays[i]))
+            m_overlays[i]->RenderOverlay();
+    }
+    i_RenderToolTip(width, height);
+}
+
+void GuiContextI::RenderWidget(GuiWidget& widget)
+{
+    if (!widget.IsVisible())
+        return;
+    ++m_renderCount;
+    if (widget.AsLayout() || !m_isPicturing)
+        return widget.Render();
+    m_draw.BeginPiece();
+    widget.Render();
+    widget.m_piece = m_draw.EndPiece();
+    widget.m_pictureNumber = m_pictureNumber;
+    if (!widget.m_keepsPicture && !std::exchange(widget.m_isUnkept, true))
+        m_unkept.push_back(&widget);
+}
+
+void GuiContextI::i_DrawPicture()
+{
+    m_renderCount = 0;
+    m_needsPicture = false;
+    ++m_pictureNumber;
+    m_draw.BeginPicture(*m_picture);
+    m_isPicturing = true;
+    RenderWidget(*m_root);
+    m_isPicturing = false;
+    m_draw.EndPicture();
+}
+
+// False when a piece does not fit into its place any more.
+bool GuiContextI::i_ReplacePieces()
+{
+    std::erase(m_unkept, nullptr);
+    for (const WidgetList* list : {&m_redrawn, &m_unkept})
+    {
+        for (GuiWidget* const widget : *list)
+        {
+            if (widget && i_CanBeSeen(*widget) && !i_ReplacePiece(*widget))
+                return false;
+        }
+    }
+    return true;
+}
+
+bool GuiContextI::i_ReplacePiece(GuiWidget& widget)
+{
+    if (widget.m_pictureNumber != m_pictureNumber || widget.m_piece < 0)
+        return false;
+    ++m_renderCount;
+    m_draw.BeginReplace(*m_picture, widget.m_piece);
+    widget.Render();
+    return m_draw.EndReplace();
+}
+
+void GuiContextI::i_ClearRedrawn()
+{
+    for (GuiWidget* const widget : m_redrawn)
+    {
+        if (widget)
+            widget->m_isRedrawn = false;
+    }
+    m_redrawn.clear();
+}
+
+void GuiContextI::i_RenderToolTip(int width, int height)
+{
+    if (m_toolTipTime < kToolTipDelay || m_input)
+        return;
+    const GuiWidget* widget = m_hover;
+    while (widget && widget->GetToolTip().empty())
+        widget = widget->GetParent();
+    if (!widget)
+        return;
+    const GuiStyleData& style = GetStyleData(widget->GetStyle());
+    const std::string& text = widget->GetToolTip();
+    const Vec2<int> size{m_draw.GetTextWidth(text, style.font) + 2 * style.padding,
+                         m_draw.GetLineHeight(style.font) + 2 * style.padding};
+    const GuiRecti rect(std::max(std::min(m_mouse.x + kToolTipOffset.x, width - size.x), 0),
+                        std::max(std::min(m_mouse.y + kToolTipOffset.y, height - size.y), 0), size.x, size.y);
+    m_draw.FillRect(rect, style.panel);
+    m_draw.FrameRect(rect, style.border);
+    m_draw.Text(rect.x + style.padding, rect.y + style.padding, text, style.text, style.font);
+}
 
 std::unique_ptr<GuiContext> GuiContext::Create(Draw& draw)
 {

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "gameengine/gui/guiWidget/guiEvent.h"
+#include "gameengine/gui/guiWidget/guiKey.h"
 #include "gameengine/gui/guiWidget/guiStyle.h"
 #include "gameengine/gui/guiWidget/guiTypes.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace gui
@@ -34,7 +37,10 @@ protected:
 ///
 /// `Update` hands input to the widgets in the order in which it came, brings the layouts up to date, and delivers the
 /// events that were posted before; those posted meanwhile follow with the next one. Keys go to the widget in focus, the
-/// mouse to the one under it, unless a widget has grabbed the input: then everything goes there.
+/// mouse to the one under it, unless a widget has grabbed the input: then everything goes there. Tab and Shift and Tab
+/// move the focus.
+///
+/// A frame in which nothing changes places, ticks and draws nothing anew.
 class TAMRAGAMEENGINE_API GuiContext : public NonCopyable
 {
 public:
@@ -55,6 +61,24 @@ public:
     virtual Vec2<int> GetMousePos() const = 0;
     virtual bool IsKeyDown(unsigned key) const = 0;
     virtual bool IsMouseDown(unsigned button) const = 0;
+    /// Of the input that is being delivered; outside of that, of the input pushed last. Bits of `GuiModifier`.
+    virtual unsigned GetModifiers() const = 0;
+    /// How many clicks in a row the one being delivered is: 1, 2, 3, and 1 again. At most 0.4 seconds and 4 pixels lie
+    /// between them.
+    virtual int GetClickCount() const = 0;
+    /// Whether the key being delivered is held, and not pressed anew.
+    virtual bool IsKeyRepeated() const = 0;
+    /// A held key is pressed again after the delay, and then in intervals, in seconds. At the start 0.5 and 0.04; a
+    /// delay of 0 ends it, as does a host that pushes held keys again by itself.
+    virtual void SetKeyRepeat(float delay, float interval) = 0;
+
+    /// Text that is copied and pasted; the context keeps it by itself unless the host has a place for it. Both
+    /// functions or none.
+    virtual void SetClipboardAccess(std::function<void(const std::string&)> set, std::function<std::string()> get) = 0;
+    virtual void SetClipboard(std::string_view text) = 0;
+    virtual std::string GetClipboard() const = 0;
+    /// What the mouse shows now.
+    virtual GuiCursor GetCursor() const = 0;
 
     virtual GuiWidget* GetHoverWidget() const = 0;
     virtual GuiWidget* GetFocusWidget() const = 0;
@@ -62,6 +86,11 @@ public:
     /// Null for none.
     virtual void GrabInput(GuiWidget* widget) = 0;
     virtual void GrabFocus(GuiWidget* widget) = 0;
+    /// To the next (1) or last (-1) widget that Tab stops at.
+    virtual void MoveFocus(int step) = 0;
+    /// While it is modal, the mouse finds this widget and what is in it only. Of several the one that became so last.
+    virtual void SetModal(GuiWidget& widget, bool modal) = 0;
+    virtual GuiWidget* GetModal() const = 0;
     /// Called when a widget is destroyed: nothing points at it from here on.
     virtual void ForgetWidget(GuiWidget* widget) = 0;
     /// Queues an event for a callback, which hears of it in the next pass unless it is gone by then.
@@ -80,5 +109,17 @@ public:
     virtual void SetStyleData(GuiStyle style, const GuiStyleData& data) = 0;
     /// Calls of `AdjustLayout` in the last pass.
     virtual int GetLayoutCount() const = 0;
+    /// Calls of `GuiWidget::Render` for the last picture.
+    virtual int GetRenderCount() const = 0;
+
+    // What widgets and layouts call.
+
+    virtual void SetTicking(GuiWidget& widget, bool ticking) = 0;
+    virtual void SetOverlay(GuiWidget& widget, bool overlay) = 0;
+    /// Draws a widget anew with the next picture, or everything.
+    virtual void RequestRedraw(GuiWidget& widget) = 0;
+    virtual void RequestPicture() = 0;
+    /// Draws a child of a layout that is being drawn, if it is visible.
+    virtual void RenderWidget(GuiWidget& widget) = 0;
 };
 } // namespace gui

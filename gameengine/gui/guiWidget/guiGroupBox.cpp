@@ -43,13 +43,19 @@ void GuiGroupBox::Render()
     GuiLayoutSingle::Render();
 }
 
+void GuiGroupBox::SetTitle(std::string_view title)
+{
+    m_title = title;
+    Redraw();
+}
+
 void GuiGroupBox::mySave(GuiStream& stream) const
 {
-    stream.WriteQuotedString(m_title);
+    stream.WriteOptionalQuotedString(m_title);
 }
 
 void GuiGroupBox::myLoad(GuiStream& stream)
 {
-    stream.ReadQuotedString(m_title);
+    stream.ReadOptionalQuotedString(m_title);
 }
 } // namespace gui

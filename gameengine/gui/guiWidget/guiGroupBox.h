@@ -21,10 +21,10 @@ public:
     GuiRecti GetContainingRect() const override;
 
     const std::string& GetTitle() const noexcept { return m_title; }
-    void SetTitle(std::string_view title) { m_title = title; }
+    void SetTitle(std::string_view title);
 
 protected:
-    /// Title.
+    /// Title, if there is one.
     void mySave(GuiStream& stream) const override;
     void myLoad(GuiStream& stream) override;
 
@@ -40,6 +40,7 @@ public:
         : GuiWidget(context, style, rect, isVertical ? GuiSizePolicy::ExpandV() : GuiSizePolicy::ExpandH()),
           m_isVertical(isVertical)
     {
+        myKeepPicture();
     }
 
     GuiWidgetType GetType() const override { return m_isVertical ? GuiWidgetType::SpacerV : GuiWidgetType::SpacerH; }

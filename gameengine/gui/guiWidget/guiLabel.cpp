@@ -24,12 +24,28 @@ GuiAlign ToAlign(int value, GuiAlign fallback)
 GuiLabel::GuiLabel(GuiContext& context, GuiStyle style, const GuiRecti& rect, GuiSizePolicy sizePolicy)
     : GuiWidget(context, style, rect, sizePolicy)
 {
+    myKeepPicture();
 }
 
-void GuiLabel::SetAlign(GuiAlign horizontal, GuiAlign vertical) noexcept
+void GuiLabel::SetText(std::string_view text)
+{
+    if (m_text == text)
+        return;
+    m_text = text;
+    Redraw();
+}
+
+void GuiLabel::SetAlign(GuiAlign horizontal, GuiAlign vertical)
 {
     m_horizontal = horizontal;
     m_vertical = vertical;
+    Redraw();
+}
+
+void GuiLabel::SetFont(int font)
+{
+    m_font = font;
+    Redraw();
 }
 
 void GuiLabel::Render()

@@ -23,11 +23,11 @@ public:
     void Render() override;
 
     const std::string& GetText() const noexcept { return m_text; }
-    void SetText(std::string_view text) { m_text = text; }
-    void SetAlign(GuiAlign horizontal, GuiAlign vertical) noexcept;
+    void SetText(std::string_view text);
+    void SetAlign(GuiAlign horizontal, GuiAlign vertical);
     /// A number of the font bank, -1 for the style's.
     int GetFont() const noexcept { return m_font; }
-    void SetFont(int font) noexcept { m_font = font; }
+    void SetFont(int font);
 
 protected:
     /// Text, horizontal and vertical alignment, font.

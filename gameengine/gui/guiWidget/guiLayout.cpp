@@ -1,10 +1,39 @@
 #include "gameengine/gui/guiWidget/guiLayout.h"
 
+#include "gameengine/gui/guiWidget/guiContext.h"
+#include "gameengine/gui/guiWidget/guiHitGridInternal.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace gui
 {
+namespace
+{
+// Fewer children are asked one after the other.
+constexpr std::size_t kManyChildren = 32;
+} // namespace
+
+GuiLayout::GuiLayout(GuiContext& context, GuiStyle style, const GuiRecti& rect, GuiSizePolicy sizePolicy)
+    : GuiWidget(context, style, rect, sizePolicy)
+{
+    m_asLayout = this;
+    myKeepPicture();
+}
+
+void GuiLayout::OnKeyPress(unsigned key)
+{
+    myPassKey(key);
+}
+
+void GuiLayout::OnMouseClick(unsigned button)
+{
+    myPassClick(button);
+}
+
+void GuiLayout::OnClickBelow(unsigned) {}
+void GuiLayout::OnChildMoved() {}
+
 void GuiLayout::OnUpdateRect(const GuiRecti& rect)
 {
     const bool isSame = rect == GetRect();
@@ -34,7 +63,7 @@ int GuiLayout::UpdateLayout()
         return 0;
     for (std::size_t i = 0; i < GetChildCount(); ++i)
     {
-        auto* layout = dynamic_cast<GuiLayout*>(GetChild(i));
+        GuiLayout* const layout = GetChild(i)->AsLayout();
         if (layout && layout->NeedsLayout())
             count += layout->UpdateLayout();
     }
@@ -57,6 +86,11 @@ void GuiLayout::myDisown(GuiWidget& child)
     InvalidateLayout();
 }
 
+void GuiLayout::myRenderChild(GuiWidget& child)
+{
+    GetContext().RenderWidget(child);
+}
+
 GuiLayoutSingle::~GuiLayoutSingle() = default;
 
 GuiWidget* GuiLayoutSingle::GetHoverWidget(int x, int y)
@@ -68,8 +102,8 @@ GuiWidget* GuiLayoutSingle::GetHoverWidget(int x, int y)
 
 void GuiLayoutSingle::Render()
 {
-    if (m_child && m_child->IsVisible())
-        m_child->Render();
+    if (m_child)
+        myRenderChild(*m_child);
 }
 
 GuiWidget* GuiLayoutSingle::GetChild(std::size_t index) const
@@ -94,29 +128,56 @@ std::unique_ptr<GuiWidget> GuiLayoutSingle::RemoveChild(GuiWidget* child)
     return std::move(m_child);
 }
 
+GuiLayoutMulti::GuiLayoutMulti(GuiContext& context, GuiStyle style, const GuiRecti& rect, GuiSizePolicy sizePolicy)
+    : GuiLayout(context, style, rect, sizePolicy)
+{
+}
+
 GuiLayoutMulti::~GuiLayoutMulti() = default;
+
+void GuiLayoutMulti::OnChildMoved()
+{
+    m_hitGrid = nullptr;
+}
 
 GuiWidget* GuiLayoutMulti::GetHoverWidget(int x, int y)
 {
     GuiWidget* const self = GuiWidget::GetHoverWidget(x, y);
     if (!self)
         return nullptr;
-    // The last one lies over the others.
-    for (auto child = m_children.rbegin(); child != m_children.rend(); ++child)
+    GuiWidget* found = nullptr;
+    const auto ask = [&](std::size_t child)
     {
-        if (GuiWidget* const found = (*child)->GetHoverWidget(x, y))
-            return found;
+        found = child < m_children.size() ? m_children[child]->GetHoverWidget(x, y) : nullptr;
+        return found != nullptr;
+    };
+    if (m_children.size() < kManyChildren)
+    {
+        // The last one lies over the others.
+        for (std::size_t child = m_children.size(); child > 0 && !ask(child - 1); --child)
+        {
+        }
+        return found ? found : self;
     }
-    return self;
+    if (!m_hitGrid)
+    {
+        std::vector<GuiRecti> rects;
+        rects.reserve(m_children.size());
+        for (const auto& child : m_children)
+            rects.push_back(child->GetRect());
+        m_hitGrid = std::make_shared<CHitGrid>();
+        m_hitGrid->Build(rects);
+    }
+    // Somebody asked may move.
+    const std::shared_ptr<const CHitGrid> grid = m_hitGrid;
+    grid->Visit(x, y, ask);
+    return found ? found : self;
 }
 
 void GuiLayoutMulti::Render()
 {
     for (const auto& child : m_children)
-    {
-        if (child->IsVisible())
-            child->Render();
-    }
+        myRenderChild(*child);
 }
 
 GuiWidget* GuiLayoutMulti::GetChild(std::size_t index) const
@@ -129,6 +190,7 @@ GuiWidget* GuiLayoutMulti::AddChild(std::unique_ptr<GuiWidget> child)
     if (!child)
         return nullptr;
     m_children.push_back(std::move(child));
+    m_hitGrid = nullptr;
     myAdopt(*m_children.back());
     return m_children.back().get();
 }
@@ -141,6 +203,7 @@ std::unique_ptr<GuiWidget> GuiLayoutMulti::RemoveChild(GuiWidget* child)
         return nullptr;
     std::unique_ptr<GuiWidget> removed = std::move(*found);
     m_children.erase(found);
+    m_hitGrid = nullptr;
     myDisown(*removed);
     return removed;
 }
@@ -149,7 +212,10 @@ void GuiLayoutMulti::RaiseChild(GuiWidget* child)
 {
     const auto found =
         std::find_if(m_children.begin(), m_children.end(), [child](const auto& other) { return other.get() == child; });
-    if (found != m_children.end())
-        std::rotate(found, found + 1, m_children.end());
+    if (found == m_children.end())
+        return;
+    std::rotate(found, found + 1, m_children.end());
+    m_hitGrid = nullptr;
+    Redraw();
 }
 } // namespace gui

@@ -8,14 +8,22 @@
 
 namespace gui
 {
+class CHitGrid;
+
 /// Common to widgets that hold others: input and drawing go to those inside, and their places are found anew only when
-/// something asked for it.
+/// something asked for it. A child lies inside of its rectangle: points outside of it are none of its.
+///
+/// Layouts of this library are drawn again when something asked for it; one that draws more than they do calls `Redraw`
+/// when that changes.
 class TAMRAGAMEENGINE_API GuiLayout : public GuiWidget
 {
 public:
-    using GuiWidget::GuiWidget;
+    GuiLayout(GuiContext& context, GuiStyle style, const GuiRecti& rect, GuiSizePolicy sizePolicy);
 
     void OnUpdateRect(const GuiRecti& rect) override;
+    /// What those inside have no use for goes further up.
+    void OnKeyPress(unsigned key) override;
+    void OnMouseClick(unsigned button) override;
     void SetLocked(bool locked) override;
 
     /// Who is inside, by number from 0; null beyond.
@@ -25,6 +33,10 @@ public:
     virtual GuiWidget* AddChild(std::unique_ptr<GuiWidget> child) = 0;
     /// Gives a child away; null for others.
     virtual std::unique_ptr<GuiWidget> RemoveChild(GuiWidget* child) = 0;
+    /// A button of the mouse goes down on it or on something below, which hears of it afterwards.
+    virtual void OnClickBelow(unsigned button);
+    /// The rectangle of a child changed.
+    virtual void OnChildMoved();
 
     bool NeedsLayout() const noexcept { return m_needsLayout || m_childNeedsLayout; }
     /// Calls `AdjustLayout` where it is needed, here and below, and answers how often.
@@ -33,6 +45,8 @@ public:
 protected:
     void myAdopt(GuiWidget& child);
     void myDisown(GuiWidget& child);
+    /// How children are drawn: by their `Render`, and remembered.
+    void myRenderChild(GuiWidget& child);
 
 private:
     friend class GuiWidget;
@@ -59,11 +73,11 @@ private:
     std::unique_ptr<GuiWidget> m_child;
 };
 
-/// Holds any number of widgets, later ones over earlier ones.
+/// Holds any number of widgets, later ones over earlier ones. Finding one at a point does not ask all of them.
 class TAMRAGAMEENGINE_API GuiLayoutMulti : public GuiLayout
 {
 public:
-    using GuiLayout::GuiLayout;
+    GuiLayoutMulti(GuiContext& context, GuiStyle style, const GuiRecti& rect, GuiSizePolicy sizePolicy);
     ~GuiLayoutMulti() override;
 
     GuiWidget* GetHoverWidget(int x, int y) override;
@@ -74,9 +88,11 @@ public:
     std::unique_ptr<GuiWidget> RemoveChild(GuiWidget* child) override;
     /// Moves a child over all others.
     void RaiseChild(GuiWidget* child);
+    void OnChildMoved() override;
 
 private:
     std::vector<std::unique_ptr<GuiWidget>> m_children;
+    std::shared_ptr<CHitGrid> m_hitGrid; // null until it is needed, and when it is not true any more
 };
 
 /// Places its children by dock and anchor. Docked ones take their edge in the order in which they were added, each from

@@ -8,13 +8,6 @@ namespace gui
 {
 namespace
 {
-constexpr unsigned kLeft = 1;
-constexpr unsigned kKeyRight = 262;
-constexpr unsigned kKeyLeft = 263;
-constexpr unsigned kKeyDown = 264;
-constexpr unsigned kKeyUp = 265;
-constexpr unsigned kKeyHome = 268;
-constexpr unsigned kKeyEnd = 269;
 constexpr int kSliderHandle = 10;
 constexpr int kShortestHandle = 16;
 } // namespace
@@ -25,6 +18,16 @@ GuiTrack::GuiTrack(GuiContext& context, GuiStyle style, const GuiRecti& rect, Gu
       m_axis(axis),
       m_pressedEvent(pressedEvent)
 {
+    SetFocusable(true);
+    myKeepPicture();
+}
+
+void GuiTrack::SetValue(float value)
+{
+    if (value == m_value)
+        return;
+    m_value = value;
+    Redraw();
 }
 
 float GuiTrack::GetValue() const
@@ -38,19 +41,40 @@ void GuiTrack::OnKeyPress(unsigned key)
 {
     if (!IsVisible() || IsLocked() || m_isDragged)
         return;
-    if (key == (myIsVertical() ? kKeyUp : kKeyLeft))
+    if (key == (myIsVertical() ? kGuiKeyUp : kGuiKeyLeft))
         i_Change(GetValue() - myGetStep());
-    else if (key == (myIsVertical() ? kKeyDown : kKeyRight))
+    else if (key == (myIsVertical() ? kGuiKeyDown : kGuiKeyRight))
         i_Change(GetValue() + myGetStep());
-    else if (key == kKeyHome)
+    else if (key == kGuiKeyHome)
         i_Change(myGetLow());
-    else if (key == kKeyEnd)
+    else if (key == kGuiKeyEnd)
         i_Change(myGetHigh());
+    else
+        myPassKey(key);
+}
+
+bool GuiTrack::i_Wheel(unsigned button)
+{
+    const float step = myGetWheelStep();
+    if (step == 0.0F || (button != kGuiMouseWheelUp && button != kGuiMouseWheelDown))
+        return false;
+    if (IsVisible() && !IsLocked() && !m_isDragged)
+        i_Change(GetValue() + (button == kGuiMouseWheelUp ? -step : step));
+    return true;
+}
+
+float GuiTrack::myGetLineHeight() const
+{
+    return static_cast<float>(myGetDraw().GetLineHeight(myGetStyle().font));
 }
 
 void GuiTrack::OnMouseClick(unsigned button)
 {
-    if (button != kLeft || !myIsHoverWidget() || !IsVisible() || IsLocked())
+    if (i_Wheel(button))
+        return;
+    if (button != kGuiMouseLeft)
+        return myPassClick(button);
+    if (!myIsHoverWidget() || !IsVisible() || IsLocked())
         return;
     myGrabInput();
     myGrabFocus();
@@ -61,13 +85,15 @@ void GuiTrack::OnMouseClick(unsigned button)
     if (m_grip < 0 || m_grip >= length)
         m_grip = length / 2;
     m_isDragged = true;
+    SetTicking(true);
+    Redraw();
     i_Emit(0);
     i_Follow();
 }
 
 void GuiTrack::OnMouseRelease(unsigned button)
 {
-    if (button != kLeft || !m_isDragged)
+    if (button != kGuiMouseLeft || !m_isDragged)
         return;
     i_Follow();
     i_StopDragging();
@@ -132,8 +158,10 @@ void GuiTrack::i_Change(float value)
     const float before = GetValue();
     m_value = value;
     m_value = GetValue();
-    if (m_value != before)
-        i_Emit(2);
+    if (m_value == before)
+        return;
+    Redraw();
+    i_Emit(2);
 }
 
 void GuiTrack::i_Emit(int offset)
@@ -146,13 +174,16 @@ void GuiTrack::i_Emit(int offset)
 void GuiTrack::i_StopDragging()
 {
     m_isDragged = false;
+    SetTicking(false);
+    Redraw();
     myReleaseInput();
 }
 
-void GuiSlider::SetRange(float low, float high) noexcept
+void GuiSlider::SetRange(float low, float high)
 {
     m_low = low;
     m_high = high > low ? high : low;
+    Redraw();
 }
 
 int GuiSlider::myGetHandleLength() const
@@ -175,6 +206,14 @@ void GuiSlider::myLoad(GuiStream& stream)
         stream.ReadFloat(*field);
     SetRange(low, high);
     SetValue(value);
+}
+
+void GuiScrollBar::SetContentLength(int length)
+{
+    if (length == m_contentLength)
+        return;
+    m_contentLength = length;
+    Redraw();
 }
 
 float GuiScrollBar::myGetHigh() const

@@ -7,7 +7,8 @@
 namespace gui
 {
 /// A handle on a track, whose place is a value. It is dragged with the left mouse button, a click beside it brings it
-/// there; while it is in focus, arrows, Home and End move it. Ignores both while it is locked or invisible.
+/// there; while it is in focus, arrows, Home and End move it, and of a scroll bar the wheel does. Ignores both while it
+/// is locked or invisible.
 ///
 /// Emits, each with the value as a float in word 0: pressed, released, and changed for every new value by hand. Calls
 /// emit nothing.
@@ -24,7 +25,7 @@ public:
 
     /// Always within the range, also when that has become smaller.
     float GetValue() const;
-    void SetValue(float value) noexcept { m_value = value; }
+    void SetValue(float value);
 
 protected:
     /// `axis`: 0 from left to right, 1 from top to bottom. Events "released" and "changed" follow on `pressedEvent`.
@@ -35,15 +36,19 @@ protected:
     virtual float myGetHigh() const = 0;
     /// Of one key.
     virtual float myGetStep() const = 0;
+    /// Of one notch of the wheel; 0 when it is for others.
+    virtual float myGetWheelStep() const { return 0.0F; }
     /// In pixels along the track.
     virtual int myGetHandleLength() const = 0;
     int myGetLength() const { return GetRect().Size()[m_axis]; }
+    float myGetLineHeight() const;
     bool myIsVertical() const noexcept { return m_axis == 1; }
 
 private:
     GuiRecti i_GetHandle() const;
     void i_Follow();
     void i_Change(float value);
+    bool i_Wheel(unsigned button);
     void i_Emit(int offset);
     void i_StopDragging();
 
@@ -68,7 +73,7 @@ public:
     const char* GetTypeString() const override { return "GWT_SLIDER"; }
 
     /// A range whose end lies before its start has only the start.
-    void SetRange(float low, float high) noexcept;
+    void SetRange(float low, float high);
 
 protected:
     float myGetLow() const override { return m_low; }
@@ -103,13 +108,14 @@ public:
 
     /// Length of what is moved, in pixels.
     int GetContentLength() const noexcept { return m_contentLength; }
-    void SetContentLength(int length) noexcept { m_contentLength = length; }
+    void SetContentLength(int length);
 
 protected:
     float myGetLow() const override { return 0.0F; }
     float myGetHigh() const override;
     /// A tenth of what is seen.
     float myGetStep() const override { return static_cast<float>(myGetLength()) * 0.1F; }
+    float myGetWheelStep() const override { return 3.0F * myGetLineHeight(); }
     int myGetHandleLength() const override;
     /// Length of the content, value.
     void mySave(GuiStream& stream) const override;

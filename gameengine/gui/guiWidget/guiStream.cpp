@@ -125,6 +125,12 @@ void GuiStream::WriteQuotedString(std::string_view text)
     i_Append(token);
 }
 
+void GuiStream::WriteOptionalQuotedString(std::string_view text)
+{
+    if (!text.empty())
+        WriteQuotedString(text);
+}
+
 void GuiStream::WriteNumberOfTabs(int count)
 {
     if (count > 0)
@@ -196,6 +202,25 @@ bool GuiStream::ReadQuotedString(std::string& value)
     value = std::move(text);
     m_position = static_cast<std::int32_t>(at) + 1;
     return i_Finish(true);
+}
+
+bool GuiStream::ReadOptionalQuotedString(std::string& value)
+{
+    const std::int32_t position = m_position;
+    const std::int32_t fault = m_fault;
+    const bool pastEnd = m_pastEnd;
+    std::string text;
+    const auto isQuote = [this]
+    { return m_position < GetReadEnd() && m_data[static_cast<std::size_t>(m_position)] == '"'; };
+    if (isQuote() && ReadQuotedString(text) && isQuote())
+    {
+        value = std::move(text);
+        return true;
+    }
+    m_position = position;
+    m_fault = fault;
+    m_pastEnd = pastEnd;
+    return false;
 }
 
 int GuiStream::ReadNumberOfTabs()

@@ -62,6 +62,8 @@ public:
     void WriteSimpleString(std::string_view text);
     /// Any text, with escapes for backslash, double quote and newline.
     void WriteQuotedString(std::string_view text);
+    /// The same, but nothing for an empty text. Only in front of a quoted string.
+    void WriteOptionalQuotedString(std::string_view text);
     void WriteNumberOfTabs(int count);
     /// Ends the line: the space behind the last token becomes a newline.
     void WriteNewline();
@@ -79,6 +81,8 @@ public:
     bool ReadQuotedString(std::string& value);
     /// Counts the tabs at the cursor and steps over them, over 32 at most. Never a fault.
     int ReadNumberOfTabs();
+    /// A quoted string if it is followed by another one, or else nothing: the text stays as it is. Never a fault.
+    bool ReadOptionalQuotedString(std::string& value);
     /// What `WriteQuotedStrings` wrote. All or nothing: a count that the rest of the data cannot hold, or an item that
     /// is missing, is a fault and leaves `texts` alone.
     bool ReadQuotedStrings(std::vector<std::string>& texts);

@@ -103,7 +103,12 @@ void GuiWidget::OnUpdateLayout(const GuiRectf& rect)
 
 void GuiWidget::OnUpdateRect(const GuiRecti& rect)
 {
+    if (m_rect == rect)
+        return;
     m_rect = rect;
+    if (m_parentLayout)
+        m_parentLayout->OnChildMoved();
+    m_context->RequestPicture();
 }
 
 void GuiWidget::OnKeyPress(unsigned) {}
@@ -133,7 +138,10 @@ void GuiWidget::SetVisible(bool visible)
 
 void GuiWidget::SetLocked(bool locked)
 {
+    if (m_isLocked == locked)
+        return;
     m_isLocked = locked;
+    Redraw();
 }
 
 GuiRecti GuiWidget::GetContainingRect() const
@@ -152,6 +160,28 @@ GuiCallback* GuiWidget::GetCallback() const noexcept
 void GuiWidget::SetCallback(GuiCallback* callback)
 {
     m_callback = callback ? callback->GetSelf() : nullptr;
+}
+
+void GuiWidget::SetParent(GuiWidget* parent) noexcept
+{
+    m_parent = parent;
+    m_parentLayout = parent ? parent->m_asLayout : nullptr;
+}
+
+void GuiWidget::SetStyle(GuiStyle style)
+{
+    m_style = style;
+    Redraw();
+}
+
+void GuiWidget::SetTicking(bool ticking)
+{
+    m_context->SetTicking(*this, ticking);
+}
+
+void GuiWidget::SetOverlay(bool overlay)
+{
+    m_context->SetOverlay(*this, overlay);
 }
 
 void GuiWidget::SetSizePolicy(GuiSizePolicy policy)
@@ -221,7 +251,7 @@ GuiWidget* GuiWidget::FindChild(std::string_view id)
 {
     if (m_id == id)
         return this;
-    const auto* layout = dynamic_cast<GuiLayout*>(this);
+    const GuiLayout* layout = m_asLayout;
     if (!layout)
         return nullptr;
     for (std::size_t i = 0; i < layout->GetChildCount(); ++i)
@@ -247,11 +277,8 @@ GuiWidget* GuiWidget::FindChildNotNull(std::string_view id)
 
 void GuiWidget::DestroySelf()
 {
-    if (auto* layout = dynamic_cast<GuiLayout*>(m_parent))
-    {
-        if (layout->RemoveChild(this)) // deletes it
-            return;
-    }
+    if (m_parentLayout && m_parentLayout->RemoveChild(this)) // deletes it
+        return;
     delete this;
 }
 
@@ -293,7 +320,7 @@ bool GuiWidget::Load(GuiStream& stream)
     if (word != GetTypeString() || depth >= GuiStream::kMaxDepth)
         return false;
     if (depth > 0)
-        m_parent = stream.GetParent(depth - 1);
+        SetParent(stream.GetParent(depth - 1));
     stream.SetParent(depth, this);
     myLoad(stream);
     stream.ReadQuotedString(m_id);
@@ -311,28 +338,45 @@ bool GuiWidget::Load(GuiStream& stream)
     stream.ReadInteger(m_sizePolicy.horizontal);
     stream.ReadInteger(m_sizePolicy.vertical);
     stream.ReadInteger(m_style);
+    Redraw();
     return true;
 }
 
 void GuiWidget::InvalidateLayout()
 {
-    auto* layout = dynamic_cast<GuiLayout*>(this);
-    if (!layout)
-        layout = dynamic_cast<GuiLayout*>(m_parent);
-    else if (auto* above = dynamic_cast<GuiLayout*>(m_parent))
-        above->m_needsLayout = true;
+    m_context->RequestPicture();
+    if (m_asLayout && m_parentLayout)
+        m_parentLayout->m_needsLayout = true;
+    GuiLayout* const layout = m_asLayout ? m_asLayout : m_parentLayout;
     if (!layout)
         return;
     layout->m_needsLayout = true;
     for (GuiWidget* widget = layout->m_parent; widget; widget = widget->m_parent)
     {
-        if (auto* above = dynamic_cast<GuiLayout*>(widget))
+        if (GuiLayout* const above = widget->m_asLayout)
         {
             if (above->m_childNeedsLayout)
                 return;
             above->m_childNeedsLayout = true;
         }
     }
+}
+
+void GuiWidget::Redraw()
+{
+    m_context->RequestRedraw(*this);
+}
+
+void GuiWidget::myPassKey(unsigned key)
+{
+    if (m_parent)
+        m_parent->OnKeyPress(key);
+}
+
+void GuiWidget::myPassClick(unsigned button)
+{
+    if (m_parent)
+        m_parent->OnMouseClick(button);
 }
 
 void GuiWidget::myEmitEvent(std::string_view name, GuiEvent event)
@@ -421,7 +465,7 @@ void GuiWidget::myDrawButton(const GuiRecti& rect, bool isHovered, bool isPresse
 void IterateOverWidgets(GuiWidget& root, void (*function)(GuiWidget& widget, void* user), void* user)
 {
     function(root, user);
-    if (const auto* layout = dynamic_cast<GuiLayout*>(&root))
+    if (const GuiLayout* layout = root.AsLayout())
     {
         for (std::size_t i = 0; i < layout->GetChildCount(); ++i)
             IterateOverWidgets(*layout->GetChild(i), function, user);

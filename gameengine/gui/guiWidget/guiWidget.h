@@ -2,6 +2,7 @@
 
 #include "gameengine/export.h"
 #include "gameengine/gui/guiWidget/guiEvent.h"
+#include "gameengine/gui/guiWidget/guiKey.h"
 #include "gameengine/gui/guiWidget/guiSizePolicy.h"
 #include "gameengine/gui/guiWidget/guiStyle.h"
 #include "gameengine/gui/guiWidget/guiTypes.h"
@@ -13,6 +14,7 @@
 namespace gui
 {
 class GuiContext;
+class GuiLayout;
 class GuiStream;
 
 /// The concrete widget classes. Their names, "GWT_LABEL" and so on, are what `GetTypeString` answers.
@@ -67,6 +69,9 @@ enum GuiAnchor : std::uint32_t
 /// callback are not owned: the context must outlive its widgets. A widget may be destroyed at any time, also by a
 /// callback or a virtual of its own, which must then touch it no more. All rectangles are absolute.
 ///
+/// What nothing happens to costs nothing: only widgets that ask for it are ticked (`SetTicking`) and drawn over the
+/// others (`SetOverlay`), and one that promises to call `Redraw` (`myKeepPicture`) is drawn again only then.
+///
 /// The order of the virtual functions is a contract with other modules: add new ones at the end of derived classes
 /// only.
 class TAMRAGAMEENGINE_API GuiWidget : public NonCopyable
@@ -90,9 +95,10 @@ public:
     /// Who lies at a point of the screen: this or something inside; null when the point is outside or this is
     /// invisible.
     virtual GuiWidget* GetHoverWidget(int x, int y);
+    /// Each pass after `SetTicking`.
     virtual void Tick(float seconds);
     virtual void Render();
-    /// Drawn after everything that was rendered.
+    /// Drawn after everything that was rendered, after `SetOverlay`.
     virtual void RenderOverlay();
     virtual void SetVisible(bool visible);
     virtual void SetLocked(bool locked);
@@ -108,18 +114,38 @@ public:
     const std::string& GetId() const noexcept { return m_id; }
     void SetId(std::string_view id) { m_id = id; }
     GuiWidget* GetParent() const noexcept { return m_parent; }
-    void SetParent(GuiWidget* parent) noexcept { m_parent = parent; }
+    void SetParent(GuiWidget* parent) noexcept;
+    /// This as what holds other widgets; null when it is none.
+    GuiLayout* AsLayout() noexcept { return m_asLayout; }
+    const GuiLayout* AsLayout() const noexcept { return m_asLayout; }
     GuiContext& GetContext() const noexcept { return *m_context; }
     GuiCallback* GetCallback() const noexcept;
     /// Not owned; forgotten when it dies.
     void SetCallback(GuiCallback* callback);
     GuiStyle GetStyle() const noexcept { return m_style; }
-    void SetStyle(GuiStyle style) noexcept { m_style = style; }
+    void SetStyle(GuiStyle style);
     GuiSizePolicy GetSizePolicy() const noexcept { return m_sizePolicy; }
     void SetSizePolicy(GuiSizePolicy policy);
     bool IsVisible() const noexcept { return m_isVisible; }
     bool IsLocked() const noexcept { return m_isLocked; }
     bool IsHoveredOver() const { return myIsHoverWidget(); }
+
+    /// Whether Tab stops at it. Controls are, others are not.
+    bool IsFocusable() const noexcept { return m_isFocusable; }
+    void SetFocusable(bool focusable) noexcept { m_isFocusable = focusable; }
+    /// Whether it hears of Tab itself; Control and Tab then go to the next widget.
+    bool TakesTab() const noexcept { return m_takesTab; }
+    void SetTakesTab(bool takesTab) noexcept { m_takesTab = takesTab; }
+    /// What is shown when the mouse rests on it, or on something inside without one; empty for nothing.
+    const std::string& GetToolTip() const noexcept { return m_toolTip; }
+    void SetToolTip(std::string_view text) { m_toolTip = text; }
+    /// What the mouse shows over it.
+    GuiCursor GetCursor() const noexcept { return m_cursor; }
+    void SetCursor(GuiCursor cursor) noexcept { m_cursor = cursor; }
+    /// Whether `Tick` is called, from the next pass on.
+    void SetTicking(bool ticking);
+    /// Whether `RenderOverlay` is called while it can be seen; who asked last lies over the others.
+    void SetOverlay(bool overlay);
 
     const GuiRecti& GetRect() const noexcept { return m_rect; }
     const GuiRectf& GetLayoutRect() const noexcept { return m_layoutRect; }
@@ -169,10 +195,18 @@ public:
 
     /// Places what is inside anew before the next picture.
     void InvalidateLayout();
+    /// Draws it anew in the next picture. Called by itself when its rectangle, style, visibility, locking, hover or
+    /// focus change.
+    void Redraw();
     /// Ancestors.
     int GetDepth() const noexcept;
 
 protected:
+    /// Promises that `Redraw` is called whenever it would draw something else.
+    void myKeepPicture() noexcept { m_keepsPicture = true; }
+    /// For a key or a button of the mouse that it has no use for: the parent hears of it.
+    void myPassKey(unsigned key);
+    void myPassClick(unsigned button);
     /// Posts an event to the nearest callback upwards; drops it when there is none.
     void myEmitEvent(std::string_view name, GuiEvent event);
     Draw& myGetDraw() const;
@@ -192,14 +226,31 @@ protected:
     void myDrawButton(const GuiRecti& rect, bool isHovered, bool isPressed, bool isLocked, bool isFocused);
 
 private:
+    friend class GuiLayout;
+    friend class GuiContextI;
+
     std::string m_id;
+    std::string m_toolTip;
     bool m_isVisible = true;
     bool m_isLocked = false;
+    bool m_isFocusable = false;
+    bool m_takesTab = false;
+    bool m_keepsPicture = false;
+    // In which of the context's lists it is.
+    bool m_isTicking = false;
+    bool m_isOverlay = false;
+    bool m_isRedrawn = false;
+    bool m_isUnkept = false;
+    GuiCursor m_cursor = GuiCursor::Arrow;
     GuiSizePolicy m_sizePolicy;
     GuiStyle m_style;
     std::shared_ptr<GuiCallback*> m_callback;
     GuiContext* m_context;
     GuiWidget* m_parent = nullptr;
+    GuiLayout* m_asLayout = nullptr;
+    GuiLayout* m_parentLayout = nullptr; // the same as m_parent, when that is a layout
+    int m_piece = -1;                    // of the context's picture,
+    unsigned m_pictureNumber = 0;        // if it is still that one
     GuiRecti m_rect;
     GuiRectf m_layoutRect;
     GuiDock m_dock = GuiDock::None;
