@@ -358,12 +358,7 @@ TEST_F(GuiConsole, TheLogComesInFromAllThreadsAndGoesOut)
     EXPECT_EQ(m_console.GetMessages().size(), 1U) << "until the console's own thread comes by";
     tamra::log::Info("three");
     std::string clipboard;
-    m_console.SetClipboardWriter(
-        [&](const std::string& text)
-        {
-            clipboard = text;
-            return true;
-        });
+    m_console.SetClipboardWriter([&](const std::string& text) { clipboard = text; });
     m_console.Execute("log.copy");
     EXPECT_EQ(clipboard, "one\ntwo\nthree\n");
     const test::TemporaryFolder folder;
@@ -394,7 +389,10 @@ TEST_F(GuiConsole, DrawsTheViewAboveTheInput)
     EXPECT_TRUE(draw.calls.empty()) << "hidden";
     Run("visible:1 active:1 type:echo_hey add:9 scroll:-1");
     m_console.AddMessage("[ERROR] " + std::string(60, 'e') + "\n\tx"); // 48 characters fit
-    m_console.ScrollConsole(1);
+    m_console.RenderGUI(draw, 400, 200);
+    EXPECT_EQ(draw.calls[draw.calls.size() - 4].text, "2 more below");
+    draw.calls.clear();
+    m_console.ScrollConsole(2);
     m_console.RenderGUI(draw, 400, 200);
     EXPECT_EQ(draw.clips, 0);
     std::map<std::string, test::RecordingDraw::Call> texts;
@@ -411,7 +409,7 @@ TEST_F(GuiConsole, DrawsTheViewAboveTheInput)
     EXPECT_LT(texts["9"].rect.y, texts[" x"].rect.y);
     EXPECT_LT(texts[" x"].rect.y, texts["echo hey"].rect.y);
     EXPECT_NE(texts["9"].color, texts[" x"].color);
-    EXPECT_EQ(texts.size(), 2U + 3U + 1U) << "prompt, input, the three rows of the newest, and what has room above";
+    EXPECT_EQ(texts.size(), 2U + 3U + 2U) << "prompt, input, the three rows of the newest, and what has room above";
     m_console.RenderGUI(draw, 0, 0);
     m_console.RenderGUI(draw, 3, 3);
     EXPECT_EQ(draw.clips, 0);

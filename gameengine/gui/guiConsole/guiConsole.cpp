@@ -1,5 +1,6 @@
 #include "gameengine/gui/guiConsole/guiConsole.h"
 
+#include "gameengine/gui/guiWidget/guiKey.h"
 #include "tamraengine/renderer/renderer.h"
 
 #include <algorithm>
@@ -10,11 +11,6 @@ namespace
 constexpr int kPriority = 100;
 constexpr float kBlinkTime = 0.5F;
 constexpr int kPageMessages = 5;
-
-constexpr int kKeyPageUp = 266;
-constexpr int kKeyPageDown = 267;
-constexpr int kKeyHome = 268;
-constexpr int kKeyEnd = 269;
 
 CGuiConsole* g_singleton = nullptr;
 
@@ -296,13 +292,13 @@ bool CGuiConsole::OnKeyDown(int key)
         return false;
     switch (key)
     {
-    case renderer::kKeyEscape: SetInputActive(false); break;
-    case renderer::kKeyUp: m_history.GoBack(m_input); break;
-    case renderer::kKeyDown: m_history.GoForth(m_input); break;
-    case kKeyPageUp: ScrollConsole(-kPageMessages); break;
-    case kKeyPageDown: ScrollConsole(kPageMessages); break;
-    case kKeyHome: ScrollConsole(-static_cast<int>(kMaxMessages)); break;
-    case kKeyEnd: ScrollConsole(static_cast<int>(kMaxMessages)); break;
+    case gui::kGuiKeyEscape: SetInputActive(false); break;
+    case gui::kGuiKeyUp: m_history.GoBack(m_input); break;
+    case gui::kGuiKeyDown: m_history.GoForth(m_input); break;
+    case gui::kGuiKeyPageUp: ScrollConsole(-kPageMessages); break;
+    case gui::kGuiKeyPageDown: ScrollConsole(kPageMessages); break;
+    case gui::kGuiKeyHome: ScrollConsole(-static_cast<int>(kMaxMessages)); break;
+    case gui::kGuiKeyEnd: ScrollConsole(static_cast<int>(kMaxMessages)); break;
     default: break;
     }
     return true;

@@ -36,8 +36,7 @@ public:
     /// Gets the name by which it was called and the text after that. It may add and remove handlers, itself too, and
     /// run commands; it must not destroy the console.
     using Handler = std::function<void(const std::string& name, const std::string& arguments)>;
-    /// Takes a text to the clipboard; false when that failed.
-    using ClipboardWriter = std::function<bool(const std::string& text)>;
+    using ClipboardWriter = std::function<void(const std::string& text)>;
 
     static constexpr std::size_t kMaxMessages = 100;
     /// Messages from the view line on that are shown when nothing is scrolled.
@@ -99,7 +98,8 @@ public:
     /// The settings that the commands "get", "set", "toggle" and "reset" reach.
     CGuiConsoleVariables& GetVariables() noexcept { return m_variables; }
     const CGuiConsoleVariables& GetVariables() const noexcept { return m_variables; }
-    /// For the command "log.copy". At the start there is none.
+    /// Takes a text to the clipboard, such as that of `CWindow`, for the command "log.copy". At the start there is
+    /// none.
     void SetClipboardWriter(ClipboardWriter writer) { m_clipboardWriter = std::move(writer); }
 
     // While the input is active every key is consumed, and so is the wheel; otherwise nothing is.

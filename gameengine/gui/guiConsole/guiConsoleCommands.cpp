@@ -223,9 +223,8 @@ void CGuiConsole::i_CopyLog()
 {
     if (!m_clipboardWriter)
         return AddMessage("[ERROR] There is no clipboard.");
-    const std::size_t count = m_messages.size();
-    AddMessage(m_clipboardWriter(i_JoinMessages()) ? "Copied " + std::to_string(count) + " messages."
-                                                   : "[ERROR] The clipboard did not take the messages.");
+    m_clipboardWriter(i_JoinMessages());
+    AddMessage("Copied " + std::to_string(m_messages.size()) + " messages.");
 }
 
 void CGuiConsole::i_SaveLog(const std::string& fileName)
