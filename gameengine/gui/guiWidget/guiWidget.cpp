@@ -27,7 +27,8 @@ GuiRectf ToFloat(const GuiRecti& rect)
 // What does not fit an integer, or is no number, is cut to what does.
 int Truncate(float value)
 {
-    constexpr float kMost = 1.0e9F;
+    // The greatest of nine digits: those and a sign are what a stream reads back.
+    constexpr float kMost = 999'999'936.0F;
     if (!(value > -kMost))
         return value < 0.0F ? static_cast<int>(-kMost) : 0;
     return static_cast<int>(value < kMost ? value : kMost);
