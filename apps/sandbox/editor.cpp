@@ -94,7 +94,8 @@ void CEditor::Update(float seconds)
 
     m_town.GetViewer().Draw(m_town.GetViewpoint(), seconds);
     m_engine.Update();
-    i_UpdateWindows(seconds);
+    i_UpdateWindows(static_cast<float>(m_frameTime.GetSeconds()));
+    m_frameTime.Restart();
     renderer::CRenderTarget& target = GetTarget();
     target.Bind();
     m_context->Render(target.GetWidth(), target.GetHeight());

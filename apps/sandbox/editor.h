@@ -7,6 +7,7 @@
 #include "gameengine/gameEngine.h"
 #include "gameengine/gui/guiInputAdapter.h"
 #include "gameengine/gui/guiWidget/guiContext.h"
+#include "tamradeps/platform/counters.h"
 
 #include <memory>
 #include <string>
@@ -63,4 +64,5 @@ private:
     gui::GuiLabel* m_status = nullptr;
     std::string m_message; // what the status shows until something is changed
     unsigned m_messageRevision = 0;
+    tamra::platform::CStopwatch m_frameTime; // since the last frame, whatever time that stood for
 };
