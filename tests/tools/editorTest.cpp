@@ -6,6 +6,7 @@
 #include "gameengine/engine/componentLight.h"
 #include "gameengine/engine/componentTransform.h"
 #include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
+#include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "gameengine/gui/guiWidget/guiAutomation.h"
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
