@@ -9,7 +9,7 @@
 #include "gameengine/gui/guiWidget/guiWindow.h"
 #include "support/expectations.h"
 #include "support/random.h"
-#include "support/recordingDraw.h"
+#include "support/recordingPictures.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -75,7 +75,7 @@ protected:
     }
     GuiFreeLayout& Root() { return m_context->GetRoot(); }
 
-    test::RecordingDraw m_draw;
+    test::RecordingPictures m_draw;
     std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
 };
 
@@ -251,8 +251,23 @@ protected:
         m_context->Update(kSeconds[m_random.Below(std::size(kSeconds))]);
         if (m_random.OneIn(4))
             m_context->Render(m_width, m_height);
+        if (m_random.OneIn(16))
+            ComparePictures();
         ASSERT_EQ(m_draw.clips, 0);
         m_draw.calls.clear();
+    }
+
+    // What was replaced piece by piece is what is drawn anew.
+    void ComparePictures()
+    {
+        m_context->Render(m_width, m_height);
+        const auto kept = m_draw.GetPicture();
+        m_context->RequestPicture();
+        m_context->Render(m_width, m_height);
+        const auto drawn = m_draw.GetPicture();
+        const auto [a, b] = std::mismatch(kept.begin(), kept.end(), drawn.begin(), drawn.end());
+        ASSERT_TRUE(kept == drawn) << (a != kept.end() ? a->what + " " + a->text : "nothing") << " instead of "
+                                   << (b != drawn.end() ? b->what + " " + b->text : "nothing");
     }
 
     void Check()
