@@ -25,11 +25,6 @@ int LimitSize(float size)
     return size > 0.0F ? static_cast<int>(std::min(size, static_cast<float>(kMaxSize))) : 0;
 }
 
-bool IsInside(const GuiRecti& rect, Vec2<int> point)
-{
-    return point.x >= rect.x && point.x < rect.x + rect.w && point.y >= rect.y && point.y < rect.y + rect.h;
-}
-
 GuiCursor CursorFor(std::uint32_t edges)
 {
     switch (edges)
@@ -340,7 +335,7 @@ std::uint32_t GuiWindow::i_FindEdges(Vec2<int> point) const
 
 bool GuiWindow::i_IsOnClose(Vec2<int> point) const
 {
-    return i_Has(kWindowClosable) && IsInside(i_GetCloseRect(), point);
+    return i_Has(kWindowClosable) && i_GetCloseRect().Holds(point);
 }
 
 void GuiWindow::i_Start(Action action)
