@@ -27,7 +27,8 @@ GuiRectf ToFloat(const GuiRecti& rect)
 // What does not fit an integer, or is no number, is cut to what does.
 int Truncate(float value)
 {
-    constexpr float kMost = 1.0e9F;
+    // The greatest of nine digits: those and a sign are what a stream reads back.
+    constexpr float kMost = 999'999'936.0F;
     if (!(value > -kMost))
         return value < 0.0F ? static_cast<int>(-kMost) : 0;
     return static_cast<int>(value < kMost ? value : kMost);
@@ -118,10 +119,7 @@ void GuiWidget::OnMouseRelease(unsigned) {}
 
 GuiWidget* GuiWidget::GetHoverWidget(int x, int y)
 {
-    // Differences: a rectangle at the edge of what an integer holds must not overflow.
-    const bool isInside = x >= m_rect.x && y >= m_rect.y && static_cast<std::int64_t>(x) - m_rect.x < m_rect.w &&
-                          static_cast<std::int64_t>(y) - m_rect.y < m_rect.h;
-    return m_isVisible && isInside ? this : nullptr;
+    return m_isVisible && m_rect.Holds({x, y}) ? this : nullptr;
 }
 
 void GuiWidget::Tick(float) {}

@@ -1,0 +1,238 @@
+#include "gameengine/gui/guiWidget/guiContext.h"
+#include "gameengine/gui/guiWidget/guiLayout.h"
+#include "gameengine/gui/guiWidget/guiNodeWidget.h"
+#include "gameengine/gui/guiWidget/guiShortenInternal.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace gui
+{
+namespace
+{
+constexpr int kGridStep = 64;
+constexpr int kNameInset = 12;
+constexpr Vec2<float> kHandle{30.0F, 200.0F}; // the least and the greatest of a curve, in the graph
+constexpr float kSegment = 12.0F;             // pixels
+constexpr int kMostSegments = 96;
+// From these on there are titles, names of pins, text of the style's size, and large text.
+constexpr int kTitlePercent = 50;
+constexpr int kNamePercent = 70;
+constexpr int kTextPercent = 80;
+constexpr int kLargeTextPercent = 150;
+
+Color WithAlpha(Color color, Color alpha)
+{
+    return (color & 0x00FFFFFFU) | alpha << 24U;
+}
+
+bool Overlap(const GuiRecti& a, const GuiRecti& b)
+{
+    return a.x <= b.x + b.w && b.x <= a.x + a.w && a.y <= b.y + b.h && b.y <= a.y + a.h;
+}
+
+GuiRecti Around(Vec2<int> a, Vec2<int> b, int margin)
+{
+    const Vec2<int> low{std::min(a.x, b.x) - margin, std::min(a.y, b.y) - margin};
+    return {low.x, low.y, std::max(a.x, b.x) + margin - low.x, std::max(a.y, b.y) + margin - low.y};
+}
+// A widget may reach far beyond the screen.
+GuiRecti GetSeen(const GuiRecti& rect, const GuiRecti& screen)
+{
+    const Vec2<int> low{std::max(rect.x, screen.x), std::max(rect.y, screen.y)};
+    const Vec2<int> high{std::min(rect.BR().x, screen.BR().x), std::min(rect.BR().y, screen.BR().y)};
+    return {low.x, low.y, std::max(high.x - low.x, 0), std::max(high.y - low.y, 0)};
+}
+} // namespace
+
+void GuiNodeWidget::Render()
+{
+    i_Measure();
+    const GuiStyleData& style = myGetStyle();
+    const GuiRecti rect = GetRect();
+    Draw& draw = myGetDraw();
+    m_drawn = {};
+    m_seen = GetSeen(rect, GetContext().GetRoot().GetRect());
+    draw.PushClip(rect);
+    draw.FillRect(rect, style.panel);
+    i_DrawGrid();
+    i_DrawLinks();
+    const Vec2<int> low = ToGraph({m_seen.x, m_seen.y});
+    const Vec2<int> high = ToGraph(m_seen.BR());
+    m_graph.FindNodes({low.x, low.y, high.x - low.x + 1, high.y - low.y + 1}, m_found);
+    for (const GuiNodeId id : m_found)
+        i_DrawNode(*m_graph.GetNode(id));
+    m_drawn.x = static_cast<int>(m_found.size());
+    if (m_action == Action::Link)
+        i_DrawLooseLink();
+    if (m_action == Action::Frame)
+    {
+        const GuiRecti frame = i_ToScreenRect(i_GetFrame());
+        draw.FillRect(frame, WithAlpha(style.accent, 0x30));
+        draw.FrameRect(frame, style.accent);
+    }
+    draw.FrameRect(rect, myIsFocusWidget() && !IsLocked() ? style.accent : style.border);
+    draw.PopClip();
+}
+
+GuiRecti GuiNodeWidget::i_ToScreenRect(const GuiRecti& rect) const
+{
+    const Vec2<int> low = ToScreen({rect.x, rect.y});
+    const Vec2<int> high = ToScreen({rect.x + rect.w, rect.y + rect.h});
+    return {low.x, low.y, high.x - low.x, high.y - low.y};
+}
+
+int GuiNodeWidget::i_GetTextFont() const
+{
+    const int percent = m_graph.GetView().percent;
+    if (percent >= kLargeTextPercent)
+        return TFB_SEGOE_16;
+    return percent >= kTextPercent ? myGetStyle().font : TFB_PIXEL;
+}
+
+void GuiNodeWidget::i_DrawGrid()
+{
+    const Color color = WithAlpha(myGetStyle().border, 0x50);
+    // Far away, with wider meshes.
+    const int step = m_graph.GetView().percent < kTitlePercent ? 4 * kGridStep : kGridStep;
+    const auto first = [step](int value) { return (value / step - 1) * step; };
+    const Vec2<int> low = ToGraph({m_seen.x, m_seen.y});
+    const Vec2<int> high = ToGraph(m_seen.BR());
+    for (int x = first(low.x); x <= high.x; x += step)
+        myGetDraw().FillRect({ToScreen({x, 0}).x, m_seen.y, 1, m_seen.h}, color);
+    for (int y = first(low.y); y <= high.y; y += step)
+        myGetDraw().FillRect({m_seen.x, ToScreen({0, y}).y, m_seen.w, 1}, color);
+}
+
+void GuiNodeWidget::i_DrawLinks()
+{
+    const GuiStyleData& style = myGetStyle();
+    m_graph.VisitLinks(
+        [&](const GuiNodeLink& link, const GuiNode& from, const GuiNode& to)
+        {
+            if (m_action == Action::Link && link == m_link.old)
+                return;
+            const Color color = from.isSelected || to.isSelected ? style.accent : style.textDisabled;
+            if (i_DrawCurve(ToScreen(m_graph.GetOutputPlace(from, link.output)),
+                            ToScreen(m_graph.GetInputPlace(to, link.input)), color))
+                ++m_drawn.y;
+        });
+}
+
+// From left to right. False when nothing of it can be seen.
+bool GuiNodeWidget::i_DrawCurve(Vec2<int> from, Vec2<int> to, Color color)
+{
+    const float zoom = i_GetZoom();
+    const auto distance = static_cast<float>(to.x - from.x);
+    const auto drop = static_cast<float>(to.y - from.y);
+    const float handle = std::clamp(std::abs(distance) * 0.5F, kHandle.x * zoom, kHandle.y * zoom);
+    GuiRecti reach = Around(from, to, 2);
+    reach.x -= static_cast<int>(handle);
+    reach.w += 2 * static_cast<int>(handle);
+    if (!Overlap(m_seen, reach))
+        return false;
+    const int segments =
+        std::clamp(static_cast<int>((std::abs(distance) + std::abs(drop)) / kSegment), 6, kMostSegments);
+    const float width = zoom < 0.5F ? 1.0F : 2.0F;
+    Vec2<int> last = from;
+    for (int i = 1; i <= segments; ++i)
+    {
+        const float t = static_cast<float>(i) / static_cast<float>(segments);
+        const float u = 1.0F - t;
+        const float x = 3.0F * u * t * (u * handle + t * (distance - handle)) + t * t * t * distance;
+        const float y = (3.0F * u * t * t + t * t * t) * drop;
+        const Vec2<int> next{from.x + static_cast<int>(std::lround(x)), from.y + static_cast<int>(std::lround(y))};
+        if (Overlap(m_seen, Around(last, next, 2)))
+            myGetDraw().Line(last, next, color, width);
+        last = next;
+    }
+    return true;
+}
+
+void GuiNodeWidget::i_DrawNode(const GuiNode& node)
+{
+    const GuiStyleData& style = myGetStyle();
+    const GuiRecti rect = i_ToScreenRect(node.rect);
+    const float zoom = i_GetZoom();
+    const int titleHeight = static_cast<int>(static_cast<float>(GuiNodeGraph::kTitleHeight) * zoom);
+    const int inset = static_cast<int>(kNameInset * zoom);
+    Draw& draw = myGetDraw();
+    draw.FillRoundRect(rect, style.radius, style.background);
+    const Color titleColor = node.isSelected ? style.selection : style.titleBar;
+    draw.FillRoundRect({rect.x, rect.y, rect.w, titleHeight}, style.radius, titleColor);
+    draw.FillRect({rect.x, rect.y + titleHeight / 2, rect.w, titleHeight - titleHeight / 2}, titleColor);
+    const bool isHot = m_hot.part == GuiNodeHit::Part::Body && m_hot.node == node.id && m_action == Action::None;
+    draw.FrameRoundRect(rect, style.radius, node.isSelected || isHot ? style.accent : style.border);
+    if (m_graph.GetView().percent >= kTitlePercent)
+    {
+        const int font = i_GetTextFont();
+        draw.Text(rect.x + inset, rect.y + (titleHeight - draw.GetLineHeight(font)) / 2,
+                  Shorten(draw, node.title, rect.w - 2 * inset, font, m_shortened),
+                  IsLocked() ? style.textDisabled : style.text, font);
+    }
+    i_DrawPins(node, true);
+    i_DrawPins(node, false);
+}
+
+void GuiNodeWidget::i_DrawPins(const GuiNode& node, bool areInputs)
+{
+    const GuiStyleData& style = myGetStyle();
+    Draw& draw = myGetDraw();
+    const int font = i_GetTextFont();
+    const int lineHeight = draw.GetLineHeight(font);
+    const int inset = static_cast<int>(kNameInset * i_GetZoom());
+    const int fullWidth = i_ToScreenRect(node.rect).w - 2 * inset;
+    const std::vector<std::string>& names = areInputs ? node.inputs : node.outputs;
+    const std::vector<std::string>& others = areInputs ? node.outputs : node.inputs;
+    for (int i = 0; static_cast<std::size_t>(i) < names.size(); ++i)
+    {
+        const auto index = static_cast<std::size_t>(i);
+        const Vec2<int> place = ToScreen(areInputs ? m_graph.GetInputPlace(node, i) : m_graph.GetOutputPlace(node, i));
+        if (place.y + lineHeight < m_seen.y || place.y - lineHeight > m_seen.y + m_seen.h)
+            continue;
+        const auto part = areInputs ? GuiNodeHit::Part::Input : GuiNodeHit::Part::Output;
+        i_DrawPin(place, {part, node.id, i}, areInputs && m_graph.GetLinkTo(node.id, i).from != 0);
+        if (m_graph.GetView().percent < kNamePercent)
+            continue;
+        // What the one on the other side leaves over, but half of it at least.
+        const int other = index < others.size() ? draw.GetTextWidth(others[index], font) + inset / 2 : 0;
+        const int room = std::max(fullWidth - other, fullWidth / 2);
+        const std::string_view name = Shorten(draw, names[index], room, font, m_shortened);
+        const int x = areInputs ? place.x + inset : place.x - inset - draw.GetTextWidth(name, font);
+        draw.Text(x, place.y - lineHeight / 2, name, IsLocked() ? style.textDisabled : style.text, font);
+    }
+}
+
+void GuiNodeWidget::i_DrawPin(Vec2<int> place, const GuiNodeHit& pin, bool isLinked)
+{
+    const GuiStyleData& style = myGetStyle();
+    const bool isTarget = m_action == Action::Link && i_IsTarget(pin);
+    const bool isHot = pin == m_hot && (isTarget || m_action == Action::None);
+    const auto radius =
+        static_cast<int>(std::lround(static_cast<float>(GuiNodeGraph::kPinRadius + (isHot ? 2 : 0)) * i_GetZoom()));
+    const GuiRecti rect(place.x - radius, place.y - radius, 2 * radius + 1, 2 * radius + 1);
+    Color color = isLinked ? style.textDisabled : style.face;
+    if (isTarget || isHot)
+        color = style.accent;
+    myGetDraw().FillRoundRect(rect, radius, color);
+    myGetDraw().FrameRoundRect(rect, radius, isHot ? style.accentText : style.border);
+}
+
+void GuiNodeWidget::i_DrawLooseLink()
+{
+    const GuiNode* const node = m_graph.GetNode(m_link.start.node);
+    if (!node)
+        return;
+    const bool isFromOutput = m_link.start.part == GuiNodeHit::Part::Output;
+    const Vec2<int> start = ToScreen(isFromOutput ? m_graph.GetOutputPlace(*node, m_link.start.pin)
+                                                  : m_graph.GetInputPlace(*node, m_link.start.pin));
+    Vec2<int> end = m_lastMouse;
+    // Over a pin that takes it, it snaps there.
+    const GuiNode* const target = i_IsTarget(m_hot) ? m_graph.GetNode(m_hot.node) : nullptr;
+    if (target)
+        end = ToScreen(isFromOutput ? m_graph.GetInputPlace(*target, m_hot.pin)
+                                    : m_graph.GetOutputPlace(*target, m_hot.pin));
+    const Color color = target ? myGetStyle().accent : myGetStyle().text;
+    i_DrawCurve(isFromOutput ? start : end, isFromOutput ? end : start, color);
+}
+} // namespace gui

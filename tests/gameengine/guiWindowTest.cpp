@@ -1,0 +1,285 @@
+#include "gameengine/gui/guiWidget/guiWindow.h"
+
+#include "gameengine/gui/guiWidget/guiButton.h"
+#include "gameengine/gui/guiWidget/guiContext.h"
+#include "gameengine/gui/guiWidget/guiLabel.h"
+#include "gameengine/gui/guiWidget/guiList.h"
+#include "gameengine/gui/guiWidget/guiStream.h"
+#include "gameengine/gui/guiWidget/guiWidgetFile.h"
+#include "support/recordingDraw.h"
+
+#include <string>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+using namespace gui;
+
+namespace
+{
+class Callback : public GuiCallback
+{
+public:
+    bool OnGuiEvent(const char* name, const GuiEvent& event) override
+    {
+        heard += std::string(heard.empty() ? "" : " ") + name + std::to_string(event.type) + ":" +
+                 std::to_string(event.GetInt(0));
+        return true;
+    }
+
+    std::string heard;
+};
+
+// Windows have a title bar of 22 pixels and edges of 4.
+class GuiWindows : public testing::Test
+{
+protected:
+    GuiWindows()
+    {
+        m_root.SetCallback(&m_callback);
+        m_context->Render(400, 300);
+    }
+
+    template <class Widget>
+    Widget* Add(GuiLayout& layout, const char* id, const GuiRecti& rect)
+    {
+        auto widget = std::make_unique<Widget>(*m_context);
+        widget->SetId(id);
+        widget->SetRect(rect);
+        return static_cast<Widget*>(layout.AddChild(std::move(widget)));
+    }
+    void Move(Vec2<int> to)
+    {
+        m_context->SetMousePos(to.x, to.y);
+        m_context->Update(0.01F);
+    }
+    void Press(Vec2<int> at)
+    {
+        m_context->SetMousePos(at.x, at.y);
+        m_context->PushMouseClick(kGuiMouseLeft);
+        m_context->Update(0.01F);
+    }
+    // Answers the events, which come one pass later.
+    std::string Release(float rest = 1.0F)
+    {
+        m_context->PushMouseRelease(kGuiMouseLeft);
+        m_context->Update(0.01F);
+        m_context->Update(rest);
+        return std::exchange(m_callback.heard, {});
+    }
+    std::string Click(Vec2<int> at, float rest = 1.0F)
+    {
+        Press(at);
+        return Release(rest);
+    }
+    std::string Key(unsigned key, unsigned held = 0)
+    {
+        if (held != 0)
+            m_context->PushKeyPress(held);
+        m_context->PushKeyPress(key);
+        m_context->PushKeyRelease(key);
+        if (held != 0)
+            m_context->PushKeyRelease(held);
+        m_context->Update(0.01F);
+        m_context->Update(0.01F);
+        return std::exchange(m_callback.heard, {});
+    }
+
+    test::RecordingDraw m_draw;
+    Callback m_callback;
+    std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
+    GuiFreeLayout& m_root = m_context->GetRoot();
+};
+
+TEST_F(GuiWindows, MoveAndResizeWithinBounds)
+{
+    const GuiRecti start(100, 100, 100, 80);
+    auto* window = Add<GuiWindow>(m_root, "w", start);
+    window->SetMinimumSize({70, 30});
+    window->SetMaximumSize({300, 0});
+    const struct
+    {
+        Vec2<int> from;
+        Vec2<int> by;
+        GuiRecti after;
+        GuiCursor cursor;
+    } cases[] = {
+        {{130, 110}, {30, 20}, {130, 120, 100, 80}, GuiCursor::Arrow},
+        {{130, 110}, {-999, -999}, {-36, 0, 100, 80}, GuiCursor::Arrow}, // 64 pixels of the title bar stay
+        {{130, 110}, {999, 999}, {336, 278, 100, 80}, GuiCursor::Arrow},
+        {{199, 150}, {50, 9}, {100, 100, 150, 80}, GuiCursor::SizeHorizontal},
+        {{199, 150}, {999, 9}, {100, 100, 300, 80}, GuiCursor::SizeHorizontal},
+        {{100, 150}, {-20, 9}, {80, 100, 120, 80}, GuiCursor::SizeHorizontal},
+        {{100, 150}, {999, 9}, {130, 100, 70, 80}, GuiCursor::SizeHorizontal}, // the right edge stays
+        {{150, 179}, {9, -999}, {100, 100, 100, 30}, GuiCursor::SizeVertical},
+        {{150, 100}, {9, -999}, {100, 0, 100, 180}, GuiCursor::SizeVertical}, // no title bar beyond the upper edge
+        {{199, 179}, {10, 20}, {100, 100, 110, 100}, GuiCursor::SizeDiagonalDown},
+        {{100, 109}, {-10, -20}, {90, 80, 110, 100}, GuiCursor::SizeDiagonalDown},
+        {{190, 179}, {-10, 20}, {100, 100, 90, 100}, GuiCursor::SizeDiagonalDown},
+        {{102, 178}, {-10, 20}, {90, 100, 110, 100}, GuiCursor::SizeDiagonalUp},
+        {{150, 150}, {9, 9}, start, GuiCursor::Arrow},
+    };
+    for (const auto& entry : cases)
+    {
+        SCOPED_TRACE(testing::PrintToString(&entry - cases));
+        const Vec2<int> end{entry.from.x + entry.by.x, entry.from.y + entry.by.y};
+        window->SetRect(start);
+        Move(entry.from);
+        EXPECT_EQ(m_context->GetCursor(), entry.cursor);
+        Press(entry.from);
+        Move({150, 150});
+        Move(end);
+        EXPECT_EQ(window->GetRect(), entry.after);
+        // Taken back, and done in one step.
+        Key(kGuiKeyEscape);
+        EXPECT_EQ(window->GetRect(), start);
+        window->SetVisible(true); // where nothing was under way, Escape closed it
+        EXPECT_EQ(m_context->GetInputWidget(), nullptr);
+        Release();
+        Press(entry.from);
+        m_context->SetMousePos(end.x, end.y);
+        Release();
+        EXPECT_EQ(window->GetRect(), entry.after);
+        window->SetFlags(0);
+        window->SetRect(start);
+        Press(entry.from);
+        Move(end);
+        Release();
+        EXPECT_EQ(window->GetRect(), start);
+        window->SetFlags(GuiWindow::kUsualFlags);
+    }
+
+    Click({150, 150}); // on the frame: it has the focus now
+    EXPECT_EQ(m_context->GetFocusWidget(), window);
+    Key(kGuiKeyLeft);
+    Key(kGuiKeyDown, kGuiKeyLeftControl);
+    Key(kGuiKeyRight, kGuiKeyLeftShift);
+    EXPECT_EQ(window->GetRect(), GuiRecti(84, 101, 116, 80));
+
+    // It follows when its parent shrinks, and lets go when it is locked.
+    m_context->Render(90, 90);
+    EXPECT_EQ(window->GetRect(), GuiRecti(26, 68, 116, 80));
+    Press({50, 75});
+    window->SetLocked(true);
+    Move({20, 20});
+    EXPECT_EQ(window->GetRect().x, 26);
+    EXPECT_EQ(Click({50, 75}) + Key(kGuiKeyEscape), "");
+}
+
+TEST_F(GuiWindows, ComeToTheFrontAndClose)
+{
+    auto* low = Add<GuiWindow>(m_root, "low", {10, 10, 100, 100});
+    auto* button = Add<GuiButton>(*low, "button", {});
+    auto* high = Add<GuiWindow>(m_root, "high", {60, 10, 100, 100});
+    auto* label = Add<GuiLabel>(*high, "label", {});
+    m_context->Update(0.01F);
+    EXPECT_EQ(button->GetRect(), GuiRecti(14, 32, 92, 74));
+    EXPECT_EQ(m_root.GetHoverWidget(80, 50), label);
+    // By what lies in it, with the focus there if it takes it.
+    EXPECT_EQ(Click({30, 50}), "low19:0 button3:0 button4:1");
+    EXPECT_TRUE(low->IsActive() && !high->IsActive());
+    EXPECT_EQ(m_root.GetHoverWidget(80, 50), button);
+    EXPECT_EQ(Click({30, 50}), "button3:0 button4:1");
+    EXPECT_EQ(m_context->GetFocusWidget(), button);
+    EXPECT_EQ(Click({130, 50}), "high19:0");
+    EXPECT_EQ(m_context->GetFocusWidget(), high);
+    m_context->SetMousePos(30, 50); // no click
+    m_context->PushMouseClick(kGuiMouseWheelUp);
+    EXPECT_EQ(Release(), "");
+    EXPECT_FALSE(low->IsActive());
+
+    // Escape, from inside too, and the button, when the mouse comes up there.
+    EXPECT_EQ(Key(kGuiKeyEscape), "high20:1");
+    EXPECT_FALSE(high->IsVisible());
+    EXPECT_TRUE(low->IsActive());
+    EXPECT_EQ(m_context->GetFocusWidget(), low);
+    low->SetFlags(kWindowClosable | kWindowAsksToClose);
+    Click({30, 50});
+    EXPECT_EQ(Key(kGuiKeyEscape), "low20:0");
+    EXPECT_TRUE(low->IsVisible());
+    Press({99, 20});
+    Move({80, 50});
+    EXPECT_EQ(Release(), "");
+    EXPECT_EQ(Click({99, 20}), "low20:0");
+    low->SetFlags(0);
+    EXPECT_EQ(Key(kGuiKeyEscape) + Click({99, 20}), "");
+
+    // The order of a list stays.
+    auto* list = Add<GuiListV>(m_root, "list", {200, 0, 100, 300});
+    auto* first = Add<GuiWindow>(*list, "first", {0, 0, 100, 50});
+    Add<GuiWindow>(*list, "second", {0, 0, 100, 50});
+    m_context->Update(0.01F);
+    EXPECT_EQ(Click({250, 20}), "first19:0");
+    EXPECT_EQ(list->GetChild(0), first);
+
+    // A modal one keeps the others from everything, and has the focus from the start.
+    high->SetFlags(GuiWindow::kUsualFlags | kWindowModal);
+    high->SetVisible(true);
+    EXPECT_TRUE(high->IsActive());
+    EXPECT_EQ(m_context->GetFocusWidget(), high);
+    EXPECT_EQ(Click({30, 50}), "");
+    EXPECT_EQ(Key(kGuiKeyEscape), "high20:1");
+    EXPECT_EQ(Click({30, 50}), "button3:0 button4:1"); // it was the next one, and is active again
+    high->SetVisible(true);
+    high->DestroySelf();
+    EXPECT_EQ(Click({30, 50}), "low19:0 button3:0 button4:1");
+}
+
+TEST_F(GuiWindows, CollapseAndRoundTrip)
+{
+    auto* window = Add<GuiWindow>(m_root, "w", {100, 100, 100, 80});
+    window->SetTitle("a \"long\" title");
+    auto* button = Add<GuiButton>(*window, "b", {});
+    m_context->Update(0.01F);
+    m_context->GrabFocus(button);
+    Click({130, 110}, 0.0F);
+    Click({130, 110});
+    EXPECT_TRUE(window->IsCollapsed());
+    EXPECT_EQ(m_root.GetHoverWidget(130, 150), &m_root);
+    EXPECT_EQ(m_root.GetHoverWidget(130, 121), window);
+    EXPECT_EQ(m_context->GetFocusWidget(), window);
+    Key(kGuiKeyTab);
+    EXPECT_NE(m_context->GetFocusWidget(), button);
+    m_draw.calls.clear();
+    m_context->Render(400, 300);
+    EXPECT_EQ(m_draw.clips, 0);
+    std::string texts;
+    for (const auto& call : m_draw.calls)
+        texts += call.text;
+    EXPECT_EQ(texts, "a \"lo..."); // up to the button, 62 pixels
+
+    // Read back it is the same; whatever came into it meanwhile shows when it opens.
+    GuiStream stream;
+    window->SetMinimumSize({70, 30});
+    window->SetMaximumSize({300, 0});
+    WriteWidgets(*window, stream);
+    EXPECT_EQ(stream.GetData().substr(0, stream.GetData().find(" \"w\"")),
+              "\tGWT_WINDOW \"a \\\"long\\\" title\" 70 30 300 0 79");
+    window->DestroySelf();
+    GuiStream copy(stream.GetData());
+    EXPECT_TRUE(ReadWidgets(m_root, copy));
+    window = static_cast<GuiWindow*>(m_root.FindChild("w"));
+    ASSERT_NE(window, nullptr);
+    EXPECT_FALSE(window->GetChild(0)->IsVisible());
+    GuiStream again;
+    WriteWidgets(*window, again);
+    EXPECT_EQ(again.GetData(), stream.GetData());
+    window->SetCollapsed(false);
+    EXPECT_TRUE(window->GetChild(0)->IsVisible());
+    window->GetChild(0)->SetVisible(false); // by the program: that stays
+    window->SetCollapsed(true);
+    window->SetCollapsed(false);
+    EXPECT_FALSE(window->GetChild(0)->IsVisible());
+
+    GuiStream hostile("GWT_WINDOW \"\" -5 2147483647 -1 x -1 \"h\" 2147483647 -999999999 -5 9 NONE NONE 0 0 0\n");
+    EXPECT_FALSE(ReadWidgets(m_root, hostile));
+    auto* odd = static_cast<GuiWindow*>(m_root.FindChild("h"));
+    ASSERT_NE(odd, nullptr);
+    EXPECT_EQ(odd->GetMinimumSize(), Vec2<float>(0, 100000));
+    EXPECT_EQ(odd->GetFlags(), 127U);
+    Move({399, 5});
+    Click({399, 5});
+    m_context->Render(400, 300);
+    EXPECT_EQ(m_draw.clips, 0);
+}
+} // namespace
