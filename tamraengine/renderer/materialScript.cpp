@@ -1,6 +1,7 @@
 #include "tamraengine/renderer/materialScript.h"
 
 #include "tamradeps/core/log.h"
+#include "tamradeps/io/assetName.h"
 #include "tamraengine/renderer/luaSandboxInternal.h"
 
 #include <algorithm>
@@ -36,12 +37,6 @@ bool IsPrintable(std::string_view text)
 {
     return text.size() <= kMaxTextLength &&
            std::none_of(text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; });
-}
-
-bool IsFileName(std::string_view text)
-{
-    const bool isRelative = !text.empty() && text[0] != '/' && text.find_first_of(":\\") == std::string_view::npos;
-    return isRelative && IsPrintable(text) && text.find("..") == std::string_view::npos;
 }
 
 bool IsDefine(std::string_view text)
@@ -135,7 +130,7 @@ private:
     std::string i_ReadFileName(std::string& name) const
     {
         const std::string_view text = i_GetText();
-        if (!IsFileName(text))
+        if (!tamra::IsAssetName(text))
             return "a relative file name";
         name = text;
         return {};

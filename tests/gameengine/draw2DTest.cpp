@@ -304,6 +304,57 @@ TEST_F(Draw2DTest, CallsFollowTheChanges)
     EXPECT_EQ(At(28, 1), kRed);
 }
 
+TEST_F(Draw2DTest, PicturesKeepTheirPlaceAndTheirPieces)
+{
+    const std::shared_ptr<DrawPicture> picture = m_draw->CreatePicture();
+    m_draw->BeginPicture(*picture);
+    m_draw->PushClip({0, 0, 100, 50});
+    m_draw->BeginPiece();
+    m_draw->FillRect({0, 0, 200, 10}, kRed);
+    const int area = m_draw->EndPiece();
+    m_draw->BeginPiece();
+    m_draw->Text(0, 20, "pi", kWhite, TFB_PIXEL);
+    const int text = m_draw->EndPiece();
+    m_draw->EndPicture(); // also ends the clip
+    const auto replace = [&](int piece, const auto& draw)
+    {
+        m_draw->BeginReplace(*picture, piece);
+        draw();
+        return m_draw->EndReplace();
+    };
+    const auto show = [&]
+    {
+        m_draw->PushClip({300, 0, 1, 1});
+        m_draw->AddPicture(picture);
+        m_draw->PopClip();
+        m_draw->FillRect({0, 0, 1, 1}, kBlue);
+        Render();
+    };
+    m_draw->FillRect({1, 0, 20, 30}, kGreen); // under the picture
+    show();
+    EXPECT_EQ(At(0, 0), kBlue);
+    EXPECT_EQ(At(1, 0), kRed);
+    EXPECT_EQ(At(1, 15), kGreen);
+    EXPECT_EQ(At(99, 5), kRed);
+    EXPECT_EQ(At(100, 5), 0xFF000000);
+    EXPECT_EQ(m_draw->GetStatistics().drawCalls, 3U);
+
+    EXPECT_TRUE(replace(area, [&] { m_draw->FillRect({0, 0, 200, 10}, kBlue); }));
+    EXPECT_TRUE(replace(text, [&] { m_draw->Text(0, 20, "pixel", kRed, TFB_PIXEL); }));
+    show();
+    EXPECT_EQ(At(99, 5), kBlue);
+    EXPECT_EQ(At(100, 5), 0xFF000000) << "the clip of then";
+    const int lit = CountLit();
+    EXPECT_FALSE(replace(text, [&] { m_draw->Text(0, 20, std::string(100, '#'), kRed, TFB_PIXEL); })) << "too long";
+    EXPECT_FALSE(replace(text, [&] { m_draw->Text(0, 20, "pi", kRed, TFB_SEGOE); })) << "another font";
+    EXPECT_FALSE(replace(text, [&] { m_draw->FillTriangle({0, 0}, {900, 0}, {0, 900}, kRed); })) << "another clip";
+    EXPECT_FALSE(replace(7, [] {}));
+    EXPECT_TRUE(replace(area, [] {}));
+    EXPECT_TRUE(replace(area, [&] { m_draw->FillRect({0, 0, 200, 10}, kBlue); }));
+    show();
+    EXPECT_EQ(CountLit(), lit);
+}
+
 TEST_F(Draw2DTest, SteadyFramesAllocateNothing)
 {
     m_target->Bind();

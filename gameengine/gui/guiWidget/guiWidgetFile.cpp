@@ -1,12 +1,17 @@
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 
 #include "gameengine/gui/guiWidget/guiButton.h"
+#include "gameengine/gui/guiWidget/guiDropList.h"
 #include "gameengine/gui/guiWidget/guiGroupBox.h"
+#include "gameengine/gui/guiWidget/guiImage.h"
 #include "gameengine/gui/guiWidget/guiLabel.h"
 #include "gameengine/gui/guiWidget/guiList.h"
+#include "gameengine/gui/guiWidget/guiListBox.h"
 #include "gameengine/gui/guiWidget/guiNodeWidget.h"
 #include "gameengine/gui/guiWidget/guiSlider.h"
+#include "gameengine/gui/guiWidget/guiSpinner.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
+#include "gameengine/gui/guiWidget/guiTextEdit.h"
 #include "gameengine/gui/guiWidget/guiWindow.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
@@ -47,13 +52,19 @@ constexpr std::array kKinds{
     Kind{"GWT_RADIOBUTTON", Make<GuiRadioButton>},
     Kind{"GWT_SCROLLBAR_H", Make<GuiScrollBar, false>},
     Kind{"GWT_SCROLLBAR_V", Make<GuiScrollBar, true>},
+    Kind{"GWT_TEXTEDIT_LINE", Make<GuiTextEditLine>},
+    Kind{"GWT_TEXTEDIT_BOX", Make<GuiTextEditBox>},
+    Kind{"GWT_SPINNER", Make<GuiSpinner>},
+    Kind{"GWT_DROPLIST", Make<GuiDropList>},
     Kind{"GWT_SPACER_H", Make<GuiSpacer, false>},
     Kind{"GWT_SPACER_V", Make<GuiSpacer, true>},
     Kind{"GWT_FREELAYOUT", Make<GuiFreeLayout>},
     Kind{"GWT_LIST_H", Make<GuiListH>},
     Kind{"GWT_LIST_V", Make<GuiListV>},
+    Kind{"GWT_LISTBOX", Make<GuiListBox>},
     Kind{"GWT_GROUPBOX", Make<GuiGroupBox>},
     Kind{"GWT_WINDOW", Make<GuiWindow>},
+    Kind{"GWT_IMAGE", Make<GuiImage>},
     Kind{"GWT_NODEWIDGET", Make<GuiNodeWidget>},
 };
 
