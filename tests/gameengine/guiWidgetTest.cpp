@@ -1,6 +1,7 @@
 #include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
+#include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "support/expectations.h"
 #include "support/random.h"
 #include "support/recordingDraw.h"
@@ -245,10 +246,14 @@ TEST_F(GuiWidgets, DocksAndAnchors)
     m_context->Render(300, 200);
     for (std::size_t i = 0; i < probes.size(); ++i)
         EXPECT_EQ(probes[i]->GetRect(), cases[i].after) << i;
-    // Nothing to do, nothing done; and the same again gives the same.
+    // Nothing to do, nothing done; and the same again gives the same, also after there was no room for anybody.
     m_context->Update(0.01F);
     m_context->Update(0.01F);
     EXPECT_EQ(m_context->GetLayoutCount(), 0);
+    m_context->Render(2, 2);
+    m_context->Render(300, 200);
+    for (std::size_t i = 0; i < probes.size(); ++i)
+        EXPECT_EQ(probes[i]->GetRect(), cases[i].after) << i;
     m_root.InvalidateLayout();
     m_context->Update(0.01F);
     EXPECT_EQ(m_context->GetLayoutCount(), 1);
@@ -256,6 +261,14 @@ TEST_F(GuiWidgets, DocksAndAnchors)
         EXPECT_EQ(probes[i]->GetRect(), cases[i].after) << i;
     probes[0]->SetAnchorMask(0);
     EXPECT_EQ(probes[0]->GetDockingPosition(), GuiDock::None);
+
+    // Distances are those of the file, not those from the room that it is read into.
+    GuiStream stream(std::string("GWT_FREELAYOUT \"box\" 10 10 100 50 NONE CENTER 7 7 0\n"
+                                 "\tGWT_SPACER_H \"inside\" 80 20 20 10 RIGHT|TOP NONE 0 0 0\n"));
+    GuiFreeLayout* outer = AddLayout(m_root, "outer", {20, 20, 200, 100});
+    ASSERT_TRUE(ReadWidgets(*outer, stream));
+    m_context->Update(0.01F);
+    EXPECT_EQ(outer->FindChild("inside")->GetRect(), GuiRecti(190, 30, 20, 10));
 }
 
 TEST_F(GuiWidgets, LinesRoundTrip)

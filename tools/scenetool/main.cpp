@@ -10,7 +10,7 @@
 #include "tools/sceneTools/sceneConvert.h"
 #include "tools/sceneTools/sceneInspect.h"
 #include "tools/sceneTools/townMap.h"
-#include "tools/scenetool/terminal.h"
+#include "tools/terminal/terminal.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -306,7 +306,7 @@ private:
 
 int main(int count, char** values)
 {
-    CTerminalLog log;
+    CTerminalLog log("scenetool");
     RegisterBuiltInComponents();
     try
     {

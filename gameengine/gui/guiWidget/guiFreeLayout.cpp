@@ -59,6 +59,23 @@ GuiFreeLayout::GuiFreeLayout(GuiContext& context, GuiStyle style, const GuiRecti
 {
 }
 
+void GuiFreeLayout::OnUpdateLayout(const GuiRectf& rect)
+{
+    GuiLayoutMulti::OnUpdateLayout(rect);
+    // Children are placed for the rectangle that they are put into, such as that of a file.
+    if (GetChildCount() == 0 && rect.w > 0.0F && rect.h > 0.0F)
+    {
+        m_lastRect = rect;
+        m_hasLast = true;
+    }
+}
+
+std::unique_ptr<GuiWidget> GuiFreeLayout::RemoveChild(GuiWidget* child)
+{
+    m_anchored.erase(child);
+    return GuiLayoutMulti::RemoveChild(child);
+}
+
 void GuiFreeLayout::AdjustLayout()
 {
     const GuiRecti room = GetContainingRect();
@@ -69,25 +86,36 @@ void GuiFreeLayout::AdjustLayout()
     for (std::size_t i = 0; i < GetChildCount(); ++i)
     {
         GuiWidget& child = *GetChild(i);
-        GuiRectf rect = child.GetLayoutRect();
-        if (child.GetDockingPosition() != GuiDock::None)
-        {
-            // What is not seen takes no room.
-            if (!child.IsVisible())
-                continue;
-            rect = TakeDocked(child.GetDockingPosition(), child.GetPreferredSize(), left);
-        }
-        else
-        {
-            const std::uint32_t mask = child.GetAnchorMask();
-            MoveAnchored((mask & kAnchorLeft) != 0, (mask & kAnchorRight) != 0, before.x, before.w, now.x, now.w,
-                         rect.x, rect.w);
-            MoveAnchored((mask & kAnchorTop) != 0, (mask & kAnchorBottom) != 0, before.y, before.h, now.y, now.h,
-                         rect.y, rect.h);
-        }
-        child.PlaceAt(rect);
+        if (child.GetDockingPosition() == GuiDock::None)
+            i_PlaceAnchored(child, before, now);
+        else if (child.IsVisible()) // what is not seen takes no room
+            child.PlaceAt(TakeDocked(child.GetDockingPosition(), child.GetPreferredSize(), left));
     }
     m_lastRect = now;
     m_hasLast = true;
+}
+
+void GuiFreeLayout::i_PlaceAnchored(GuiWidget& child, const GuiRectf& before, const GuiRectf& now)
+{
+    const std::uint32_t mask = child.GetAnchorMask();
+    GuiRectf rect = child.GetLayoutRect();
+    if (mask == (kAnchorLeft | kAnchorTop))
+    {
+        rect.x += now.x - before.x;
+        rect.y += now.y - before.y;
+        child.PlaceAt(rect);
+        return;
+    }
+    // From where it was put, and not from where it came by resizing: nothing is left when there is no room for it.
+    const auto [entry, isNew] = m_anchored.try_emplace(&child);
+    Anchored& anchored = entry->second;
+    if (isNew || rect != anchored.placed || mask != anchored.mask)
+        anchored = {mask, before, rect, rect};
+    rect = anchored.rect;
+    const GuiRectf& start = anchored.room;
+    MoveAnchored((mask & kAnchorLeft) != 0, (mask & kAnchorRight) != 0, start.x, start.w, now.x, now.w, rect.x, rect.w);
+    MoveAnchored((mask & kAnchorTop) != 0, (mask & kAnchorBottom) != 0, start.y, start.h, now.y, now.h, rect.y, rect.h);
+    anchored.placed = rect;
+    child.PlaceAt(rect);
 }
 } // namespace gui

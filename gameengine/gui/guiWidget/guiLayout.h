@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 namespace gui
@@ -97,7 +98,8 @@ private:
 
 /// Places its children by dock and anchor. Docked ones take their edge in the order in which they were added, each from
 /// what the ones before left over; `Center` takes the rest. The others keep their distance from the edges that they are
-/// anchored to: from both of a pair they are stretched, from none of a pair they stay in proportion.
+/// anchored to: from both of a pair they are stretched, from none of a pair they stay in proportion. The distances are
+/// those from the rectangle that the layout had when they were put there, by a file or a call.
 class TAMRAGAMEENGINE_API GuiFreeLayout : public GuiLayoutMulti
 {
 public:
@@ -107,9 +109,23 @@ public:
     GuiWidgetType GetType() const override { return GuiWidgetType::FreeLayout; }
     const char* GetTypeString() const override { return "GWT_FREELAYOUT"; }
     void AdjustLayout() override;
+    void OnUpdateLayout(const GuiRectf& rect) override;
+    std::unique_ptr<GuiWidget> RemoveChild(GuiWidget* child) override;
 
 private:
-    GuiRectf m_lastRect; // at the last adjustment, from which anchors keep their distances
+    // Where a child was put, in which room, and where that has brought it.
+    struct Anchored
+    {
+        std::uint32_t mask;
+        GuiRectf room;
+        GuiRectf rect;
+        GuiRectf placed;
+    };
+
+    void i_PlaceAnchored(GuiWidget& child, const GuiRectf& before, const GuiRectf& now);
+
+    GuiRectf m_lastRect; // at the last adjustment, or when the first child came
     bool m_hasLast = false;
+    std::unordered_map<const GuiWidget*, Anchored> m_anchored; // but those that follow the upper left corner
 };
 } // namespace gui

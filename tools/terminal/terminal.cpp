@@ -1,4 +1,4 @@
-#include "tools/scenetool/terminal.h"
+#include "tools/terminal/terminal.h"
 
 #include "tamradeps/platform/terminal.h"
 
@@ -20,7 +20,7 @@ void ClearLine()
 }
 } // namespace
 
-CTerminalLog::CTerminalLog()
+CTerminalLog::CTerminalLog(const char* program) : m_program(program)
 {
     tamra::log::SetStandardErrorEnabled(false);
     tamra::log::AddSink(*this);
@@ -34,7 +34,7 @@ void CTerminalLog::Write(tamra::log::Level level, std::string_view line)
     if (line.starts_with(kPrefix))
         line.remove_prefix(kPrefix.size());
     ClearLine();
-    std::fprintf(stderr, "scenetool: %.*s\n", static_cast<int>(line.size()), line.data());
+    std::fprintf(stderr, "%s: %.*s\n", m_program, static_cast<int>(line.size()), line.data());
 }
 
 CProgressBar::CProgressBar(std::string title) : m_title(std::move(title)), m_isVisible(IsStandardErrorATerminal())

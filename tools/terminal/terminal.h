@@ -5,12 +5,17 @@
 #include <string>
 #include <string_view>
 
-/// Prints log lines on standard error as those of the program, "scenetool: town.sdb does not exist".
+/// Prints warnings and errors of the log on standard error as those of the program, "scenetool: town.sdb does not
+/// exist".
 class CTerminalLog : public tamra::log::Sink
 {
 public:
-    CTerminalLog();
+    /// The name is not copied.
+    explicit CTerminalLog(const char* program);
     void Write(tamra::log::Level level, std::string_view line) override;
+
+private:
+    const char* m_program;
 };
 
 /// A progress bar on standard error. Shows nothing where that is no terminal.

@@ -1,0 +1,138 @@
+// guitool as a program of its own, and the .gui files that are shipped, as it finds them.
+
+#include "support/expectations.h"
+#include "tamraengine/renderer/imageDecoder.h"
+#include "tests/tools/townFixture.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+constexpr const char* kPanel = "GWT_LIST_V \"list\" 8 8 200 100 LEFT|TOP NONE 0 0 0\n"
+                               "\tGWT_LABEL \"Name\" 0 1 -1 \"\" 1 2 30 20 LEFT|TOP NONE 7 0 0\n";
+
+class Guitool : public testing::Test
+{
+protected:
+    std::string Path(const std::string& name) const { return m_folder.Path(name); }
+
+    // Runs the program with arguments that may hold names of the test's folder as "@name".
+    int Run(const std::string& arguments)
+    {
+        // Without a display, and from a folder without assets.
+        std::string command =
+            "cd " + Path("") + " && env -u DISPLAY -u WAYLAND_DISPLAY " TAMRA_PROGRAM_FOLDER "/guitool " + arguments;
+        for (std::size_t at = command.find('@'); at != std::string::npos; at = command.find('@'))
+            command.replace(at, 1, Path(""));
+        const int status = std::system((command + " >" + Path("out.txt") + " 2>" + Path("err.txt")).c_str());
+        m_output = test::ReadFile(Path("out.txt"));
+        m_errors = test::ReadFile(Path("err.txt"));
+#if defined(_WIN32)
+        return status;
+#else
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
+    }
+    bool HasOneErrorWith(const std::string& part) const
+    {
+        return std::count(m_errors.begin(), m_errors.end(), '\n') == 1 && m_errors.starts_with("guitool: ") &&
+               m_errors.find(part) != std::string::npos;
+    }
+
+    test::TemporaryFolder m_folder;
+    std::string m_output;
+    std::string m_errors;
+};
+
+// How many colours there are in a picture; 0 when it has another size.
+std::size_t CountColors(const std::string& path, int width, int height)
+{
+    const std::string bytes = test::ReadFile(path);
+    const auto image = renderer::DecodeImage(std::as_bytes(std::span(bytes)));
+    if (!image || image->width != width || image->height != height)
+        return 0;
+    std::set<std::uint32_t> colors;
+    for (int i = 0; i < width * height; ++i)
+    {
+        const std::uint8_t* pixel = image->GetPixel(i % width, i / width);
+        colors.insert(static_cast<std::uint32_t>(pixel[0] << 16 | pixel[1] << 8 | pixel[2]));
+    }
+    return colors.size();
+}
+
+TEST_F(Guitool, LintSaysWhereTheFaultsAre)
+{
+    test::WriteFile(Path("good.gui"), kPanel);
+    EXPECT_EQ(Run("lint good.gui"), 0);
+    EXPECT_EQ(m_output + m_errors, "");
+    test::WriteFile(Path("bad.gui"),
+                    std::string(kPanel) + "\tGWT_NOTHING \"x\"\n\tGWT_SPACER_V \"\" 0 0 0 0 TOP NONE 1 ? 0\n");
+    EXPECT_EQ(Run("lint good.gui @bad.gui"), 1);
+    EXPECT_NE(m_output.find(Path("bad.gui") + ":3:2: error: \"GWT_NOTHING\": unknown type\n"), std::string::npos)
+        << m_output;
+    EXPECT_NE(m_output.find("bad.gui:4:37: warning: \"?\": "), std::string::npos) << m_output;
+    EXPECT_EQ(Run("lint missing.gui good.gui"), 2);
+    EXPECT_TRUE(HasOneErrorWith("missing.gui")) << m_errors;
+}
+
+TEST_F(Guitool, FormatWritesTheCanonicalFormOnceAndLeavesWhatHasFaults)
+{
+    const std::string canonical = kPanel;
+    std::string loose = "\xEF\xBB\xBF" + canonical + "\r\n \n";
+    loose.insert(loose.find("\n\t"), "\r");
+    loose.replace(loose.find(" 1 2 30"), 7, " 01 +2 30.7");
+    test::WriteFile(Path("a.gui"), loose);
+    EXPECT_EQ(Run("format --check a.gui"), 1);
+    EXPECT_EQ(test::ReadFile(Path("a.gui")), loose);
+    EXPECT_EQ(Run("format a.gui"), 0) << m_output << m_errors;
+    EXPECT_EQ(test::ReadFile(Path("a.gui")), canonical);
+    EXPECT_EQ(Run("format --check a.gui"), 0);
+
+    const std::string bad = canonical + "\tGWT_BUTTON\n";
+    test::WriteFile(Path("b.gui"), bad);
+    EXPECT_EQ(Run("format b.gui"), 1);
+    EXPECT_EQ(test::ReadFile(Path("b.gui")), bad);
+    EXPECT_NE(m_output.find("b.gui:3:12: error: "), std::string::npos) << m_output;
+    EXPECT_TRUE(HasOneErrorWith("b.gui has faults and is left as it is")) << m_errors;
+    std::filesystem::create_directory(Path("folder.gui"));
+    EXPECT_EQ(Run("format folder.gui"), 2);
+}
+
+TEST_F(Guitool, DrawsWithoutADisplay)
+{
+    test::WriteFile(Path("a.gui"), kPanel);
+    EXPECT_EQ(Run("render a.gui out.png --size 320x200"), 0) << m_errors;
+    EXPECT_GT(CountColors(Path("out.png"), 320, 200), 4U);
+    EXPECT_EQ(Run("render a.gui light.png --size 320x200 --style light"), 0) << m_errors;
+    EXPECT_NE(test::ReadFile(Path("out.png")), test::ReadFile(Path("light.png")));
+    for (const char* arguments :
+         {"", "paint a.gui", "lint", "render a.gui", "render a.gui x.png --size 0x5", "render a.gui x.png --size big",
+          "render a.gui x.png --style blue", "render missing.gui x.png", "render a.gui nowhere/x.png"})
+    {
+        EXPECT_EQ(Run(arguments), 2) << arguments;
+        EXPECT_TRUE(HasOneErrorWith("")) << arguments << m_errors;
+        EXPECT_EQ(m_output, "");
+    }
+    EXPECT_EQ(Run("--help"), 0);
+    EXPECT_NE(m_output.find("Exit codes"), std::string::npos);
+}
+
+TEST_F(Guitool, ShippedFilesAreFreeOfFaultsAndCanonical)
+{
+    std::string files;
+    for (const auto& entry : std::filesystem::directory_iterator(TAMRA_SOURCE_FOLDER "/assets/gui"))
+    {
+        if (entry.path().extension() == ".gui")
+            files += " " + entry.path().string();
+    }
+    EXPECT_EQ(std::count(files.begin(), files.end(), ' '), 4);
+    EXPECT_EQ(Run("lint" + files), 0) << m_output;
+    EXPECT_EQ(Run("format --check" + files), 0) << m_output;
+    EXPECT_EQ(m_output + m_errors, "");
+}
+} // namespace
