@@ -16,6 +16,7 @@
 #include <iterator>
 #include <set>
 #include <sstream>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -56,6 +57,71 @@ std::string Describe(const GuiWidget& widget)
     return text.str();
 }
 
+// Keeps pictures, as drawers on a device do.
+class KeepingDraw final : public test::RecordingDraw
+{
+public:
+    struct Picture : DrawPicture
+    {
+        std::vector<std::vector<Call>> pieces;
+    };
+
+    std::shared_ptr<DrawPicture> CreatePicture() override
+    {
+        m_picture = std::make_shared<Picture>();
+        return m_picture;
+    }
+    void BeginPicture(DrawPicture&) override
+    {
+        m_picture->pieces.clear();
+        m_frame.swap(calls);
+    }
+    void EndPicture() override
+    {
+        AddPiece();
+        m_frame.swap(calls);
+    }
+    void BeginPiece() override { AddPiece(); }
+    int EndPiece() override { return static_cast<int>(AddPiece()); }
+    void BeginReplace(DrawPicture&, int piece) override
+    {
+        m_replaced = piece;
+        m_frame.swap(calls);
+    }
+    bool EndReplace() override
+    {
+        std::vector<Call>& piece = m_picture->pieces[static_cast<std::size_t>(m_replaced)];
+        const bool fits = calls.size() <= piece.size() + 8;
+        if (fits)
+            piece = calls;
+        calls = std::exchange(m_frame, {});
+        return fits;
+    }
+
+    // All that is in it, a line for each call.
+    std::string GetPicture() const
+    {
+        std::ostringstream text;
+        for (const std::vector<Call>& piece : m_picture->pieces)
+        {
+            for (const Call& call : piece)
+                text << call.what << ' ' << call.rect.x << ' ' << call.rect.y << ' ' << call.rect.w << ' '
+                     << call.rect.h << ' ' << std::hex << call.color << std::dec << ' ' << call.text << '\n';
+        }
+        return text.str();
+    }
+
+private:
+    std::size_t AddPiece()
+    {
+        m_picture->pieces.push_back(std::exchange(calls, {}));
+        return m_picture->pieces.size() - 1;
+    }
+    std::shared_ptr<Picture> m_picture;
+    std::vector<Call> m_frame; // while a picture is drawn
+    int m_replaced = 0;
+};
+
 class Gallery : public testing::Test
 {
 protected:
@@ -75,7 +141,7 @@ protected:
     }
     GuiFreeLayout& Root() { return m_context->GetRoot(); }
 
-    test::RecordingDraw m_draw;
+    KeepingDraw m_draw;
     std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
 };
 
@@ -249,10 +315,29 @@ protected:
     {
         static constexpr float kSeconds[] = {0.016F, 0.016F, 0.016F, 0.0F, 0.3F, 5.0F};
         m_context->Update(kSeconds[m_random.Below(std::size(kSeconds))]);
-        if (m_random.OneIn(4))
-            m_context->Render(m_width, m_height);
+        if (!m_random.OneIn(4))
+            return;
+        m_context->Render(m_width, m_height);
         ASSERT_EQ(m_draw.clips, 0);
         m_draw.calls.clear();
+        if (m_random.OneIn(16))
+            CheckPicture();
+    }
+
+    // What was drawn piece by piece must be what would be drawn anew.
+    void CheckPicture()
+    {
+        std::istringstream kept(m_draw.GetPicture());
+        m_context->RequestPicture();
+        m_context->Render(m_width, m_height);
+        std::istringstream fresh(m_draw.GetPicture());
+        std::string keptLine;
+        for (std::string line; std::getline(fresh, line);)
+        {
+            std::getline(kept, keptLine);
+            ASSERT_EQ(keptLine, line);
+        }
+        ASSERT_FALSE(std::getline(kept, keptLine)) << keptLine;
     }
 
     void Check()
@@ -302,6 +387,13 @@ protected:
         m_context->Update(0.016F);
         const GuiWidget* const input = m_context->GetInputWidget();
         ASSERT_TRUE(!input) << Describe(*input);
+        // Then there are no more events, and nothing is placed any more.
+        const std::size_t heard = m_heard;
+        for (int pass = 0; pass < 3; ++pass)
+            m_context->Update(0.0F);
+        ASSERT_LE(m_heard, heard + 10);
+        m_context->Update(0.0F);
+        ASSERT_EQ(m_context->GetLayoutCount(), 0);
     }
 
     test::Random m_random{20};
