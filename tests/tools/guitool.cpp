@@ -127,7 +127,7 @@ TEST_F(Guitool, ShippedFilesAreFreeOfFaultsAndCanonical)
     for (const auto& entry : std::filesystem::directory_iterator(TAMRA_SOURCE_FOLDER "/assets/gui"))
     {
         if (entry.path().extension() == ".gui")
-            files += " " + entry.path().string();
+            files.append(1, ' ').append(entry.path().string());
     }
     EXPECT_EQ(std::count(files.begin(), files.end(), ' '), 4);
     EXPECT_EQ(Run("lint" + files), 0) << m_output;
