@@ -210,6 +210,17 @@ bool CWindow::IsKeyHeld(int key) const
     return key >= GLFW_KEY_SPACE && key <= GLFW_KEY_LAST && glfwGetKey(m_state->window, key) == GLFW_PRESS;
 }
 
+std::string CWindow::GetClipboard() const
+{
+    const char* const text = glfwGetClipboardString(m_state->window);
+    return text ? text : "";
+}
+
+void CWindow::SetClipboard(const std::string& text)
+{
+    glfwSetClipboardString(m_state->window, text.c_str());
+}
+
 void CWindow::SetMouseLook(bool enabled)
 {
     glfwSetInputMode(m_state->window, GLFW_CURSOR, enabled ? GLFW_CURSOR_DISABLED : GLFW_CURSOR_NORMAL);

@@ -41,6 +41,9 @@ public:
 
     /// Whether a key is held, whoever consumed it; codes as in `renderer::Key`.
     bool IsKeyHeld(int key) const;
+    /// The system's clipboard as UTF-8; empty when it holds no text. A text ends at its first zero byte.
+    std::string GetClipboard() const;
+    void SetClipboard(const std::string& text);
     /// Hides the mouse pointer and lets it move without end, for looking around.
     void SetMouseLook(bool enabled);
 

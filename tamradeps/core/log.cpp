@@ -1,6 +1,7 @@
 #include "tamradeps/core/log.h"
 
 #include <algorithm>
+#include <mutex>
 #include <vector>
 
 #include <spdlog/sinks/stdout_sinks.h>
@@ -12,6 +13,7 @@ namespace
 {
 struct State
 {
+    std::recursive_mutex mutex; // sinks log, come and go while a line is written
     std::vector<Sink*> sinks;
     std::vector<Sink*> writing;
     bool standardError = true;
@@ -49,19 +51,24 @@ Sink::~Sink()
 
 void AddSink(Sink& sink)
 {
-    auto& sinks = GetState().sinks;
-    if (std::find(sinks.begin(), sinks.end(), &sink) == sinks.end())
-        sinks.push_back(&sink);
+    State& state = GetState();
+    const std::lock_guard lock(state.mutex);
+    if (std::find(state.sinks.begin(), state.sinks.end(), &sink) == state.sinks.end())
+        state.sinks.push_back(&sink);
 }
 
 void RemoveSink(Sink& sink)
 {
-    std::erase(GetState().sinks, &sink);
+    State& state = GetState();
+    const std::lock_guard lock(state.mutex);
+    std::erase(state.sinks, &sink);
 }
 
 void SetStandardErrorEnabled(bool enabled)
 {
-    GetState().standardError = enabled;
+    State& state = GetState();
+    const std::lock_guard lock(state.mutex);
+    state.standardError = enabled;
 }
 
 void Write(Level level, std::string_view text)
@@ -69,6 +76,7 @@ void Write(Level level, std::string_view text)
     State& state = GetState();
     std::string line = GetPrefix(level);
     line += text;
+    const std::lock_guard lock(state.mutex);
     if (state.standardError)
         state.logger.log(spdlog::level::info, line);
 

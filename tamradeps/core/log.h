@@ -7,6 +7,8 @@
 
 /// The log: lines of text that go to every registered sink. Errors and warnings carry the prefixes "[ERROR] " and
 /// "[WARNING] ". At the start there is one sink, standard error; the console and tests add their own.
+///
+/// Any thread may log, and add and remove sinks. One line at a time is written, by the thread that it comes from.
 namespace tamra::log
 {
 enum class Level
@@ -24,13 +26,14 @@ public:
     Sink() = default;
     Sink(const Sink&) = delete;
     Sink& operator=(const Sink&) = delete;
-    /// Leaves the log.
+    /// Leaves the log. Where other threads log, a sink must leave in the destructor of its own class already.
     virtual ~Sink();
     virtual void Write(Level level, std::string_view line) = 0;
 };
 
 /// Adds a sink; it is not owned and leaves by itself when destroyed. Adding a sink twice has no effect.
 TAMRADEPS_API void AddSink(Sink& sink);
+/// Waits for a line that another thread is writing. From then on the sink hears of no more.
 TAMRADEPS_API void RemoveSink(Sink& sink);
 
 /// Turns the sink on standard error on or off (on at the start).

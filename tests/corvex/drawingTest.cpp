@@ -105,6 +105,8 @@ TEST(Window, DrawsOrSaysWhyNot)
     EXPECT_EQ(window->GetHeight(), 32);
     EXPECT_FALSE(window->IsKeyHeld(kKeySpace));
     EXPECT_FALSE(window->IsKeyHeld(100000));
+    window->SetClipboard("l\xC3\xB6g\n");
+    EXPECT_EQ(window->GetClipboard(), "l\xC3\xB6g\n");
     renderer.BindWindow(64, 32);
     renderer.Clear({1, 0, 0});
     window->SwapBuffers();

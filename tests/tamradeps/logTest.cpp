@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -77,6 +78,27 @@ TEST(Log, SinksMayComeAndGoDuringALine)
     log::Info("two");
     EXPECT_EQ(added->lines, Lines{"two"});
     EXPECT_EQ(once.lines, Lines{"one"});
+}
+
+TEST(Log, ThreadsTakeTurns)
+{
+    constexpr int kLines = 2000;
+    const auto write = [](char name)
+    {
+        for (int i = 0; i < kLines; ++i)
+        {
+            log::Info(std::string(20, name));
+            Recorder passing; // sinks come and go meanwhile
+            log::RemoveSink(passing);
+        }
+    };
+    Recorder sink;
+    std::thread other(write, 'a');
+    write('b');
+    other.join();
+    ASSERT_EQ(sink.lines.size(), 2U * kLines);
+    for (const std::string& line : sink.lines)
+        EXPECT_EQ(line, std::string(20, line[0]));
 }
 
 TEST(Log, QuotedNamesCannotForgeOrFloodLines)

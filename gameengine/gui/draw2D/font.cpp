@@ -235,6 +235,13 @@ std::size_t Font::FindCharacter(std::string_view text, int x) const noexcept
 std::string ToLatin1(std::string_view utf8)
 {
     std::string text;
+    ToLatin1(utf8, text);
+    return text;
+}
+
+void ToLatin1(std::string_view utf8, std::string& text)
+{
+    text.clear();
     text.reserve(utf8.size());
     while (!utf8.empty())
     {
@@ -251,6 +258,5 @@ std::string ToLatin1(std::string_view utf8)
         text += static_cast<char>(length == 2 && point <= 0xFF ? point : Font::kBox);
         utf8.remove_prefix(length);
     }
-    return text;
 }
 } // namespace gui

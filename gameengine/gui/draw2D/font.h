@@ -123,4 +123,6 @@ private:
 /// The text with its UTF-8 sequences as Latin-1 characters: those that Latin-1 does not have become `Font::kBox`, bytes
 /// that are not UTF-8 stay as they are.
 TAMRAGAMEENGINE_API std::string ToLatin1(std::string_view utf8);
+/// The same into a text whose memory is used again; `utf8` must not lie in it.
+TAMRAGAMEENGINE_API void ToLatin1(std::string_view utf8, std::string& text);
 } // namespace gui
