@@ -1,6 +1,7 @@
 // Every type of widget that a file can hold, together on one screen: how they are placed, and that no input of a user
 // and nothing that callbacks do meanwhile brings them down. TAMRA_GUI_EVENTS sets how many inputs that is tried with.
 
+#include "gameengine/gui/guiWidget/guiAutomation.h"
 #include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiKey.h"
 #include "gameengine/gui/guiWidget/guiLayout.h"
@@ -9,13 +10,15 @@
 #include "gameengine/gui/guiWidget/guiWindow.h"
 #include "support/expectations.h"
 #include "support/random.h"
-#include "support/recordingDraw.h"
+#include "support/recordingPictures.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <set>
 #include <sstream>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -27,9 +30,9 @@ constexpr int kWidth = 1280;
 constexpr int kHeight = 720;
 constexpr std::size_t kMostWidgets = 400;
 
-std::string ReadGallery()
+std::string ReadShipped(const std::string& name)
 {
-    std::ifstream file(TAMRA_SOURCE_FOLDER "/assets/gui/gallery.gui", std::ios::binary);
+    std::ifstream file(TAMRA_SOURCE_FOLDER "/assets/gui/" + name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -59,11 +62,13 @@ std::string Describe(const GuiWidget& widget)
 class Gallery : public testing::Test
 {
 protected:
-    Gallery() { Add(ReadGallery()); }
+    Gallery() { Restart("gallery.gui"); }
 
-    void Add(const std::string& text)
+    void Restart(const std::string& name)
     {
-        GuiStream stream(text);
+        while (Root().GetChildCount() > 0)
+            Root().GetChild(0)->DestroySelf();
+        GuiStream stream(ReadShipped(name));
         ASSERT_TRUE(ReadWidgets(Root(), stream));
     }
     void Show(int width, int height)
@@ -75,7 +80,7 @@ protected:
     }
     GuiFreeLayout& Root() { return m_context->GetRoot(); }
 
-    test::RecordingDraw m_draw;
+    test::RecordingPictures m_draw;
     std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
 };
 
@@ -124,6 +129,23 @@ TEST_F(Gallery, IsPlacedWithoutOverlapAndOnce)
         m_context->Update(0.1F);
         EXPECT_EQ(m_context->GetLayoutCount(), 0);
     }
+}
+
+// Nothing lies over or outside of something else: the mouse reaches all of it.
+TEST_F(Gallery, CanBeReachedAsCanTheOtherWindows)
+{
+    GuiAutomation user(*m_context);
+    for (const char* name : {"gallery.gui", "sceneview_properties.gui", "colorpicker.gui", "scriptEditor.gui"})
+    {
+        SCOPED_TRACE(name);
+        Restart(name);
+        Show(kWidth, kHeight);
+        for (GuiWidget* widget : Collect(Root()))
+            EXPECT_TRUE(widget->AsLayout() || widget->GetRect().w * widget->GetRect().h == 0 || user.MoveTo(*widget));
+    }
+    Restart("sceneview_properties.gui");
+    float value = 0.0F;
+    EXPECT_TRUE(user.Fill("rotationY", "45\n") && user.GetValue("properties/rotationY", value) && value == 45.0F);
 }
 
 // Plays a user out of his mind, and a program that changes everything in answer to him.
@@ -249,10 +271,25 @@ protected:
     {
         static constexpr float kSeconds[] = {0.016F, 0.016F, 0.016F, 0.0F, 0.3F, 5.0F};
         m_context->Update(kSeconds[m_random.Below(std::size(kSeconds))]);
-        if (m_random.OneIn(4))
-            m_context->Render(m_width, m_height);
+        if (!m_random.OneIn(4))
+            return;
+        m_context->Render(m_width, m_height);
         ASSERT_EQ(m_draw.clips, 0);
         m_draw.calls.clear();
+        if (m_random.OneIn(4))
+            ComparePictures();
+    }
+
+    // What was replaced piece by piece is what is drawn anew.
+    void ComparePictures()
+    {
+        const auto kept = m_draw.GetPicture();
+        m_context->RequestPicture();
+        m_context->Render(m_width, m_height);
+        const auto drawn = m_draw.GetPicture();
+        const auto [a, b] = std::mismatch(kept.begin(), kept.end(), drawn.begin(), drawn.end());
+        ASSERT_TRUE(kept == drawn) << (a != kept.end() ? a->what + " " + a->text : "nothing") << " instead of "
+                                   << (b != drawn.end() ? b->what + " " + b->text : "nothing");
     }
 
     void Check()
@@ -283,15 +320,6 @@ protected:
         }
     }
 
-    void Restart()
-    {
-        while (Root().GetChildCount() > 0)
-            Root().GetChild(0)->DestroySelf();
-        Add(ReadGallery());
-        m_width = kWidth;
-        m_height = kHeight;
-    }
-
     // Whoever has all input, lets go of it when the user lets go of everything and leaves.
     void LetGo()
     {
@@ -302,6 +330,10 @@ protected:
         m_context->Update(0.016F);
         const GuiWidget* const input = m_context->GetInputWidget();
         ASSERT_TRUE(!input) << Describe(*input);
+        // With the last events heard, there is nothing to be placed any more.
+        for (int pass = 0; pass < 4; ++pass)
+            m_context->Update(0.0F);
+        ASSERT_EQ(m_context->GetLayoutCount(), 0);
     }
 
     test::Random m_random{20};
@@ -332,7 +364,11 @@ TEST_F(Storm, IsWeathered)
         if (m_random.OneIn(300))
             Mend();
         if (m_random.OneIn(3000) || Collect(Root()).size() < 20)
-            Restart();
+        {
+            Restart("gallery.gui");
+            m_width = kWidth;
+            m_height = kHeight;
+        }
     }
     EXPECT_GT(m_heard, static_cast<std::size_t>(count / 20));
     RecordProperty("events", std::to_string(m_heard));

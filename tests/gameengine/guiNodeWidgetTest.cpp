@@ -419,7 +419,7 @@ TEST_F(GuiNodes, LinkByDragging)
     Release();
     m_widget->EditGraph().SetView({250, 0, 100});
     m_context->Render(800, 600);
-    EXPECT_EQ(m_widget->GetDrawnCounts(), Vec2<int>(2, 1));
+    EXPECT_EQ(m_widget->GetDrawnCounts(), Vec2<int>(2, 0));
     m_widget->EditGraph().SetView({600, 0, 100});
     m_context->Render(800, 600);
     EXPECT_EQ(m_widget->GetDrawnCounts(), Vec2<int>(0, 0));

@@ -204,6 +204,13 @@ TEST_F(GuiWindows, ComeToTheFrontAndClose)
     low->SetFlags(0);
     EXPECT_EQ(Key(kGuiKeyEscape) + Click({99, 20}), "");
 
+    // What was pressed inside of one that is hidden is not pressed any more.
+    Press({30, 50});
+    low->SetVisible(false);
+    EXPECT_EQ(m_context->GetInputWidget(), nullptr);
+    low->SetVisible(true);
+    EXPECT_EQ(Release(), "button3:0");
+
     // The order of a list stays.
     auto* list = Add<GuiListV>(m_root, "list", {200, 0, 100, 300});
     auto* first = Add<GuiWindow>(*list, "first", {0, 0, 100, 50});

@@ -18,6 +18,8 @@ public:
         gui::GuiRecti rect;
         std::string text;
         gui::Color color = 0;
+
+        friend bool operator==(const Call&, const Call&) = default;
     };
 
     void Line(gui::Vec2<int> from, gui::Vec2<int> to, gui::Color color, float) override

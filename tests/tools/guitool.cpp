@@ -83,9 +83,8 @@ TEST_F(Guitool, LintSaysWhereTheFaultsAre)
 TEST_F(Guitool, FormatWritesTheCanonicalFormOnceAndLeavesWhatHasFaults)
 {
     const std::string canonical = kPanel;
-    std::string loose = "\xEF\xBB\xBF" + canonical + "\r\n \n";
-    loose.insert(loose.find("\n\t"), "\r");
-    loose.replace(loose.find(" 1 2 30"), 7, " 01 +2 30.7");
+    const std::string loose = "\xEF\xBB\xBFGWT_LIST_V \"list\" 8 8 200 100 LEFT|TOP NONE 0 0 0\r\n\r\n"
+                              "\tGWT_LABEL Name 0 +1 -1 \"\" 01 2.9 30 20 LEFT|TOP NONE 7 0 0 \r\n \n";
     test::WriteFile(Path("a.gui"), loose);
     EXPECT_EQ(Run("format --check a.gui"), 1);
     EXPECT_EQ(test::ReadFile(Path("a.gui")), loose);
@@ -128,7 +127,7 @@ TEST_F(Guitool, ShippedFilesAreFreeOfFaultsAndCanonical)
     for (const auto& entry : std::filesystem::directory_iterator(TAMRA_SOURCE_FOLDER "/assets/gui"))
     {
         if (entry.path().extension() == ".gui")
-            files += " " + entry.path().string();
+            files.append(1, ' ').append(entry.path().string());
     }
     EXPECT_EQ(std::count(files.begin(), files.end(), ' '), 4);
     EXPECT_EQ(Run("lint" + files), 0) << m_output;

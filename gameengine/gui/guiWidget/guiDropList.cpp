@@ -14,11 +14,6 @@ constexpr int kMostRows = 12;
 constexpr int kWheelRows = 3;
 constexpr int kArrowSize = 8;
 constexpr int kShadow = 3;
-
-bool IsInside(const GuiRecti& rect, Vec2<int> point)
-{
-    return point.x >= rect.x && point.x < rect.x + rect.w && point.y >= rect.y && point.y < rect.y + rect.h;
-}
 } // namespace
 
 bool GuiDropList::SetSelected(int index)
@@ -108,7 +103,7 @@ GuiRecti GuiDropList::i_GetList() const
 
 GuiWidget* GuiDropList::GetHoverWidget(int x, int y)
 {
-    const bool isOnList = m_isOpen && IsVisible() && IsInside(i_GetList(), {x, y});
+    const bool isOnList = m_isOpen && IsVisible() && i_GetList().Holds({x, y});
     return isOnList ? this : GuiWidget::GetHoverWidget(x, y);
 }
 
@@ -211,7 +206,7 @@ void GuiDropList::OnMouseClick(unsigned button)
         m_pressedAt = mouse;
         return;
     }
-    if (!IsInside(i_GetList(), mouse))
+    if (!i_GetList().Holds(mouse))
         return Close();
     i_Place();
     GuiItemRows& rows = myGetRows();

@@ -4,6 +4,7 @@
 #include "gameengine/gui/guiWidget/guiShortenInternal.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace gui
@@ -12,9 +13,10 @@ namespace
 {
 constexpr int kGridStep = 64;
 constexpr int kNameInset = 12;
-constexpr Vec2<float> kHandle{30.0F, 200.0F}; // the least and the greatest of a curve, in the graph
-constexpr float kSegment = 12.0F;             // pixels
-constexpr int kMostSegments = 96;
+constexpr double kLeastHandle = 30.0; // of a curve, in the graph
+constexpr double kGreatestHandle = 200.0;
+constexpr double kFlatness = 0.3; // pixels
+constexpr int kMostSplits = 16;
 // From these on there are titles, names of pins, text of the style's size, and large text.
 constexpr int kTitlePercent = 50;
 constexpr int kNamePercent = 70;
@@ -26,16 +28,63 @@ Color WithAlpha(Color color, Color alpha)
     return (color & 0x00FFFFFFU) | alpha << 24U;
 }
 
-bool Overlap(const GuiRecti& a, const GuiRecti& b)
+using Curve = std::array<Vec2<double>, 4>;
+
+Vec2<double> Middle(Vec2<double> a, Vec2<double> b)
 {
-    return a.x <= b.x + b.w && b.x <= a.x + a.w && a.y <= b.y + b.h && b.y <= a.y + a.h;
+    return {(a.x + b.x) * 0.5, (a.y + b.y) * 0.5};
 }
 
-GuiRecti Around(Vec2<int> a, Vec2<int> b, int margin)
+// A curve lies within the box around its four points.
+bool MayBeSeen(const Curve& curve, const GuiRecti& seen)
 {
-    const Vec2<int> low{std::min(a.x, b.x) - margin, std::min(a.y, b.y) - margin};
-    return {low.x, low.y, std::max(a.x, b.x) + margin - low.x, std::max(a.y, b.y) + margin - low.y};
+    constexpr double kMargin = 2.0;
+    const auto reaches = [&curve](double Vec2<double>::*axis, int low, int high)
+    {
+        const double least = std::min({curve[0].*axis, curve[1].*axis, curve[2].*axis, curve[3].*axis});
+        const double most = std::max({curve[0].*axis, curve[1].*axis, curve[2].*axis, curve[3].*axis});
+        return least - kMargin <= high && most + kMargin >= low;
+    };
+    return reaches(&Vec2<double>::x, seen.x, seen.BR().x) && reaches(&Vec2<double>::y, seen.y, seen.BR().y);
 }
+
+bool IsFlat(const Curve& curve)
+{
+    const auto deviation = [&curve](double Vec2<double>::*axis)
+    {
+        const double first = 3.0 * curve[1].*axis - 2.0 * curve[0].*axis - curve[3].*axis;
+        const double second = 3.0 * curve[2].*axis - 2.0 * curve[3].*axis - curve[0].*axis;
+        return std::max(first * first, second * second);
+    };
+    return deviation(&Vec2<double>::x) + deviation(&Vec2<double>::y) <= 16.0 * kFlatness * kFlatness;
+}
+
+Vec2<int> Round(Vec2<double> point)
+{
+    return {static_cast<int>(std::lround(point.x)), static_cast<int>(std::lround(point.y))};
+}
+
+// Halves the curve until the halves are straight; those beside the screen end there.
+bool DrawCurve(Draw& draw, const GuiRecti& seen, const Curve& curve, Color color, float width, int splits)
+{
+    if (!MayBeSeen(curve, seen))
+        return false;
+    if (splits == kMostSplits || IsFlat(curve))
+    {
+        draw.Line(Round(curve[0]), Round(curve[3]), color, width);
+        return true;
+    }
+    const Vec2<double> first = Middle(curve[0], curve[1]);
+    const Vec2<double> center = Middle(curve[1], curve[2]);
+    const Vec2<double> last = Middle(curve[2], curve[3]);
+    const Vec2<double> early = Middle(first, center);
+    const Vec2<double> late = Middle(center, last);
+    const Vec2<double> middle = Middle(early, late);
+    const bool isFirst = DrawCurve(draw, seen, {curve[0], first, early, middle}, color, width, splits + 1);
+    const bool isSecond = DrawCurve(draw, seen, {middle, late, last, curve[3]}, color, width, splits + 1);
+    return isFirst || isSecond;
+}
+
 // A widget may reach far beyond the screen.
 GuiRecti GetSeen(const GuiRecti& rect, const GuiRecti& screen)
 {
@@ -122,31 +171,12 @@ void GuiNodeWidget::i_DrawLinks()
 // From left to right. False when nothing of it can be seen.
 bool GuiNodeWidget::i_DrawCurve(Vec2<int> from, Vec2<int> to, Color color)
 {
-    const float zoom = i_GetZoom();
-    const auto distance = static_cast<float>(to.x - from.x);
-    const auto drop = static_cast<float>(to.y - from.y);
-    const float handle = std::clamp(std::abs(distance) * 0.5F, kHandle.x * zoom, kHandle.y * zoom);
-    GuiRecti reach = Around(from, to, 2);
-    reach.x -= static_cast<int>(handle);
-    reach.w += 2 * static_cast<int>(handle);
-    if (!Overlap(m_seen, reach))
-        return false;
-    const int segments =
-        std::clamp(static_cast<int>((std::abs(distance) + std::abs(drop)) / kSegment), 6, kMostSegments);
-    const float width = zoom < 0.5F ? 1.0F : 2.0F;
-    Vec2<int> last = from;
-    for (int i = 1; i <= segments; ++i)
-    {
-        const float t = static_cast<float>(i) / static_cast<float>(segments);
-        const float u = 1.0F - t;
-        const float x = 3.0F * u * t * (u * handle + t * (distance - handle)) + t * t * t * distance;
-        const float y = (3.0F * u * t * t + t * t * t) * drop;
-        const Vec2<int> next{from.x + static_cast<int>(std::lround(x)), from.y + static_cast<int>(std::lround(y))};
-        if (Overlap(m_seen, Around(last, next, 2)))
-            myGetDraw().Line(last, next, color, width);
-        last = next;
-    }
-    return true;
+    const double zoom = i_GetZoom();
+    const Vec2<double> start(from.x, from.y);
+    const Vec2<double> end(to.x, to.y);
+    const double handle = std::clamp(std::abs(end.x - start.x) * 0.5, kLeastHandle * zoom, kGreatestHandle * zoom);
+    const Curve curve{start, {start.x + handle, start.y}, {end.x - handle, end.y}, end};
+    return DrawCurve(myGetDraw(), m_seen, curve, color, zoom < 0.5 ? 1.0F : 2.0F, 0);
 }
 
 void GuiNodeWidget::i_DrawNode(const GuiNode& node)

@@ -181,8 +181,7 @@ int GuiSpinner::i_FindArrow(Vec2<int> point) const
 {
     for (const int direction : {1, -1})
     {
-        const GuiRecti arrow = i_GetArrow(direction);
-        if (point.x >= arrow.x && point.x < arrow.BR().x && point.y >= arrow.y && point.y < arrow.BR().y)
+        if (i_GetArrow(direction).Holds(point))
             return direction;
     }
     return 0;

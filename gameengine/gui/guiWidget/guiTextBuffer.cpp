@@ -263,6 +263,9 @@ GuiTextBuffer::SameLines GuiTextBuffer::TakeSameLines() noexcept
 
 std::string GuiTextBuffer::i_Clean(std::string_view text, std::size_t room) const
 {
+    const auto isChanged = [this](char c) { return IsControl(c) || (!m_hasLines && (c == '\n' || c == '\t')); };
+    if (std::none_of(text.begin(), text.end(), isChanged))
+        return std::string(text.substr(0, room));
     std::string clean;
     clean.reserve(std::min(text.size(), room));
     for (std::size_t i = 0; i < text.size() && clean.size() < room; ++i)
@@ -272,7 +275,7 @@ std::string GuiTextBuffer::i_Clean(std::string_view text, std::size_t room) cons
             c = '\n';
         if (IsControl(c))
             continue;
-        clean += !m_hasLines && (c == '\n' || c == '\t') ? ' ' : c;
+        clean += isChanged(c) ? ' ' : c;
     }
     return clean;
 }

@@ -14,11 +14,6 @@ int Scale(int number, int part, int whole)
 {
     return whole > 0 ? static_cast<int>(static_cast<std::int64_t>(number) * part / whole) : 0;
 }
-
-bool Contains(const GuiRecti& rect, Vec2<int> point)
-{
-    return point.x >= rect.x && point.x < rect.BR().x && point.y >= rect.y && point.y < rect.BR().y;
-}
 } // namespace
 
 GuiTextEditBox::Panes GuiTextEditBox::i_GetPanes() const
@@ -68,7 +63,7 @@ bool GuiTextEditBox::myOnPressed()
     const Vec2<int> mouse = myGetMousePos();
     for (std::size_t axis = 0; axis < kNone; ++axis)
     {
-        if (!Contains(panes.bars[axis], mouse))
+        if (!panes.bars[axis].Holds(mouse))
             continue;
         const GuiRecti handle = i_GetHandle(axis, panes);
         const int length = handle.Size()[axis];

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <type_traits>
 
 namespace gui
 {
@@ -68,6 +70,13 @@ struct Rect
     constexpr Vec2<T> Size() const noexcept { return {w, h}; }
     /// The lower right corner.
     constexpr Vec2<T> BR() const noexcept { return {static_cast<T>(x + w), static_cast<T>(y + h)}; }
+
+    constexpr bool Holds(Vec2<T> point) const noexcept
+    {
+        // The end may lie beyond what an integer holds.
+        using Wide = std::conditional_t<std::is_integral_v<T>, std::int64_t, T>;
+        return point.x >= x && point.x < Wide{x} + w && point.y >= y && point.y < Wide{y} + h;
+    }
 
     friend constexpr bool operator==(const Rect&, const Rect&) noexcept = default;
 };

@@ -119,10 +119,7 @@ void GuiWidget::OnMouseRelease(unsigned) {}
 
 GuiWidget* GuiWidget::GetHoverWidget(int x, int y)
 {
-    // Differences: a rectangle at the edge of what an integer holds must not overflow.
-    const bool isInside = x >= m_rect.x && y >= m_rect.y && static_cast<std::int64_t>(x) - m_rect.x < m_rect.w &&
-                          static_cast<std::int64_t>(y) - m_rect.y < m_rect.h;
-    return m_isVisible && isInside ? this : nullptr;
+    return m_isVisible && m_rect.Holds({x, y}) ? this : nullptr;
 }
 
 void GuiWidget::Tick(float) {}

@@ -25,11 +25,6 @@ int LimitSize(float size)
     return size > 0.0F ? static_cast<int>(std::min(size, static_cast<float>(kMaxSize))) : 0;
 }
 
-bool IsInside(const GuiRecti& rect, Vec2<int> point)
-{
-    return point.x >= rect.x && point.x < rect.x + rect.w && point.y >= rect.y && point.y < rect.y + rect.h;
-}
-
 GuiCursor CursorFor(std::uint32_t edges)
 {
     switch (edges)
@@ -225,6 +220,7 @@ void GuiWindow::SetCollapsed(bool collapsed)
     if (collapsed == IsCollapsed())
         return;
     m_flags ^= kWindowCollapsed;
+    i_LetGo();
     if (collapsed && i_IsInside(GetContext().GetFocusWidget()))
         myGrabFocus();
     i_HideChild(collapsed);
@@ -340,7 +336,7 @@ std::uint32_t GuiWindow::i_FindEdges(Vec2<int> point) const
 
 bool GuiWindow::i_IsOnClose(Vec2<int> point) const
 {
-    return i_Has(kWindowClosable) && IsInside(i_GetCloseRect(), point);
+    return i_Has(kWindowClosable) && i_GetCloseRect().Holds(point);
 }
 
 void GuiWindow::i_Start(Action action)
@@ -361,6 +357,9 @@ void GuiWindow::i_Follow()
         return;
     const Vec2<int> mouse = myGetMousePos();
     const Vec2<int> by{mouse.x - m_startMouse.x, mouse.y - m_startMouse.y};
+    // A click that moves nothing does not change a size beyond the limits either.
+    if (by == Vec2<int>() && GetRect() == m_startRect)
+        return;
     GuiRecti rect = m_startRect;
     rect.x += by.x;
     rect.y += by.y;
@@ -433,11 +432,19 @@ bool GuiWindow::i_IsInside(const GuiWidget* widget) const
     return widget != nullptr;
 }
 
-// What cannot be seen keeps nothing to itself.
+// Somebody inside who has the input learns of it as if it were hidden itself: then widgets let go of it.
 void GuiWindow::i_LetGo()
 {
     i_Stop();
-    if (i_IsInside(GetContext().GetInputWidget()))
+    GuiWidget* const widget = GetContext().GetInputWidget();
+    if (!i_IsInside(widget))
+        return;
+    if (widget->IsVisible())
+    {
+        widget->SetVisible(false);
+        widget->SetVisible(true);
+    }
+    if (widget == GetContext().GetInputWidget())
         GetContext().GrabInput(nullptr);
 }
 
