@@ -1,14 +1,14 @@
 #include "apps/sandbox/editorGraph.h"
 
 #include <algorithm>
-#include <cmath>
 
 using namespace gui;
 
 namespace
 {
 constexpr int kColumn = 2; // pixels
-constexpr float kLeastRange = 1.0F / 25.0F;
+constexpr float kLeastRange = 0.04F; // seconds from bottom to top
+constexpr float kMostRange = 0.15F;  // longer columns are cut
 constexpr Color kGood = 0xFF58B060;
 constexpr Color kFair = 0xFF30A8E0;
 constexpr Color kPoor = 0xFF4848E0;
@@ -46,14 +46,26 @@ float CEditorGraph::GetLongest() const
     return longest;
 }
 
-void CEditorGraph::i_DrawMark(float seconds, const char* text, int top, float scale)
+// From the lowest one upwards; one whose text has no room is left out.
+void CEditorGraph::i_DrawMarks(float scale)
 {
+    static constexpr struct
+    {
+        float seconds;
+        const char* text;
+    } kMarks[] = {{1.0F / 60.0F, "16.7 ms"}, {1.0F / 30.0F, "33.3 ms"}, {0.1F, "100 ms"}};
     const GuiRecti rect = GetRect();
-    const int y = rect.y + rect.h - 1 - static_cast<int>(seconds * scale);
-    if (y <= top)
-        return;
-    myGetDraw().FillRect({rect.x + 1, y, rect.w - 2, 1}, kMark);
-    myGetDraw().Text(rect.x + 4, y - myGetDraw().GetLineHeight(TFB_PIXEL) - 1, text, kMark, TFB_PIXEL);
+    const int lineHeight = myGetDraw().GetLineHeight(TFB_PIXEL);
+    int below = rect.y + rect.h + lineHeight;
+    for (const auto& mark : kMarks)
+    {
+        const int y = rect.y + rect.h - 1 - static_cast<int>(mark.seconds * scale);
+        if (y > below - lineHeight - 3 || y < rect.y + lineHeight + 2)
+            continue;
+        below = y;
+        myGetDraw().FillRect({rect.x + 1, y, rect.w - 2, 1}, kMark);
+        myGetDraw().Text(rect.x + 4, y - lineHeight - 1, mark.text, kMark, TFB_PIXEL);
+    }
 }
 
 void CEditorGraph::Render()
@@ -65,20 +77,18 @@ void CEditorGraph::Render()
         return;
     draw.PushClip(rect);
     draw.FillRect(rect, style.panel);
-    const float range = std::max(kLeastRange, GetLongest() * 1.1F);
+    const float range = std::clamp(GetLongest() * 1.1F, kLeastRange, kMostRange);
     const float scale = static_cast<float>(rect.h - 2) / range;
     const std::size_t columns = std::min(m_count, static_cast<std::size_t>((rect.w - 2) / kColumn));
     for (std::size_t i = 0; i < columns; ++i)
     {
         const float seconds = i_Get(i);
-        const int height = std::max(static_cast<int>(seconds * scale), 1);
+        const int height = std::clamp(static_cast<int>(seconds * scale), 1, rect.h - 2);
         const int x = rect.x + rect.w - 1 - static_cast<int>(i + 1) * kColumn;
         const Color color = seconds < 1.0F / 55.0F ? kGood : (seconds < 1.0F / 28.0F ? kFair : kPoor);
         draw.FillRect({x, rect.y + rect.h - 1 - height, kColumn, height}, color);
     }
-    const int top = rect.y + draw.GetLineHeight(TFB_PIXEL);
-    i_DrawMark(1.0F / 60.0F, "16.7 ms", top, scale);
-    i_DrawMark(1.0F / 30.0F, "33.3 ms", top, scale);
+    i_DrawMarks(scale);
     draw.FrameRect(rect, style.border);
     draw.PopClip();
 }

@@ -5,7 +5,7 @@
 #include <array>
 #include <cstddef>
 
-/// The times of the last frames as columns, the newest on the right, with a line for a 60th and a 30th of a second.
+/// The times of the last frames as columns, the newest on the right, with lines at a 60th, a 30th and a tenth of a second.
 class CEditorGraph : public gui::GuiWidget
 {
 public:
@@ -24,7 +24,7 @@ private:
     static constexpr std::size_t kFrames = 256;
 
     float i_Get(std::size_t age) const { return m_times[(m_next + kFrames - 1 - age) % kFrames]; }
-    void i_DrawMark(float seconds, const char* text, int top, float scale);
+    void i_DrawMarks(float scale);
 
     std::array<float, kFrames> m_times{}; // seconds
     std::size_t m_next = 0;

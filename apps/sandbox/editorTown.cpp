@@ -295,6 +295,6 @@ void CEditorTown::GoTo(const CEntity& entity)
 
 void CEditorTown::GoTo(CVector3 place, float distance)
 {
-    const CVector3 direction = CVector3(0.62F, 0.6F, -0.5F).Normalized();
+    const CVector3 direction = CVector3(0.55F, 0.55F, -0.63F).Normalized();
     m_viewpoint = {place - direction * distance, direction};
 }
