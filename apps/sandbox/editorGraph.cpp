@@ -6,7 +6,7 @@ using namespace gui;
 
 namespace
 {
-constexpr int kColumn = 2; // pixels
+constexpr int kColumn = 2;           // pixels
 constexpr float kLeastRange = 0.04F; // seconds from bottom to top
 constexpr float kMostRange = 0.15F;  // longer columns are cut
 constexpr Color kGood = 0xFF58B060;

@@ -5,7 +5,8 @@
 #include <array>
 #include <cstddef>
 
-/// The times of the last frames as columns, the newest on the right, with lines at a 60th, a 30th and a tenth of a second.
+/// The times of the last frames as columns, the newest on the right, with lines at a 60th, a 30th and a tenth of a
+/// second.
 class CEditorGraph : public gui::GuiWidget
 {
 public:
