@@ -288,6 +288,6 @@ TEST_F(Editor, HasCommandsThatSayWhatIsWrong)
     std::filesystem::remove(m_path);
     const test::ExpectLog expected{"holds no town"};
     has("load", "Not loaded.");
-    has("ent.list new", "5  building New Tower");
+    has("ent.list new", "4  building New Tower");
 }
 } // namespace
