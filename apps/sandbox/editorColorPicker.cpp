@@ -117,6 +117,9 @@ void CEditorColorPicker::Open(const std::string& title, const EditorColor& color
     m_changed = std::move(changed);
     m_before->SetTint(ToGuiColor(color));
     m_window->SetTitle(title);
+    if (const gui::GuiRecti room = m_window->GetParent()->GetRect(); !m_wasOpen)
+        m_window->SetPos((room.w - m_window->GetRect().w) / 2, (room.h - m_window->GetRect().h) / 2);
+    m_wasOpen = true;
     m_window->SetVisible(true);
     m_window->Activate();
     m_window->GetContext().GrabFocus(m_channels[0]);

@@ -53,4 +53,5 @@ private:
     EditorColor m_old{};
     std::array<float, 3> m_shownHsv{}; // keeps the hue of a grey
     Changed m_changed;
+    bool m_wasOpen = false; // then it stays where it was put
 };

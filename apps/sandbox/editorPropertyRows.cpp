@@ -301,15 +301,17 @@ void CEditorPropertyRows::i_Place()
     const bool needsBar = total > room;
     if (m_bar->IsVisible() != needsBar)
         m_bar->SetVisible(needsBar);
-    if (m_bar->GetContentLength() != total)
-        m_bar->SetContentLength(std::max(total, 0));
+    // At its end the bar has what does not fit before it.
+    const int length = std::max(total + m_bar->GetRect().h - room, 0);
+    if (m_bar->GetContentLength() != length)
+        m_bar->SetContentLength(length);
     const int skipped = needsBar ? static_cast<int>(m_bar->GetValue()) : 0;
     int before = 0;
     int shown = -spacing;
     for (Row& row : m_rows)
     {
         const int height = getHeight(row);
-        const bool isSeen = before + height / 2 >= skipped && (shown += height) <= room;
+        const bool isSeen = before >= skipped && (shown += height) <= room;
         before += height;
         if (row.widget->IsVisible() != isSeen)
             row.widget->SetVisible(isSeen);

@@ -168,9 +168,11 @@ TEST_F(Editor, GivesALightToABuildingAndAColourToTheLight)
     Draw();
     ASSERT_TRUE(m_user->FindById("ComponentLight.Color")) << "rows come from the component alone";
     // Twelve rows are more than there is room for.
-    ASSERT_TRUE(m_user->FindById("propertiesBar")->IsVisible());
+    gui::GuiWidget* last = m_user->FindById("ComponentLight.Shadow Resolution.x");
+    ASSERT_TRUE(last && !last->GetParent()->IsVisible() && m_user->FindById("propertiesBar")->IsVisible());
     ASSERT_TRUE(m_user->Drag("propertiesBar", gui::Vec2<int>(1260, 700)));
     Draw();
+    EXPECT_TRUE(last->GetParent()->IsVisible());
     ASSERT_TRUE(m_user->Click("ComponentLight.Color"));
     ASSERT_TRUE(m_user->Fill("colorpicker/hex", "FF8000FF"));
     ASSERT_TRUE(m_user->Press(gui::kGuiKeyEnter));
