@@ -15,6 +15,7 @@ constexpr std::size_t kMaxListed = 20;
 constexpr float kMaxSide = 2000.0F; // metres of what is spawned
 constexpr float kMaxPlace = 1.0e6F; // metres from the origin
 constexpr float kPlaceDistance = 150.0F;
+constexpr float kMostDistance = 2000.0F; // of what is spawned
 
 std::string_view TakeWord(std::string_view& text)
 {
@@ -117,14 +118,13 @@ void CEditorCommands::i_Spawn(const std::string& arguments)
         i_Say("That is no name.");
         return;
     }
-    const auto& target = m_town.GetViewer().GetTarget();
-    CVector3 place;
-    m_town.Pick(target.GetWidth() / 2, target.GetHeight() / 2, &place);
+    // Also right after a "goto", before there is a picture of it.
     const TownViewpoint& view = m_town.GetViewpoint();
-    if ((place - view.eye).Length() > 2000.0F)
-        place = view.eye + view.direction * kPlaceDistance;
-    place.z = 0.0F;
-    CEntity* entity = m_town.Spawn(std::string(Tools_StringTrim(name)), size, place);
+    float distance = 0.0F;
+    m_town.Cast(view.eye, view.direction, distance);
+    const CVector3 place = view.eye + view.direction * std::min(distance, kMostDistance);
+    CEntity* entity = m_town.Spawn(std::string(Tools_StringTrim(name)), size,
+                                   {place.x, place.y, distance > kMostDistance ? 0.0F : place.z});
     i_Say("New: " + m_town.GetLabel(m_town.GetNumber(*entity)));
 }
 

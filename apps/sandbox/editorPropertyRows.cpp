@@ -19,7 +19,7 @@ namespace
 constexpr int kControlHeight = 22;
 constexpr int kRowHeight = kControlHeight + 8;
 constexpr int kTitleHeight = 22;
-constexpr int kNameWidth = 104;
+constexpr int kNameWidth = 120;
 constexpr int kButtonWidth = 72;
 constexpr float kMost = 1.0e6F;
 constexpr float kStep = 0.1F;

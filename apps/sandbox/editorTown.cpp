@@ -13,7 +13,6 @@
 
 namespace
 {
-constexpr float kReach = 20000.0F; // metres
 constexpr std::size_t kHits = 64;
 
 // Where a ray enters the unit box of a matrix; below 0 for nowhere.
@@ -23,7 +22,7 @@ float Enter(const CMatrix& matrix, CVector3 origin, CVector3 direction)
     const CVector3 from = inverse.TransformPoint(origin);
     const CVector3 way = inverse.TransformDirection(direction);
     float enter = 0.0F;
-    float leave = kReach;
+    float leave = CEditorTown::kFarAway;
     for (const auto& [start, step] : {std::pair{from.x, way.x}, {from.y, way.y}, {from.z, way.z}})
     {
         if (step == 0.0F)
@@ -255,7 +254,7 @@ CEntity* CEditorTown::FindPlace(std::string_view name) const
     return wanted.empty() ? nullptr : best;
 }
 
-CEntity* CEditorTown::Pick(int x, int y, CVector3* hit)
+CEntity* CEditorTown::Pick(int x, int y)
 {
     const auto& target = m_viewer->GetTarget();
     const CMatrix inverse = m_viewer->GetProjectionView().Inverse();
@@ -264,26 +263,29 @@ CEntity* CEditorTown::Pick(int x, int y, CVector3* hit)
     // A point of the far plane, of which the inverse gives homogeneous coordinates.
     const float* m = inverse.GetElements();
     const auto row = [&](int i) { return m[i] * right + m[i + 4] * up + m[i + 8] + m[i + 12]; };
-    const CVector3 origin = m_model->GetEye();
-    const CVector3 direction = (CVector3(row(0), row(1), row(2)) * (1.0F / row(3)) - origin).Normalized();
+    const CVector3 eye = m_model->GetEye();
+    float distance = 0.0F;
+    return Cast(eye, (CVector3(row(0), row(1), row(2)) * (1.0F / row(3)) - eye).Normalized(), distance);
+}
 
-    // The tree knows upright boxes; what is seen are turned ones.
+// The tree knows upright boxes; what is seen are turned ones.
+CEntity* CEditorTown::Cast(CVector3 origin, CVector3 direction, float& distance)
+{
     CEntity* nearest = nullptr;
-    float distance = direction.z < 0.0F ? origin.z / -direction.z : kReach;
-    for (CEntity* entity : m_query->AlongRay(origin, direction, kReach, kHits, m_hits))
+    distance = direction.z < 0.0F ? std::clamp(origin.z / -direction.z, 0.0F, kFarAway) : kFarAway;
+    for (CEntity* entity : m_query->AlongRay(origin, direction, kFarAway, kHits, m_hits))
     {
         const int number = m_model->GetNumber(entity);
         if (number < 0 || m_model->GetKind(static_cast<std::size_t>(number)) == TownKind::Place)
             continue;
         const float enter = Enter(entity->Find<ComponentTransform>()->GetTransform(), origin, direction);
-        if (enter >= 0.0F && (!nearest || enter < distance) && enter <= distance + 1.0F)
+        // Streets lie in the ground.
+        if (enter >= 0.0F && enter <= distance + (nearest ? 0.0F : 1.0F))
         {
             nearest = entity;
             distance = enter;
         }
     }
-    if (hit)
-        *hit = origin + direction * distance;
     return nearest;
 }
 

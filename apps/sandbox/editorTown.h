@@ -57,8 +57,12 @@ public:
     /// The place that a name means best: the whole name, before its beginning, before a part of it; of these the
     /// largest. Null for none.
     CEntity* FindPlace(std::string_view name) const;
-    /// What is seen at a pixel of the last picture; null for the ground and the sky. `hit` gets the point.
-    CEntity* Pick(int x, int y, CVector3* hit = nullptr);
+    /// What is seen at a pixel of the last picture; null for the ground and the sky.
+    CEntity* Pick(int x, int y);
+    /// What a ray hits first, the direction of which has the length 1; null for nothing. `distance` gets how far that
+    /// is, or the ground; it is `kFarAway` for the sky.
+    CEntity* Cast(CVector3 origin, CVector3 direction, float& distance);
+    static constexpr float kFarAway = 20000.0F; ///< Metres.
     /// Puts the camera before an entity.
     void GoTo(const CEntity& entity);
     void GoTo(CVector3 place, float distance);
