@@ -165,6 +165,15 @@ private:
         else
             Forget(list, &widget);
     }
+    static void i_Clear(WidgetList& list, bool GuiWidget::*isListed)
+    {
+        for (GuiWidget* const widget : list)
+        {
+            if (widget)
+                widget->*isListed = false;
+        }
+        list.clear();
+    }
     // What looks otherwise when it is hovered or in focus; layouts draw what is theirs by themselves.
     void i_Change(GuiWidget*& current, GuiWidget* next)
     {
@@ -193,7 +202,6 @@ private:
     void i_DrawPicture();
     bool i_ReplacePieces();
     bool i_ReplacePiece(GuiWidget& widget);
-    void i_ClearRedrawn();
     void i_RenderToolTip(int width, int height);
 
     Draw& m_draw;
@@ -224,7 +232,7 @@ private:
     bool m_isPicturing = false;
     bool m_needsPicture = true;
     WidgetList m_redrawn; // since the last picture
-    WidgetList m_unkept;  // drawn anew each time
+    WidgetList m_unkept;  // of the picture, drawn anew each time
     WidgetList m_overlays;
     int m_renderCount = 0;
     float m_toolTipTime = 0.0F; // seconds that the mouse rests; below 0 when none is wanted
@@ -439,7 +447,6 @@ void GuiContextI::Render(int width, int height)
             i_DrawPicture();
         m_draw.AddPicture(m_picture);
     }
-    i_ClearRedrawn();
 
     std::erase(m_overlays, nullptr);
     for (std::size_t i = 0; i < m_overlays.size(); ++i)
@@ -469,6 +476,8 @@ void GuiContextI::i_DrawPicture()
 {
     m_renderCount = 0;
     m_needsPicture = false;
+    i_Clear(m_redrawn, &GuiWidget::m_isRedrawn);
+    i_Clear(m_unkept, &GuiWidget::m_isUnkept);
     ++m_pictureNumber;
     m_draw.BeginPicture(*m_picture);
     m_isPicturing = true;
@@ -477,39 +486,38 @@ void GuiContextI::i_DrawPicture()
     m_draw.EndPicture();
 }
 
-// False when a piece does not fit into its place any more.
+// False when a piece does not fit into its place any more. By place: widgets may ask to be drawn, themselves included,
+// while others are; that is for the next time.
 bool GuiContextI::i_ReplacePieces()
 {
-    std::erase(m_unkept, nullptr);
-    for (const WidgetList* list : {&m_redrawn, &m_unkept})
+    const std::size_t count = m_redrawn.size();
+    for (std::size_t i = 0; i < count; ++i)
     {
-        for (GuiWidget* const widget : *list)
-        {
-            if (widget && i_CanBeSeen(*widget) && !i_ReplacePiece(*widget))
-                return false;
-        }
+        GuiWidget* const widget = std::exchange(m_redrawn[i], nullptr);
+        if (!widget)
+            continue;
+        widget->m_isRedrawn = false;
+        if (!i_ReplacePiece(*widget))
+            return false;
     }
-    return true;
+    m_redrawn.erase(m_redrawn.begin(), m_redrawn.begin() + static_cast<std::ptrdiff_t>(count));
+    std::erase(m_unkept, nullptr);
+    return std::all_of(m_unkept.begin(), m_unkept.end(),
+                       [this](GuiWidget* widget) { return !widget || i_ReplacePiece(*widget); });
 }
 
 bool GuiContextI::i_ReplacePiece(GuiWidget& widget)
 {
-    if (widget.m_pictureNumber != m_pictureNumber || widget.m_piece < 0)
+    // Its layout may leave it out of the picture, such as what is scrolled away.
+    const bool isLeftOut = widget.m_pictureNumber != 0 && widget.m_pictureNumber != m_pictureNumber;
+    if (isLeftOut || !i_CanBeSeen(widget))
+        return true;
+    if (widget.m_pictureNumber == 0 || widget.m_piece < 0)
         return false;
     ++m_renderCount;
     m_draw.BeginReplace(*m_picture, widget.m_piece);
     widget.Render();
     return m_draw.EndReplace();
-}
-
-void GuiContextI::i_ClearRedrawn()
-{
-    for (GuiWidget* const widget : m_redrawn)
-    {
-        if (widget)
-            widget->m_isRedrawn = false;
-    }
-    m_redrawn.clear();
 }
 
 void GuiContextI::i_RenderToolTip(int width, int height)
