@@ -131,7 +131,14 @@ public:
             return;
         m_styles[static_cast<std::size_t>(style)] = data;
         m_needsPicture = true;
-        m_root->InvalidateLayout();
+        IterateOverWidgets(
+            *m_root,
+            [](GuiWidget& widget, void*)
+            {
+                if (widget.AsLayout())
+                    widget.InvalidateLayout();
+            },
+            nullptr);
     }
     int GetLayoutCount() const override { return m_layoutCount; }
     int GetRenderCount() const override { return m_renderCount; }
