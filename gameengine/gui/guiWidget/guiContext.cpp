@@ -199,6 +199,8 @@ private:
         return modal ? *modal : *m_root;
     }
     bool i_CanBeSeen(const GuiWidget& widget) const;
+    // Whoever has the focus keeps it while it is hidden, but hears of no keys.
+    GuiWidget* i_GetSeenFocus() const { return m_focus && i_CanBeSeen(*m_focus) ? m_focus : nullptr; }
     void i_UpdateHover();
     void i_HandleInput(const bool& died);
     void i_Deliver(const bool& died);
@@ -347,7 +349,7 @@ void GuiContextI::i_HandleInput(const bool& died)
 void GuiContextI::i_Deliver(const bool& died)
 {
     const auto [kind, isRepeated, code, modifiers, clickCount, mouse] = *m_delivered;
-    const auto forKeys = [this] { return m_input ? m_input : m_focus; };
+    const auto forKeys = [this] { return m_input ? m_input : i_GetSeenFocus(); };
     const auto forMouse = [this] { return m_input ? m_input : m_hover; };
     if (kind != GuiInput::Kind::MouseRelease && kind != GuiInput::Kind::KeyRelease)
         m_toolTipTime = -1.0F;
@@ -359,7 +361,7 @@ void GuiContextI::i_Deliver(const bool& died)
             target->OnKeyRelease(code);
         break;
     case GuiInput::Kind::KeyChar:
-        if (auto* const receiver = dynamic_cast<GuiTextReceiver*>(m_focus))
+        if (auto* const receiver = dynamic_cast<GuiTextReceiver*>(i_GetSeenFocus()))
             receiver->OnKeyChar(code);
         break;
     case GuiInput::Kind::MouseClick:
@@ -377,10 +379,11 @@ void GuiContextI::i_Deliver(const bool& died)
 
 void GuiContextI::i_DeliverKey(unsigned key)
 {
-    const bool wantsTab = m_focus && m_focus->TakesTab() && (m_delivered->modifiers & kGuiControl) == 0;
+    GuiWidget* const focus = i_GetSeenFocus();
+    const bool wantsTab = focus && focus->TakesTab() && (m_delivered->modifiers & kGuiControl) == 0;
     if (key == kGuiKeyTab && !m_input && !wantsTab)
         MoveFocus((m_delivered->modifiers & kGuiShift) != 0 ? -1 : 1);
-    else if (GuiWidget* const target = m_input ? m_input : m_focus)
+    else if (GuiWidget* const target = m_input ? m_input : focus)
         target->OnKeyPress(key);
     else if (GuiWidget* const modal = GetModal())
         modal->OnKeyPress(key);
