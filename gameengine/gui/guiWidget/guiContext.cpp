@@ -258,7 +258,7 @@ void GuiContextI::SetModal(GuiWidget& widget, bool modal)
     if (!IsBelow(m_focus, widget))
         GrabFocus(nullptr);
     if (!IsBelow(m_input, widget))
-        m_input = nullptr;
+        i_Change(m_input, nullptr);
 }
 
 void GuiContextI::ForgetWidget(GuiWidget* widget)

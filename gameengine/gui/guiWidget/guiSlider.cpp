@@ -102,6 +102,8 @@ void GuiTrack::OnMouseRelease(unsigned button)
 
 void GuiTrack::Tick(float)
 {
+    if (m_isDragged && !myIsInputWidget()) // a modal widget has taken it away
+        i_StopDragging();
     if (m_isDragged)
         i_Follow();
 }
