@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -67,7 +68,7 @@ public:
     {
         m_queue.SetMousePos(x, y);
         if (!m_delivered)
-            m_mouse.Set(x, y);
+            m_mouse = m_queue.GetMousePos();
     }
     Vec2<int> GetMousePos() const override { return m_mouse; }
     bool IsKeyDown(unsigned key) const override { return m_queue.IsKeyDown(key); }
@@ -294,6 +295,7 @@ void GuiContextI::Update(float seconds)
     if (m_isUpdating)
         return;
     m_isUpdating = true;
+    seconds = std::isfinite(seconds) ? std::max(seconds, 0.0F) : 0.0F;
     bool died = false;
     m_died = &died;
     m_queue.Advance(seconds);
