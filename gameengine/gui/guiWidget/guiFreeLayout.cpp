@@ -9,6 +9,8 @@ namespace
 // Takes the docked widget's edge off what is left.
 GuiRectf TakeDocked(GuiDock dock, Vec2<float> wanted, GuiRectf& left)
 {
+    left.w = std::max(left.w, 0.0F);
+    left.h = std::max(left.h, 0.0F);
     GuiRectf rect = left;
     switch (dock)
     {

@@ -140,6 +140,8 @@ GuiWidget* GuiWindow::GetHoverWidget(int x, int y)
 
 void GuiWindow::Tick(float)
 {
+    if (!myIsInputWidget()) // a modal widget may have taken it away
+        i_Stop();
     i_Follow();
     i_FollowHover();
 }
