@@ -263,4 +263,28 @@ TEST_F(GuiUpkeep, NumbersWithoutSense)
     }
     EXPECT_EQ(window->GetRect().y, 100);
 }
+
+TEST_F(GuiUpkeep, WhoIsAddedStandsWhereItWasPut)
+{
+    auto* const shelf = Add<GuiFreeLayout>(m_root, {0, 0, 100, 100});
+    GuiWidget* const first = Add<GuiLabel>(*shelf, {10, 10, 20, 20});
+    Frame();
+    shelf->SetRect(100, 0, 100, 100);
+    auto label = std::make_unique<GuiLabel>(*m_context, 0, GuiRecti(110, 50, 20, 20));
+    const GuiWidget* const second = shelf->AddChild(std::move(label));
+    Frame();
+    EXPECT_EQ(first->GetRect(), GuiRecti(110, 10, 20, 20));
+    EXPECT_EQ(second->GetRect(), GuiRecti(110, 50, 20, 20));
+}
+
+TEST_F(GuiUpkeep, EscapeClosesTheWindowAroundALockedControl)
+{
+    auto* const window = Add<GuiWindow>(m_root, {0, 0, 100, 100});
+    auto* const slider = Add<GuiSlider>(*window, {0, 0, 10, 10});
+    slider->SetLocked(true);
+    m_context->GrabFocus(slider);
+    m_context->PushKeyPress(kGuiKeyEscape);
+    Frame();
+    EXPECT_FALSE(window->IsVisible());
+}
 } // namespace

@@ -66,12 +66,6 @@ private:
     std::vector<GuiWidget*> m_widgets;
 };
 
-bool IsBelow(const GuiWidget* widget, const GuiWidget& above)
-{
-    while (widget && widget != &above)
-        widget = widget->GetParent();
-    return widget != nullptr;
-}
 } // namespace
 
 class GuiContextI final : public GuiContext
@@ -139,8 +133,8 @@ public:
     void SetModal(GuiWidget& widget, bool modal) override;
     GuiWidget* GetModal() const override
     {
-        const auto last = std::find_if(m_modals.rbegin(), m_modals.rend(),
-                                       [this](const GuiWidget* widget) { return i_CanBeSeen(*widget); });
+        const auto last =
+            std::find_if(m_modals.rbegin(), m_modals.rend(), [](const GuiWidget* widget) { return widget->IsShown(); });
         return last == m_modals.rend() ? nullptr : *last;
     }
     void ForgetWidget(GuiWidget* widget) override;
@@ -210,9 +204,8 @@ private:
         GuiWidget* const modal = GetModal();
         return modal ? *modal : *m_root;
     }
-    bool i_CanBeSeen(const GuiWidget& widget) const;
     // Whoever has the focus keeps it while it is hidden, but hears of no keys.
-    GuiWidget* i_GetSeenFocus() const { return m_focus && i_CanBeSeen(*m_focus) ? m_focus : nullptr; }
+    GuiWidget* i_GetSeenFocus() const { return m_focus && m_focus->IsShown() ? m_focus : nullptr; }
     void i_UpdateHover();
     void i_HandleInput(const bool& died);
     void i_Deliver(const bool& died);
@@ -267,9 +260,9 @@ void GuiContextI::SetModal(GuiWidget& widget, bool modal)
     if (!modal)
         return;
     m_modals.push_back(&widget);
-    if (!IsBelow(m_focus, widget))
+    if (m_focus && !m_focus->IsWithin(widget))
         GrabFocus(nullptr);
-    if (!IsBelow(m_input, widget))
+    if (m_input && !m_input->IsWithin(widget))
         i_Change(m_input, nullptr);
 }
 
@@ -319,14 +312,6 @@ void GuiContextI::Update(float seconds)
         return;
     m_died = nullptr;
     m_isUpdating = false;
-}
-
-bool GuiContextI::i_CanBeSeen(const GuiWidget& widget) const
-{
-    const GuiWidget* above = &widget;
-    while (above->IsVisible() && above->GetParent())
-        above = above->GetParent();
-    return above == m_root.get() && above->IsVisible();
 }
 
 void GuiContextI::i_UpdateHover()
@@ -392,8 +377,13 @@ void GuiContextI::i_DeliverKey(unsigned key)
     const bool wantsTab = focus && focus->TakesTab() && (m_delivered->modifiers & kGuiControl) == 0;
     if (key == kGuiKeyTab && !m_input && !wantsTab)
         MoveFocus((m_delivered->modifiers & kGuiShift) != 0 ? -1 : 1);
-    else if (GuiWidget* const target = m_input ? m_input : focus)
+    else if (GuiWidget* target = m_input ? m_input : focus)
+    {
+        // Who is locked has no use for keys, but a window around it may.
+        while (target != m_input && target->IsLocked() && target->GetParent())
+            target = target->GetParent();
         target->OnKeyPress(key);
+    }
     else if (GuiWidget* const modal = GetModal())
         modal->OnKeyPress(key);
 }
@@ -470,7 +460,7 @@ void GuiContextI::Render(int width, int height)
     m_overlays.CloseUp();
     for (std::size_t i = 0; i < m_overlays.GetSize(); ++i)
     {
-        if (m_overlays[i] && i_CanBeSeen(*m_overlays[i]))
+        if (m_overlays[i] && m_overlays[i]->IsShown())
             m_overlays[i]->RenderOverlay();
     }
     i_RenderToolTip(width, height);
@@ -533,7 +523,7 @@ bool GuiContextI::i_ReplacePiece(GuiWidget& widget)
 {
     // Its layout may leave it out of the picture, such as what is scrolled away.
     const bool isLeftOut = widget.m_pictureNumber != 0 && widget.m_pictureNumber != m_pictureNumber;
-    if (isLeftOut || !i_CanBeSeen(widget))
+    if (isLeftOut || !widget.IsShown())
         return true;
     if (widget.m_pictureNumber == 0 || widget.m_piece < 0)
         return false;

@@ -72,6 +72,15 @@ void GuiFreeLayout::OnUpdateLayout(const GuiRectf& rect)
     }
 }
 
+GuiWidget* GuiFreeLayout::AddChild(std::unique_ptr<GuiWidget> child)
+{
+    // It stands where it shall stand in the room of now, and those that are there are still to follow to that.
+    const GuiRecti room = GetContainingRect();
+    if (m_hasLast && GetChildCount() > 0 && room.w > 0 && room.h > 0 && NeedsLayout())
+        AdjustLayout();
+    return GuiLayoutMulti::AddChild(std::move(child));
+}
+
 std::unique_ptr<GuiWidget> GuiFreeLayout::RemoveChild(GuiWidget* child)
 {
     m_anchored.erase(child);

@@ -294,6 +294,22 @@ int GuiWidget::GetDepth() const noexcept
     return depth;
 }
 
+bool GuiWidget::IsWithin(const GuiWidget& other) const noexcept
+{
+    const GuiWidget* widget = this;
+    while (widget && widget != &other)
+        widget = widget->m_parent;
+    return widget != nullptr;
+}
+
+bool GuiWidget::IsShown() const
+{
+    const GuiWidget* widget = this;
+    while (widget->m_isVisible && widget->m_parent)
+        widget = widget->m_parent;
+    return widget->m_isVisible && widget == &m_context->GetRoot();
+}
+
 bool GuiWidget::Save(GuiStream& stream) const
 {
     const int depth = GetDepth();

@@ -201,6 +201,10 @@ public:
     void Redraw();
     /// Ancestors.
     int GetDepth() const noexcept;
+    /// Whether it is this widget, or one that this is in.
+    bool IsWithin(const GuiWidget& other) const noexcept;
+    /// Whether it and all that it is in are visible, and belong to the context's root.
+    bool IsShown() const;
 
 protected:
     /// Promises that `Redraw` is called whenever it would draw something else.
