@@ -98,6 +98,9 @@ TEST_F(Guitool, FormatWritesTheCanonicalFormOnceAndLeavesWhatHasFaults)
     EXPECT_EQ(test::ReadFile(Path("b.gui")), bad);
     EXPECT_NE(m_output.find("b.gui:3:12: error: "), std::string::npos) << m_output;
     EXPECT_TRUE(HasOneErrorWith("b.gui has faults and is left as it is")) << m_errors;
+    test::WriteFile(Path("c.gui"), "GWT_SPINNER -99999.0 99999.0 -12345.678 1.0 0 \"\" 0 0 9 9 LEFT|TOP NONE 7 0 0\n");
+    EXPECT_EQ(Run("format c.gui"), 1) << "each time it would lose a digit of its value, -12345.677734";
+    EXPECT_TRUE(HasOneErrorWith("c.gui holds numbers")) << m_errors;
     std::filesystem::create_directory(Path("folder.gui"));
     EXPECT_EQ(Run("format folder.gui"), 2);
 }

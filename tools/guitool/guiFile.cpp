@@ -2,7 +2,6 @@
 
 #include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
-#include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
 #include "tamradeps/io/utf8Path.h"
 
@@ -49,16 +48,14 @@ bool CGuiScreen::TakeText(std::string& text)
     return true;
 }
 
-bool MakeCanonical(gui::Draw& draw, const std::string& text, std::string& canonical,
-                   std::vector<gui::GuiReadFault>& faults)
+const char* MakeCanonical(gui::Draw& draw, const std::string& text, std::string& canonical,
+                          std::vector<gui::GuiReadFault>& faults)
 {
     CGuiScreen screen(draw);
     if (!screen.Read(text, faults) || !screen.TakeText(canonical))
-        return false;
+        return "has faults";
     CGuiScreen again(draw);
     std::string second;
-    if (again.Read(canonical, faults) && again.TakeText(second) && second == canonical)
-        return true;
-    tamra::log::Error("there are numbers of more characters than are read back");
-    return false;
+    const bool isStable = again.Read(canonical, faults) && again.TakeText(second) && second == canonical;
+    return isStable ? nullptr : "holds numbers of more characters than are read back";
 }

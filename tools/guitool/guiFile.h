@@ -28,7 +28,7 @@ private:
     std::unique_ptr<gui::GuiContext> m_context;
 };
 
-/// The text as it is written. False with the faults of the text, or without any, logged, when it holds numbers that
-/// change each time they are written and read.
-bool MakeCanonical(gui::Draw& draw, const std::string& text, std::string& canonical,
-                   std::vector<gui::GuiReadFault>& faults);
+/// The text as it is written. Null, or why there is none: faults of the text, or numbers that would be others each time
+/// that they are written and read.
+const char* MakeCanonical(gui::Draw& draw, const std::string& text, std::string& canonical,
+                          std::vector<gui::GuiReadFault>& faults);

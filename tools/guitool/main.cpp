@@ -78,10 +78,10 @@ int Format(const Arguments& arguments)
     {
         std::string canonical;
         std::vector<gui::GuiReadFault> faults;
-        if (!MakeCanonical(*draw, text, canonical, faults))
+        if (const char* why = MakeCanonical(*draw, text, canonical, faults))
         {
             PrintFaults(file, faults);
-            tamra::log::Error(tamra::log::Quoted(file) + " has faults and is left as it is");
+            tamra::log::Error(tamra::log::Quoted(file) + " " + why + " and is left as it is");
             return kFound;
         }
         if (canonical == text)

@@ -60,8 +60,11 @@ void GuiClickable::OnMouseRelease(unsigned button)
 {
     if (button != kGuiMouseLeft || !m_isPressed)
         return;
+    const bool isMeant = myIsPressed();
     m_isPressed = false;
     Redraw();
+    if (!isMeant) // a modal widget has taken the input away
+        return;
     myReleaseInput();
     const Vec2<int> mouse = myGetMousePos();
     myOnReleased(GuiWidget::GetHoverWidget(mouse.x, mouse.y) == this);

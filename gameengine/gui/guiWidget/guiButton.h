@@ -27,7 +27,7 @@ protected:
     virtual void myOnPressed();
     /// It was clicked; also by the keyboard. `isInside`: the mouse came up where it is.
     virtual void myOnReleased(bool isInside) = 0;
-    bool myIsPressed() const noexcept { return m_isPressed; }
+    bool myIsPressed() const { return m_isPressed && myIsInputWidget(); }
     /// Draws the text right of a mark of this width, or in the middle if there is none.
     void myDrawText(int markWidth);
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -24,20 +25,47 @@ struct Posted
     GuiEvent event;
 };
 
-// Widgets that leave while somebody goes through the list leave a null, closed up with the next pass.
-using WidgetList = std::vector<GuiWidget*>;
-
-void Forget(WidgetList& list, const GuiWidget* widget)
+// Each widget knows its place, so that twenty thousand of them leave as fast as they came. Who leaves while somebody
+// goes through the list leaves a null, which the next pass closes up.
+class CWidgetList
 {
-    std::replace(list.begin(), list.end(), const_cast<GuiWidget*>(widget), static_cast<GuiWidget*>(nullptr));
-}
+public:
+    explicit CWidgetList(int GuiWidget::*place) : m_place(place) {}
 
-bool IsBelow(const GuiWidget* widget, const GuiWidget& above)
-{
-    while (widget && widget != &above)
-        widget = widget->GetParent();
-    return widget != nullptr;
-}
+    void Add(GuiWidget& widget)
+    {
+        if (widget.*m_place >= 0)
+            return;
+        widget.*m_place = static_cast<int>(m_widgets.size());
+        m_widgets.push_back(&widget);
+    }
+    void Remove(GuiWidget& widget)
+    {
+        if (const int place = std::exchange(widget.*m_place, -1); place >= 0)
+            m_widgets[static_cast<std::size_t>(place)] = nullptr;
+    }
+    void Set(GuiWidget& widget, bool isIn) { isIn ? Add(widget) : Remove(widget); }
+    void CloseUp()
+    {
+        std::erase(m_widgets, nullptr);
+        for (std::size_t i = 0; i < m_widgets.size(); ++i)
+            m_widgets[i]->*m_place = static_cast<int>(i);
+    }
+    void Clear()
+    {
+        CloseUp();
+        for (GuiWidget* const widget : m_widgets)
+            widget->*m_place = -1;
+        m_widgets.clear();
+    }
+    std::size_t GetSize() const noexcept { return m_widgets.size(); }
+    GuiWidget* operator[](std::size_t i) const { return m_widgets[i]; }
+
+private:
+    int GuiWidget::*m_place;
+    std::vector<GuiWidget*> m_widgets;
+};
+
 } // namespace
 
 class GuiContextI final : public GuiContext
@@ -67,7 +95,7 @@ public:
     {
         m_queue.SetMousePos(x, y);
         if (!m_delivered)
-            m_mouse.Set(x, y);
+            m_mouse = m_queue.GetMousePos();
     }
     Vec2<int> GetMousePos() const override { return m_mouse; }
     bool IsKeyDown(unsigned key) const override { return m_queue.IsKeyDown(key); }
@@ -105,15 +133,18 @@ public:
     void SetModal(GuiWidget& widget, bool modal) override;
     GuiWidget* GetModal() const override
     {
-        const auto last = std::find_if(m_modals.rbegin(), m_modals.rend(),
-                                       [this](const GuiWidget* widget) { return i_CanBeSeen(*widget); });
+        const auto last =
+            std::find_if(m_modals.rbegin(), m_modals.rend(), [](const GuiWidget* widget) { return widget->IsShown(); });
         return last == m_modals.rend() ? nullptr : *last;
     }
     void ForgetWidget(GuiWidget* widget) override;
     void PostEvent(GuiCallback* callback, std::string_view name, const GuiEvent& event) override
     {
-        if (callback)
-            m_queues[m_current].push_back({callback->GetSelf(), std::string(name), event});
+        if (!callback)
+            return;
+        if (event.source)
+            event.source->m_hasPosted = true;
+        m_queues[m_current].push_back({callback->GetSelf(), std::string(name), event});
     }
 
     void Update(float seconds) override;
@@ -131,40 +162,31 @@ public:
             return;
         m_styles[static_cast<std::size_t>(style)] = data;
         m_needsPicture = true;
-        m_root->InvalidateLayout();
+        IterateOverWidgets(
+            *m_root,
+            [](GuiWidget& widget, void*)
+            {
+                if (widget.AsLayout())
+                    widget.InvalidateLayout();
+            },
+            nullptr);
     }
     int GetLayoutCount() const override { return m_layoutCount; }
     int GetRenderCount() const override { return m_renderCount; }
 
-    void SetTicking(GuiWidget& widget, bool ticking) override
-    {
-        i_SetListed(m_ticking, widget, widget.m_isTicking, ticking);
-    }
-    void SetOverlay(GuiWidget& widget, bool overlay) override
-    {
-        i_SetListed(m_overlays, widget, widget.m_isOverlay, overlay);
-    }
+    void SetTicking(GuiWidget& widget, bool ticking) override { m_ticking.Set(widget, ticking); }
+    void SetOverlay(GuiWidget& widget, bool overlay) override { m_overlays.Set(widget, overlay); }
     void RequestRedraw(GuiWidget& widget) override
     {
         // With many of them everything is drawn, so that their list stays short.
-        m_needsPicture = m_needsPicture || widget.AsLayout() || m_redrawn.size() >= kManyRedrawn;
-        if (!m_needsPicture && !std::exchange(widget.m_isRedrawn, true))
-            m_redrawn.push_back(&widget);
+        m_needsPicture = m_needsPicture || widget.AsLayout() || m_redrawn.GetSize() >= kManyRedrawn;
+        if (!m_needsPicture)
+            m_redrawn.Add(widget);
     }
     void RequestPicture() override { m_needsPicture = true; }
     void RenderWidget(GuiWidget& widget) override;
 
 private:
-    static void i_SetListed(WidgetList& list, GuiWidget& widget, bool& isListed, bool shallBe)
-    {
-        if (isListed == shallBe)
-            return;
-        isListed = shallBe;
-        if (shallBe)
-            list.push_back(&widget);
-        else
-            Forget(list, &widget);
-    }
     // What looks otherwise when it is hovered or in focus; layouts draw what is theirs by themselves.
     void i_Change(GuiWidget*& current, GuiWidget* next)
     {
@@ -182,7 +204,8 @@ private:
         GuiWidget* const modal = GetModal();
         return modal ? *modal : *m_root;
     }
-    bool i_CanBeSeen(const GuiWidget& widget) const;
+    // Whoever has the focus keeps it while it is hidden, but hears of no keys.
+    GuiWidget* i_GetSeenFocus() const { return m_focus && m_focus->IsShown() ? m_focus : nullptr; }
     void i_UpdateHover();
     void i_HandleInput(const bool& died);
     void i_Deliver(const bool& died);
@@ -193,7 +216,6 @@ private:
     void i_DrawPicture();
     bool i_ReplacePieces();
     bool i_ReplacePiece(GuiWidget& widget);
-    void i_ClearRedrawn();
     void i_RenderToolTip(int width, int height);
 
     Draw& m_draw;
@@ -206,13 +228,13 @@ private:
     GuiWidget* m_hover = nullptr;
     GuiWidget* m_focus = nullptr;
     GuiWidget* m_input = nullptr;
-    WidgetList m_modals;
-    WidgetList m_told; // layouts above what was clicked
+    std::vector<GuiWidget*> m_modals;
+    std::vector<GuiWidget*> m_told; // layouts above what was clicked; null when they are gone
     std::function<void(const std::string&)> m_setClipboard;
     std::function<std::string()> m_getClipboard;
     std::string m_clipboard;
 
-    WidgetList m_ticking;
+    CWidgetList m_ticking{&GuiWidget::m_tickingPlace};
     std::vector<Posted> m_queues[2];
     int m_current = 0;
     int m_layoutCount = 0;
@@ -223,9 +245,9 @@ private:
     unsigned m_pictureNumber = 0;
     bool m_isPicturing = false;
     bool m_needsPicture = true;
-    WidgetList m_redrawn; // since the last picture
-    WidgetList m_unkept;  // drawn anew each time
-    WidgetList m_overlays;
+    CWidgetList m_redrawn{&GuiWidget::m_redrawnPlace}; // since the last picture
+    CWidgetList m_unkept{&GuiWidget::m_unkeptPlace};   // of the picture, drawn anew each time
+    CWidgetList m_overlays{&GuiWidget::m_overlayPlace};
     int m_renderCount = 0;
     float m_toolTipTime = 0.0F; // seconds that the mouse rests; below 0 when none is wanted
 
@@ -238,10 +260,10 @@ void GuiContextI::SetModal(GuiWidget& widget, bool modal)
     if (!modal)
         return;
     m_modals.push_back(&widget);
-    if (!IsBelow(m_focus, widget))
+    if (m_focus && !m_focus->IsWithin(widget))
         GrabFocus(nullptr);
-    if (!IsBelow(m_input, widget))
-        m_input = nullptr;
+    if (m_input && !m_input->IsWithin(widget))
+        i_Change(m_input, nullptr);
 }
 
 void GuiContextI::ForgetWidget(GuiWidget* widget)
@@ -252,15 +274,11 @@ void GuiContextI::ForgetWidget(GuiWidget* widget)
             *pointer = nullptr;
     }
     std::erase(m_modals, widget);
-    Forget(m_told, widget);
-    for (auto& [list, isListed] : {std::pair{&m_ticking, &widget->m_isTicking},
-                                   {&m_overlays, &widget->m_isOverlay},
-                                   {&m_redrawn, &widget->m_isRedrawn},
-                                   {&m_unkept, &widget->m_isUnkept}})
-    {
-        if (std::exchange(*isListed, false))
-            Forget(*list, widget);
-    }
+    std::replace(m_told.begin(), m_told.end(), widget, static_cast<GuiWidget*>(nullptr));
+    for (CWidgetList* const list : {&m_ticking, &m_overlays, &m_redrawn, &m_unkept})
+        list->Remove(*widget);
+    if (!std::exchange(widget->m_hasPosted, false))
+        return;
     for (std::vector<Posted>& queue : m_queues)
     {
         for (Posted& posted : queue)
@@ -277,6 +295,7 @@ void GuiContextI::Update(float seconds)
     if (m_isUpdating)
         return;
     m_isUpdating = true;
+    seconds = std::isfinite(seconds) ? std::max(seconds, 0.0F) : 0.0F;
     bool died = false;
     m_died = &died;
     m_queue.Advance(seconds);
@@ -293,14 +312,6 @@ void GuiContextI::Update(float seconds)
         return;
     m_died = nullptr;
     m_isUpdating = false;
-}
-
-bool GuiContextI::i_CanBeSeen(const GuiWidget& widget) const
-{
-    const GuiWidget* above = &widget;
-    while (above->IsVisible() && above->GetParent())
-        above = above->GetParent();
-    return above == m_root.get() && above->IsVisible();
 }
 
 void GuiContextI::i_UpdateHover()
@@ -332,7 +343,7 @@ void GuiContextI::i_HandleInput(const bool& died)
 void GuiContextI::i_Deliver(const bool& died)
 {
     const auto [kind, isRepeated, code, modifiers, clickCount, mouse] = *m_delivered;
-    const auto forKeys = [this] { return m_input ? m_input : m_focus; };
+    const auto forKeys = [this] { return m_input ? m_input : i_GetSeenFocus(); };
     const auto forMouse = [this] { return m_input ? m_input : m_hover; };
     if (kind != GuiInput::Kind::MouseRelease && kind != GuiInput::Kind::KeyRelease)
         m_toolTipTime = -1.0F;
@@ -344,7 +355,7 @@ void GuiContextI::i_Deliver(const bool& died)
             target->OnKeyRelease(code);
         break;
     case GuiInput::Kind::KeyChar:
-        if (auto* const receiver = dynamic_cast<GuiTextReceiver*>(m_focus))
+        if (auto* const receiver = dynamic_cast<GuiTextReceiver*>(i_GetSeenFocus()))
             receiver->OnKeyChar(code);
         break;
     case GuiInput::Kind::MouseClick:
@@ -362,11 +373,17 @@ void GuiContextI::i_Deliver(const bool& died)
 
 void GuiContextI::i_DeliverKey(unsigned key)
 {
-    const bool wantsTab = m_focus && m_focus->TakesTab() && (m_delivered->modifiers & kGuiControl) == 0;
+    GuiWidget* const focus = i_GetSeenFocus();
+    const bool wantsTab = focus && focus->TakesTab() && (m_delivered->modifiers & kGuiControl) == 0;
     if (key == kGuiKeyTab && !m_input && !wantsTab)
         MoveFocus((m_delivered->modifiers & kGuiShift) != 0 ? -1 : 1);
-    else if (GuiWidget* const target = m_input ? m_input : m_focus)
+    else if (GuiWidget* target = m_input ? m_input : focus)
+    {
+        // Who is locked has no use for keys, but a window around it may.
+        while (target != m_input && target->IsLocked() && target->GetParent())
+            target = target->GetParent();
         target->OnKeyPress(key);
+    }
     else if (GuiWidget* const modal = GetModal())
         modal->OnKeyPress(key);
 }
@@ -394,8 +411,8 @@ bool GuiContextI::i_TellLayouts(GuiWidget* target, unsigned button, const bool& 
 // By place, not by reference: widgets come and go, themselves included, while they are ticked. New ones wait.
 void GuiContextI::i_Tick(float seconds, const bool& died)
 {
-    std::erase(m_ticking, nullptr);
-    const std::size_t count = m_ticking.size();
+    m_ticking.CloseUp();
+    const std::size_t count = m_ticking.GetSize();
     for (std::size_t i = 0; i < count; ++i)
     {
         if (GuiWidget* const widget = m_ticking[i])
@@ -439,12 +456,11 @@ void GuiContextI::Render(int width, int height)
             i_DrawPicture();
         m_draw.AddPicture(m_picture);
     }
-    i_ClearRedrawn();
 
-    std::erase(m_overlays, nullptr);
-    for (std::size_t i = 0; i < m_overlays.size(); ++i)
+    m_overlays.CloseUp();
+    for (std::size_t i = 0; i < m_overlays.GetSize(); ++i)
     {
-        if (m_overlays[i] && i_CanBeSeen(*m_overlays[i]))
+        if (m_overlays[i] && m_overlays[i]->IsShown())
             m_overlays[i]->RenderOverlay();
     }
     i_RenderToolTip(width, height);
@@ -461,14 +477,16 @@ void GuiContextI::RenderWidget(GuiWidget& widget)
     widget.Render();
     widget.m_piece = m_draw.EndPiece();
     widget.m_pictureNumber = m_pictureNumber;
-    if (!widget.m_keepsPicture && !std::exchange(widget.m_isUnkept, true))
-        m_unkept.push_back(&widget);
+    if (!widget.m_keepsPicture)
+        m_unkept.Add(widget);
 }
 
 void GuiContextI::i_DrawPicture()
 {
     m_renderCount = 0;
     m_needsPicture = false;
+    m_redrawn.Clear();
+    m_unkept.Clear();
     ++m_pictureNumber;
     m_draw.BeginPicture(*m_picture);
     m_isPicturing = true;
@@ -477,39 +495,42 @@ void GuiContextI::i_DrawPicture()
     m_draw.EndPicture();
 }
 
-// False when a piece does not fit into its place any more.
+// False when a piece does not fit into its place any more. By place: widgets may ask to be drawn, themselves included,
+// while others are; that is for the next time.
 bool GuiContextI::i_ReplacePieces()
 {
-    std::erase(m_unkept, nullptr);
-    for (const WidgetList* list : {&m_redrawn, &m_unkept})
+    const std::size_t count = m_redrawn.GetSize();
+    for (std::size_t i = 0; i < count; ++i)
     {
-        for (GuiWidget* const widget : *list)
-        {
-            if (widget && i_CanBeSeen(*widget) && !i_ReplacePiece(*widget))
-                return false;
-        }
+        GuiWidget* const widget = m_redrawn[i];
+        if (!widget)
+            continue;
+        m_redrawn.Remove(*widget);
+        if (!i_ReplacePiece(*widget))
+            return false;
+    }
+    m_redrawn.CloseUp();
+    m_unkept.CloseUp();
+    for (std::size_t i = 0; i < m_unkept.GetSize(); ++i)
+    {
+        if (m_unkept[i] && !i_ReplacePiece(*m_unkept[i]))
+            return false;
     }
     return true;
 }
 
 bool GuiContextI::i_ReplacePiece(GuiWidget& widget)
 {
-    if (widget.m_pictureNumber != m_pictureNumber || widget.m_piece < 0)
+    // Its layout may leave it out of the picture, such as what is scrolled away.
+    const bool isLeftOut = widget.m_pictureNumber != 0 && widget.m_pictureNumber != m_pictureNumber;
+    if (isLeftOut || !widget.IsShown())
+        return true;
+    if (widget.m_pictureNumber == 0 || widget.m_piece < 0)
         return false;
     ++m_renderCount;
     m_draw.BeginReplace(*m_picture, widget.m_piece);
     widget.Render();
     return m_draw.EndReplace();
-}
-
-void GuiContextI::i_ClearRedrawn()
-{
-    for (GuiWidget* const widget : m_redrawn)
-    {
-        if (widget)
-            widget->m_isRedrawn = false;
-    }
-    m_redrawn.clear();
 }
 
 void GuiContextI::i_RenderToolTip(int width, int height)

@@ -28,7 +28,7 @@ bool GuiDropList::SetSelected(int index)
 
 void GuiDropList::Open()
 {
-    if (m_isOpen || GetItemCount() == 0 || !myIsUsable() || !i_IsShown())
+    if (m_isOpen || GetItemCount() == 0 || !myIsUsable() || !IsShown())
         return;
     m_isOpen = true;
     m_isPressed = false;
@@ -77,15 +77,6 @@ void GuiDropList::myOnRemoved(int index)
 void GuiDropList::myOnReplaced()
 {
     m_selected = -1;
-}
-
-// It and all around it are visible, and belong to the screen.
-bool GuiDropList::i_IsShown() const
-{
-    const GuiWidget* widget = this;
-    while (widget->IsVisible() && widget->GetParent())
-        widget = widget->GetParent();
-    return widget->IsVisible() && widget == &GetContext().GetRoot();
 }
 
 GuiRecti GuiDropList::i_GetList() const
@@ -265,7 +256,7 @@ void GuiDropList::Tick(float seconds)
 {
     GuiItemRows& rows = myGetRows();
     rows.Tick(seconds);
-    if (m_isOpen && (!i_IsShown() || !myIsFocusWidget() || !myIsInputWidget()))
+    if (m_isOpen && (!IsShown() || !myIsFocusWidget() || !myIsInputWidget()))
         return Close();
     if (!m_isOpen)
         return SetTicking(rows.IsTyping());

@@ -54,7 +54,6 @@ protected:
     void myLoad(GuiStream& stream) override;
 
 private:
-    bool i_IsShown() const;
     GuiRecti i_GetList() const;
     void i_Place() { myPlaceRows(i_GetList()); }
     bool i_OnWheel(int rows);

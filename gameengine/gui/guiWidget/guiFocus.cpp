@@ -35,6 +35,6 @@ GuiWidget* FindNextFocus(GuiWidget& root, GuiWidget* focus, int step)
     if (current == stops.end())
         return step > 0 ? stops.front() : stops.back();
     const auto count = static_cast<std::ptrdiff_t>(stops.size());
-    return stops[static_cast<std::size_t>((current - stops.begin() + step + count) % count)];
+    return stops[static_cast<std::size_t>(((current - stops.begin() + step) % count + count) % count)];
 }
 } // namespace gui

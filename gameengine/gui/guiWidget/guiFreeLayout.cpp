@@ -6,9 +6,17 @@ namespace gui
 {
 namespace
 {
+GuiRectf ToFloat(const GuiRecti& rect)
+{
+    return {static_cast<float>(rect.x), static_cast<float>(rect.y), static_cast<float>(rect.w),
+            static_cast<float>(rect.h)};
+}
+
 // Takes the docked widget's edge off what is left.
 GuiRectf TakeDocked(GuiDock dock, Vec2<float> wanted, GuiRectf& left)
 {
+    left.w = std::max(left.w, 0.0F);
+    left.h = std::max(left.h, 0.0F);
     GuiRectf rect = left;
     switch (dock)
     {
@@ -70,6 +78,15 @@ void GuiFreeLayout::OnUpdateLayout(const GuiRectf& rect)
     }
 }
 
+GuiWidget* GuiFreeLayout::AddChild(std::unique_ptr<GuiWidget> child)
+{
+    // It stands where it shall stand in the room of now, and those that are there are still to follow to that.
+    const GuiRecti room = GetContainingRect();
+    if (m_hasLast && GetChildCount() > 0 && room.w > 0 && room.h > 0 && ToFloat(room) != m_lastRect)
+        AdjustLayout();
+    return GuiLayoutMulti::AddChild(std::move(child));
+}
+
 std::unique_ptr<GuiWidget> GuiFreeLayout::RemoveChild(GuiWidget* child)
 {
     m_anchored.erase(child);
@@ -78,9 +95,7 @@ std::unique_ptr<GuiWidget> GuiFreeLayout::RemoveChild(GuiWidget* child)
 
 void GuiFreeLayout::AdjustLayout()
 {
-    const GuiRecti room = GetContainingRect();
-    const GuiRectf now(static_cast<float>(room.x), static_cast<float>(room.y), static_cast<float>(room.w),
-                       static_cast<float>(room.h));
+    const GuiRectf now = ToFloat(GetContainingRect());
     const GuiRectf before = m_hasLast ? m_lastRect : now;
     GuiRectf left = now;
     for (std::size_t i = 0; i < GetChildCount(); ++i)

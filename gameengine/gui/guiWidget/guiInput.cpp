@@ -1,15 +1,17 @@
 #include "gameengine/gui/guiWidget/guiInputInternal.h"
 #include "gameengine/gui/guiWidget/guiKey.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace gui
 {
 namespace
 {
-constexpr double kMultiClickTime = 0.4; // seconds
-constexpr int kMultiClickReach = 4;     // pixels
-constexpr int kMaxRepeats = 4;          // at once, after a long frame
+constexpr double kMultiClickTime = 0.4;  // seconds
+constexpr int kMultiClickReach = 4;      // pixels
+constexpr int kFarthest = 1'000'000'000; // as far as coordinates of widgets go; sums fit an integer
+constexpr int kMaxRepeats = 4;           // at once, after a long frame
 
 bool IsModifier(unsigned key)
 {
@@ -67,6 +69,11 @@ void CGuiInputQueue::PushMouseRelease(unsigned button)
 {
     m_buttons.erase(button);
     i_Push(GuiInput::Kind::MouseRelease, button);
+}
+
+void CGuiInputQueue::SetMousePos(int x, int y) noexcept
+{
+    m_mouse.Set(std::clamp(x, -kFarthest, kFarthest), std::clamp(y, -kFarthest, kFarthest));
 }
 
 unsigned CGuiInputQueue::GetModifiers() const

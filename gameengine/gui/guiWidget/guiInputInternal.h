@@ -38,7 +38,7 @@ public:
     void PushMouseRelease(unsigned button);
 
     /// Where the mouse is from here on.
-    void SetMousePos(int x, int y) noexcept { m_mouse.Set(x, y); }
+    void SetMousePos(int x, int y) noexcept;
     Vec2<int> GetMousePos() const noexcept { return m_mouse; }
     bool IsKeyDown(unsigned key) const { return m_keys.contains(key); }
     bool IsMouseDown(unsigned button) const { return m_buttons.contains(button); }

@@ -67,7 +67,13 @@ int GuiLayout::UpdateLayout()
         if (layout && layout->NeedsLayout())
             count += layout->UpdateLayout();
     }
-    m_childNeedsLayout = false;
+    // One that was done may have been marked by another one since: that is for the next pass.
+    const bool isAnyMarked = std::exchange(m_childNeedsLayout, false);
+    for (std::size_t i = 0; isAnyMarked && !m_childNeedsLayout && i < GetChildCount(); ++i)
+    {
+        const GuiLayout* const layout = GetChild(i)->AsLayout();
+        m_childNeedsLayout = layout && layout->NeedsLayout();
+    }
     return count;
 }
 

@@ -110,6 +110,7 @@ public:
     const char* GetTypeString() const override { return "GWT_FREELAYOUT"; }
     void AdjustLayout() override;
     void OnUpdateLayout(const GuiRectf& rect) override;
+    GuiWidget* AddChild(std::unique_ptr<GuiWidget> child) override;
     std::unique_ptr<GuiWidget> RemoveChild(GuiWidget* child) override;
 
 private:

@@ -102,6 +102,8 @@ void GuiTrack::OnMouseRelease(unsigned button)
 
 void GuiTrack::Tick(float)
 {
+    if (m_isDragged && !myIsInputWidget()) // a modal widget has taken it away
+        i_StopDragging();
     if (m_isDragged)
         i_Follow();
 }
@@ -132,8 +134,10 @@ GuiRecti GuiTrack::i_GetHandle() const
     GuiRecti handle = GetRect();
     const int length = std::min(myGetHandleLength(), myGetLength());
     const float range = myGetHigh() - myGetLow();
+    // Of a range that is no number any more it is none either.
     const float part = range > 0.0F ? (GetValue() - myGetLow()) / range : 0.0F;
-    const int offset = static_cast<int>(static_cast<float>(myGetLength() - length) * std::min(part, 1.0F));
+    const float known = part > 0.0F ? std::min(part, 1.0F) : 0.0F;
+    const int offset = static_cast<int>(static_cast<float>(myGetLength() - length) * known);
     (m_axis == 0 ? handle.x : handle.y) += offset;
     (m_axis == 0 ? handle.w : handle.h) = length;
     return handle;
@@ -223,7 +227,7 @@ float GuiScrollBar::myGetHigh() const
 
 int GuiScrollBar::myGetHandleLength() const
 {
-    const std::int64_t length = myGetLength();
+    const std::int64_t length = std::max(myGetLength(), 0);
     if (m_contentLength <= length)
         return static_cast<int>(length);
     return std::max(static_cast<int>(length * length / m_contentLength), kShortestHandle);

@@ -244,13 +244,14 @@ bool GuiStream::ReadQuotedStrings(std::vector<std::string>& texts)
         MarkFault(start);
         return false;
     }
-    std::vector<std::string> items(static_cast<std::size_t>(count));
-    for (std::string& item : items)
+    // Grows with what is there: a count alone costs nothing.
+    std::vector<std::string> items;
+    for (int i = 0; i < count; ++i)
     {
         // Without this a run of spaces would give the word behind it once for each of them.
         if (m_position < GetReadEnd() && IsBlank(m_data[static_cast<std::size_t>(m_position)]))
             return i_Finish(false);
-        if (!ReadQuotedString(item))
+        if (!ReadQuotedString(items.emplace_back()))
             return false;
     }
     texts = std::move(items);

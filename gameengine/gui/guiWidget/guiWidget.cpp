@@ -169,6 +169,8 @@ void GuiWidget::SetParent(GuiWidget* parent) noexcept
 void GuiWidget::SetStyle(GuiStyle style)
 {
     m_style = style;
+    if (m_asLayout) // its measures
+        InvalidateLayout();
     Redraw();
 }
 
@@ -195,14 +197,14 @@ GuiRecti GuiWidget::GetLayoutRectInteger() const noexcept
 
 void GuiWidget::SetRect(const GuiRecti& rect)
 {
-    m_preferredSize = ToFloat(rect).Size();
+    SetPreferredSize(ToFloat(rect).Size());
     OnUpdateLayout(ToFloat(rect));
     OnUpdateRect(rect);
 }
 
 void GuiWidget::SetRect(const GuiRectf& rect)
 {
-    m_preferredSize = rect.Size();
+    SetPreferredSize(rect.Size());
     OnUpdateLayout(rect);
     OnUpdateRect(GetLayoutRectInteger());
 }
@@ -217,12 +219,16 @@ void GuiWidget::PlaceAt(const GuiRectf& rect)
 
 void GuiWidget::SetPreferredSize(Vec2<float> size)
 {
+    if (m_preferredSize == size)
+        return;
     m_preferredSize = size;
     InvalidateLayout();
 }
 
 void GuiWidget::SetMinimumSize(Vec2<float> size)
 {
+    if (m_minimumSize == size)
+        return;
     m_minimumSize = size;
     InvalidateLayout();
 }
@@ -286,6 +292,22 @@ int GuiWidget::GetDepth() const noexcept
     for (const GuiWidget* widget = m_parent; widget; widget = widget->m_parent)
         ++depth;
     return depth;
+}
+
+bool GuiWidget::IsWithin(const GuiWidget& other) const noexcept
+{
+    const GuiWidget* widget = this;
+    while (widget && widget != &other)
+        widget = widget->m_parent;
+    return widget != nullptr;
+}
+
+bool GuiWidget::IsShown() const
+{
+    const GuiWidget* widget = this;
+    while (widget->m_isVisible && widget->m_parent)
+        widget = widget->m_parent;
+    return widget->m_isVisible && widget == &m_context->GetRoot();
 }
 
 bool GuiWidget::Save(GuiStream& stream) const

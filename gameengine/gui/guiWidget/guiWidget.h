@@ -67,7 +67,8 @@ enum GuiAnchor : std::uint32_t
 ///
 /// A widget belongs to the layout that it was added to; one without a parent belongs to whoever made it. Context and
 /// callback are not owned: the context must outlive its widgets. A widget may be destroyed at any time, also by a
-/// callback or a virtual of its own, which must then touch it no more. All rectangles are absolute.
+/// callback or a virtual of its own, which must then touch it no more; only placing, drawing and finding what lies at a
+/// point must not add or destroy any. All rectangles are absolute.
 ///
 /// What nothing happens to costs nothing: only widgets that ask for it are ticked (`SetTicking`) and drawn over the
 /// others (`SetOverlay`), and one that promises to call `Redraw` (`myKeepPicture`) is drawn again only then.
@@ -200,6 +201,10 @@ public:
     void Redraw();
     /// Ancestors.
     int GetDepth() const noexcept;
+    /// Whether it is this widget, or one that this is in.
+    bool IsWithin(const GuiWidget& other) const noexcept;
+    /// Whether it and all that it is in are visible, and belong to the context's root.
+    bool IsShown() const;
 
 protected:
     /// Promises that `Redraw` is called whenever it would draw something else.
@@ -236,11 +241,7 @@ private:
     bool m_isFocusable = false;
     bool m_takesTab = false;
     bool m_keepsPicture = false;
-    // In which of the context's lists it is.
-    bool m_isTicking = false;
-    bool m_isOverlay = false;
-    bool m_isRedrawn = false;
-    bool m_isUnkept = false;
+    bool m_hasPosted = false; // there may be events of it
     GuiCursor m_cursor = GuiCursor::Arrow;
     GuiSizePolicy m_sizePolicy;
     GuiStyle m_style;
@@ -249,8 +250,13 @@ private:
     GuiWidget* m_parent = nullptr;
     GuiLayout* m_asLayout = nullptr;
     GuiLayout* m_parentLayout = nullptr; // the same as m_parent, when that is a layout
-    int m_piece = -1;                    // of the context's picture,
-    unsigned m_pictureNumber = 0;        // if it is still that one
+    // In the context's lists; -1 for those that it is not in.
+    int m_tickingPlace = -1;
+    int m_overlayPlace = -1;
+    int m_redrawnPlace = -1;
+    int m_unkeptPlace = -1;
+    int m_piece = -1;             // of the context's picture,
+    unsigned m_pictureNumber = 0; // if it is still that one
     GuiRecti m_rect;
     GuiRectf m_layoutRect;
     GuiDock m_dock = GuiDock::None;

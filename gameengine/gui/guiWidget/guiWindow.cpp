@@ -25,6 +25,11 @@ int LimitSize(float size)
     return size > 0.0F ? static_cast<int>(std::min(size, static_cast<float>(kMaxSize))) : 0;
 }
 
+bool IsInside(const GuiWidget* widget, const GuiWidget& other)
+{
+    return widget && widget->IsWithin(other);
+}
+
 GuiCursor CursorFor(std::uint32_t edges)
 {
     switch (edges)
@@ -125,7 +130,7 @@ void GuiWindow::OnClickBelow(unsigned button)
         myEmitEvent(GetId(), {GET_WINDOW_GRAB_FOCUS});
     Activate();
     // Escape shall reach it, also when what was clicked takes no focus.
-    if (!i_IsInside(GetContext().GetFocusWidget()))
+    if (!IsInside(GetContext().GetFocusWidget(), *this))
         myGrabFocus();
 }
 
@@ -140,6 +145,8 @@ GuiWidget* GuiWindow::GetHoverWidget(int x, int y)
 
 void GuiWindow::Tick(float)
 {
+    if (!myIsInputWidget()) // a modal widget may have taken it away
+        i_Stop();
     i_Follow();
     i_FollowHover();
 }
@@ -159,7 +166,7 @@ void GuiWindow::SetVisible(bool visible)
         }
         return;
     }
-    const bool hadFocus = i_IsInside(GetContext().GetFocusWidget());
+    const bool hadFocus = IsInside(GetContext().GetFocusWidget(), *this);
     i_LetGo();
     GuiWindow* const next = std::exchange(m_isActive, false) ? i_FindNextWindow() : nullptr;
     if (next)
@@ -221,7 +228,7 @@ void GuiWindow::SetCollapsed(bool collapsed)
         return;
     m_flags ^= kWindowCollapsed;
     i_LetGo();
-    if (collapsed && i_IsInside(GetContext().GetFocusWidget()))
+    if (collapsed && IsInside(GetContext().GetFocusWidget(), *this))
         myGrabFocus();
     i_HideChild(collapsed);
     Redraw();
@@ -425,19 +432,12 @@ void GuiWindow::i_CloseByHand()
         SetVisible(false);
 }
 
-bool GuiWindow::i_IsInside(const GuiWidget* widget) const
-{
-    while (widget && widget != this)
-        widget = widget->GetParent();
-    return widget != nullptr;
-}
-
 // Somebody inside who has the input learns of it as if it were hidden itself: then widgets let go of it.
 void GuiWindow::i_LetGo()
 {
     i_Stop();
     GuiWidget* const widget = GetContext().GetInputWidget();
-    if (!i_IsInside(widget))
+    if (!IsInside(widget, *this))
         return;
     if (widget->IsVisible())
     {

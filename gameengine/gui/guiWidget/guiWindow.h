@@ -107,7 +107,6 @@ private:
     void i_FollowHover();
     bool i_MoveByKey(unsigned key);
     void i_CloseByHand();
-    bool i_IsInside(const GuiWidget* widget) const;
     void i_LetGo();
     GuiWindow* i_FindNextWindow() const;
     void i_HideChild(bool hide);
