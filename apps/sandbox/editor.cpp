@@ -64,8 +64,13 @@ bool CEditor::Initialize(const std::string& scene, int width, int height, TownCu
         m_town.Select(m_town.Pick(x, y));
     };
     m_controls->onKey = [this](int key) { i_OnViewKey(key); };
-    if (window)
-        m_controls->onLooking = [window](bool isLooking) { window->SetMouseLook(isLooking); };
+    m_controls->onLooking = [this](bool isLooking)
+    {
+        if (isLooking)
+            m_adapter->Release();
+        if (m_window)
+            m_window->SetMouseLook(isLooking);
+    };
     return true;
 }
 
@@ -129,7 +134,9 @@ void CEditor::i_UpdateConsole()
 
 void CEditor::i_OpenConsole()
 {
+    m_held.clear();
     m_controls->Release();
+    m_adapter->Release();
     m_engine.GetConsole().SetVisible(true);
     m_engine.GetConsole().SetInputActive(true);
 }
@@ -141,12 +148,20 @@ void CEditor::i_Save()
     m_messageRevision = m_town.GetValueRevision();
 }
 
-bool CEditor::i_IsControlHeld() const
+bool CEditor::OnKeyDown(int key)
 {
-    return (m_context->GetModifiers() & kGuiControl) != 0;
+    const bool isNew = m_held.insert(key).second;
+    const bool isFunctionKey = key >= renderer::kKeyF1 && key < renderer::kKeyF1 + 6;
+    return isNew ? i_OnKey(key) : isFunctionKey;
 }
 
-bool CEditor::OnKeyDown(int key)
+bool CEditor::OnKeyUp(int key)
+{
+    m_held.erase(key);
+    return false;
+}
+
+bool CEditor::i_OnKey(int key)
 {
     const int functionKey = key - renderer::kKeyF1 + 1;
     CEditorWindow* const windows[] = {m_entities.get(), m_properties.get(), m_view.get(), m_statistics.get()};
@@ -156,7 +171,7 @@ bool CEditor::OnKeyDown(int key)
         windows[functionKey - 2]->Toggle();
     else if (functionKey == 6)
         m_context->GrabFocus(nullptr);
-    else if (key == 'S' && i_IsControlHeld())
+    else if (key == 'S' && (m_context->GetModifiers() & kGuiControl) != 0)
         i_Save();
     else
         return false;

@@ -10,6 +10,7 @@
 #include "tamradeps/platform/counters.h"
 
 #include <memory>
+#include <set>
 #include <string>
 
 /// The editor: a view of a town with windows over it. Everything that they do goes by the town, which knows nothing of
@@ -38,6 +39,7 @@ public:
     bool OnGuiEvent(const char* name, const gui::GuiEvent& event) override;
     /// The keys that work everywhere. They come before the widgets.
     bool OnKeyDown(int key) override;
+    bool OnKeyUp(int key) override;
     int GetPriority() override { return gui::GuiInputAdapter::kPriority + 1; }
 
 private:
@@ -47,7 +49,7 @@ private:
     void i_UpdateWindows(float seconds);
     void i_OnViewKey(int key);
     void i_Save();
-    bool i_IsControlHeld() const;
+    bool i_OnKey(int key);
 
     CTamraGameEngine& m_engine;
     CWindow* m_window = nullptr;
@@ -61,6 +63,7 @@ private:
     std::unique_ptr<CEditorStatistics> m_statistics;
     std::unique_ptr<CEditorCommands> m_commands;
     std::unique_ptr<CEditorControls> m_controls;
+    std::set<int> m_held; // keys, so that those that the window repeats count once
     gui::GuiLabel* m_status = nullptr;
     std::string m_message; // what the status shows until something is changed
     unsigned m_messageRevision = 0;

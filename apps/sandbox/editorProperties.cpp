@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 namespace
 {
@@ -91,13 +92,15 @@ std::vector<EditorProperty> CollectProperties(const CEntity& entity)
 bool ReadProperty(const CEntity& entity, EditorProperty& property)
 {
     CEntityComponent* component = entity.GetComponent(property.component);
-    return component && component->GetProperty(property.index, &property.record);
+    const std::string_view name = property.record.name;
+    return component && std::as_const(*component).GetTypeString() == property.componentName &&
+           component->GetProperty(property.index, &property.record) && property.record.name == name;
 }
 
 bool WriteProperty(CEntity& entity, const EditorProperty& property, Property& value)
 {
     CEntityComponent* component = entity.GetComponent(property.component);
-    if (!component)
+    if (!component || std::as_const(*component).GetTypeString() != property.componentName)
         return false;
     component->SetProperty(property.index, &value);
     component->FinalizeProperties();

@@ -67,12 +67,14 @@ bool GuiInputAdapter::OnKeyChar(int character)
 
 bool GuiInputAdapter::OnKeyDown(int key)
 {
+    m_keys.insert(key);
     m_context.PushKeyPress(static_cast<unsigned>(key));
     return TakesKeys() || key == renderer::kKeyTab;
 }
 
 bool GuiInputAdapter::OnKeyUp(int key)
 {
+    m_keys.erase(key);
     m_context.PushKeyRelease(static_cast<unsigned>(key));
     return false;
 }
@@ -98,6 +100,16 @@ bool GuiInputAdapter::OnMouseMove(int x, int y)
 {
     m_context.SetMousePos(x, y);
     return TakesMouse() || !m_buttons.empty();
+}
+
+void GuiInputAdapter::Release()
+{
+    for (const int key : m_keys)
+        m_context.PushKeyRelease(static_cast<unsigned>(key));
+    for (const int button : m_buttons)
+        m_context.PushMouseRelease(static_cast<unsigned>(button));
+    m_keys.clear();
+    m_buttons.clear();
 }
 
 void GuiInputAdapter::UpdateCursor()

@@ -45,6 +45,10 @@ public:
     bool OnMouseMove(int x, int y) override;
     int GetPriority() override { return kPriority; }
 
+    /// Lets go of every key and button that is held. For when somebody else captures the input, and the widgets will
+    /// not hear how that ends.
+    void Release();
+
     /// Lets the window's mouse show what the widget under it wants. Once a frame.
     void UpdateCursor();
 
@@ -55,6 +59,7 @@ public:
 private:
     GuiContext& m_context;
     CWindow* m_window;
+    std::unordered_set<int> m_keys;
     std::unordered_set<int> m_buttons; // that went down for the widgets
     GuiCursor m_cursor = GuiCursor::Arrow;
 };
