@@ -98,6 +98,7 @@ void CEditor::Update(float seconds)
     m_adapter->UpdateCursor();
 
     m_town.GetViewer().Draw(m_town.GetViewpoint(), seconds);
+    m_town.GetViewer().GetReport().KeepLast();
     m_engine.Update();
     i_UpdateWindows(static_cast<float>(m_frameTime.GetSeconds()));
     m_frameTime.Restart();

@@ -41,14 +41,6 @@ bool ParseFloats(std::string_view text, std::size_t count, std::array<float, 4>&
     return found == count;
 }
 
-int CountChoices(const Property& record)
-{
-    int count = 0;
-    while (record.choices && record.choices[count])
-        ++count;
-    return count;
-}
-
 bool ParseChoice(std::string_view text, const Property& record, int& value)
 {
     const int count = CountChoices(record);
@@ -64,6 +56,14 @@ bool ParseChoice(std::string_view text, const Property& record, int& value)
     return ParseNumber(text, value) && value >= 0 && value < count;
 }
 } // namespace
+
+int CountChoices(const Property& record)
+{
+    int count = 0;
+    while (record.choices && record.choices[count])
+        ++count;
+    return count;
+}
 
 bool EditorProperty::IsFlag() const
 {

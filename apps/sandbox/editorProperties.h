@@ -26,6 +26,9 @@ bool ReadProperty(const CEntity& entity, EditorProperty& property);
 /// Hands a value to the component, and ends the batch. False when there is no such component.
 bool WriteProperty(CEntity& entity, const EditorProperty& property, CEntityComponentProperty& value);
 
+/// How many names a choice has; 0 for other kinds.
+int CountChoices(const CEntityComponentProperty& record);
+
 /// The value as a person types it: numbers with spaces between, the name of a choice, a text as it is.
 std::string FormatProperty(const CEntityComponentProperty& record);
 /// Puts a value that was typed into a record that has name and kind. False, with nothing changed, when it is none. The

@@ -46,14 +46,6 @@ float ToShown(float value)
     return std::abs(value) < kMost ? std::round(value * scale) / scale : value;
 }
 
-int CountChoices(const Property& record)
-{
-    int count = 0;
-    while (record.choices && record.choices[count])
-        ++count;
-    return count;
-}
-
 EditorColor GetColor(const Property& record)
 {
     EditorColor color{};
