@@ -16,9 +16,14 @@ struct CWindow::State
 {
     GLFWwindow* window = nullptr;
     renderer::CInput* input = nullptr;
+    GLFWcursor* cursor = nullptr;
+    int mode = GLFW_CURSOR_NORMAL; // without mouse look
+    bool isLooking = false;
 
     ~State()
     {
+        if (cursor)
+            glfwDestroyCursor(cursor);
         glfwDestroyWindow(window);
         if (--g_windows == 0)
             glfwTerminate();
@@ -221,9 +226,41 @@ void CWindow::SetClipboard(const std::string& text)
     glfwSetClipboardString(m_state->window, text.c_str());
 }
 
+void CWindow::SetCursor(WindowCursor cursor)
+{
+    // Only newer systems know the slanted ones.
+#ifdef GLFW_RESIZE_NWSE_CURSOR
+    constexpr int kDown = GLFW_RESIZE_NWSE_CURSOR;
+    constexpr int kUp = GLFW_RESIZE_NESW_CURSOR;
+    constexpr int kMove = GLFW_RESIZE_ALL_CURSOR;
+#else
+    constexpr int kDown = GLFW_CROSSHAIR_CURSOR;
+    constexpr int kUp = GLFW_CROSSHAIR_CURSOR;
+    constexpr int kMove = GLFW_HAND_CURSOR;
+#endif
+    constexpr int kShapes[] = {GLFW_ARROW_CURSOR,
+                               GLFW_IBEAM_CURSOR,
+                               GLFW_HAND_CURSOR,
+                               GLFW_HRESIZE_CURSOR,
+                               GLFW_VRESIZE_CURSOR,
+                               kDown,
+                               kUp,
+                               kMove};
+    m_state->mode = cursor == WindowCursor::None ? GLFW_CURSOR_HIDDEN : GLFW_CURSOR_NORMAL;
+    SetMouseLook(m_state->isLooking);
+    if (cursor == WindowCursor::None)
+        return;
+    GLFWcursor* const shape = glfwCreateStandardCursor(kShapes[static_cast<int>(cursor)]);
+    glfwSetCursor(m_state->window, shape);
+    if (m_state->cursor)
+        glfwDestroyCursor(m_state->cursor);
+    m_state->cursor = shape;
+}
+
 void CWindow::SetMouseLook(bool enabled)
 {
-    glfwSetInputMode(m_state->window, GLFW_CURSOR, enabled ? GLFW_CURSOR_DISABLED : GLFW_CURSOR_NORMAL);
+    m_state->isLooking = enabled;
+    glfwSetInputMode(m_state->window, GLFW_CURSOR, enabled ? GLFW_CURSOR_DISABLED : m_state->mode);
 }
 
 void ReleaseWindowContext()

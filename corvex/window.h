@@ -18,6 +18,20 @@ struct WindowSettings
     bool waitsForDisplay = true; ///< SwapBuffers waits for the display's next picture.
 };
 
+/// What the mouse shows over a window. Where the system has no such shape it shows one that comes near.
+enum class WindowCursor
+{
+    Arrow,
+    Text,
+    Hand,
+    SizeHorizontal,
+    SizeVertical,
+    SizeDiagonalDown, ///< From the upper left to the lower right.
+    SizeDiagonalUp,
+    Move,
+    None
+};
+
 /// A window with a context, and the keyboard and mouse that belong to it.
 class CORVEX_API CWindow : public CContext
 {
@@ -44,6 +58,8 @@ public:
     /// The system's clipboard as UTF-8; empty when it holds no text. A text ends at its first zero byte.
     std::string GetClipboard() const;
     void SetClipboard(const std::string& text);
+    /// Until the next call; an arrow at first. Mouse look goes before it.
+    void SetCursor(WindowCursor cursor);
     /// Hides the mouse pointer and lets it move without end, for looking around.
     void SetMouseLook(bool enabled);
 

@@ -13,9 +13,9 @@ int main(int argc, char** argv)
     std::string size;
     CLI::App app(
         "A real town: flies over it while it is streamed from its file, edits it, proves that saving works, and "
-        "shows it in 3-D.");
-    app.add_option("parts", parts, "what to do: stream, view, or both when left out")
-        ->check(CLI::IsMember({"stream", "view"}));
+        "shows it in 3-D, also in an editor.");
+    app.add_option("parts", parts, "what to do: stream, view, edit; the first two when left out")
+        ->check(CLI::IsMember({"stream", "view", "edit"}));
     app.add_option("--world", options.world, "manhattan, liechtenstein, or the path of an .osm.pbf file")
         ->capture_default_str();
     app.add_option("--out", options.out, "folder for the scene file and the pictures")->capture_default_str();
@@ -39,6 +39,8 @@ int main(int argc, char** argv)
     app.add_option("--viewpoints", options.viewpoints,
                    "without a window: so many still pictures in place of the flight")
         ->check(CLI::Range(1, 10000));
+    app.add_option("--commands", options.commands,
+                   "of the editor's console, run at its start, with semicolons between");
     app.add_option("--debug", options.debug, "show boxes, cells, culled, figures: words with commas between");
     try
     {
@@ -49,13 +51,15 @@ int main(int argc, char** argv)
         return app.exit(error) == 0 ? 0 : 1;
     }
 
-    const auto isWanted = [&](const char* part)
-    { return parts.empty() || std::find(parts.begin(), parts.end(), part) != parts.end(); };
+    const auto isWanted = [&](const char* part) { return std::find(parts.begin(), parts.end(), part) != parts.end(); };
+    if (parts.empty())
+        parts = {"stream", "view"};
     GetFileSystem().AddRoot("assets");
     GetFileSystem().AddRoot(TAMRA_ASSET_FOLDER);
     RegisterBuiltInComponents();
     SandboxFiles files;
     const bool isGood = PrepareSandbox(options, files) && (!isWanted("stream") || RunStreaming(options, files)) &&
-                        (!isWanted("view") || RunView(options, files));
+                        (!isWanted("view") || RunView(options, files)) &&
+                        (!isWanted("edit") || RunEdit(options, files));
     return isGood ? 0 : 1;
 }

@@ -16,8 +16,9 @@ struct SandboxOptions
     bool headless = false;           ///< No window, also where there is a display.
     int width = 1280;
     int height = 720;
-    int viewpoints = 0; ///< Pictures of so many still viewpoints in place of a flight.
-    std::string debug;  ///< Words among "boxes", "cells", "culled" and "figures", with commas between.
+    int viewpoints = 0;   ///< Pictures of so many still viewpoints in place of a flight.
+    std::string commands; ///< Lines of the editor's console, with semicolons between.
+    std::string debug;    ///< Words among "boxes", "cells", "culled" and "figures", with commas between.
 };
 
 /// The files of a town.
@@ -36,6 +37,13 @@ bool PrepareSandbox(const SandboxOptions& options, SandboxFiles& files);
 /// map of what was loaded. Prints a line for each phase. False when anything failed.
 bool RunStreaming(const SandboxOptions& options, const SandboxFiles& files);
 
+/// Whether there may be a window.
+bool HasDisplay();
+
 /// Shows the town in a window until that is closed; without a display, or when asked, writes pictures of a flight and
 /// "summary.json" into the folder. False when anything failed.
 bool RunView(const SandboxOptions& options, const SandboxFiles& files);
+
+/// Shows the town in the editor until that is closed; without a display, or when asked, runs the commands and writes
+/// "editor.png" and "console.png" into the folder. False when anything failed.
+bool RunEdit(const SandboxOptions& options, const SandboxFiles& files);

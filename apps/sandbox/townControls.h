@@ -13,6 +13,7 @@ struct TownDebug
     bool culled = false;  ///< The boxes of what is in the frustum and was left out, over everything.
     bool frozen = false;  ///< Culling stands still while the camera moves on.
     bool figures = false; ///< Times and counts.
+    int marked = -1;      ///< Number of an entity whose box is drawn over everything; -1 for none.
 };
 
 /// The keyboard and mouse of a flight: steers the camera freely, or lets it follow the path.

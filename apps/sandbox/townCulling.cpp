@@ -95,17 +95,25 @@ void CTownCulling::Run(renderer::CRenderTarget& target, const CMatrix& projectio
         {
             software->SetViewProjection(projectionView);
             software->SetResolution(target.GetWidth(), target.GetHeight());
-            if (m_pass == 1)
+            if (m_hasNewBoxes)
                 software->SetBoundingBoxes(count, m_boxes.data());
             i_SetOccluders(frustum);
         }
         else if (auto* gpu = dynamic_cast<COcclusionAABBOpenGLHierarchicalZ*>(m_culler.Get()))
             gpu->SetDepthTexture(&target.GetDepth());
+        m_hasNewBoxes = false;
         m_culler->DoOcclusion();
         i_TakeAnswer();
     }
     m_seconds = stopwatch.GetSeconds();
     i_Count(frustum);
+}
+
+void CTownCulling::Update(int number)
+{
+    const auto place = static_cast<std::size_t>(number);
+    std::copy_n(m_town.GetBox(place).GetFloats(), 6, m_boxes.begin() + static_cast<std::ptrdiff_t>(place * 6));
+    m_hasNewBoxes = true;
 }
 
 void CTownCulling::i_FindInFrustum(const collision::PrimFrustum& frustum)

@@ -57,6 +57,9 @@ public:
     /// One pass for what the target shows.
     void Run(renderer::CRenderTarget& target, const CMatrix& projectionView);
 
+    /// Takes over the box of an entity that has moved.
+    void Update(int number);
+
     /// What the last pass found: the numbers of entities, ascending. Valid until the next one.
     std::span<const int> GetVisible() const noexcept { return m_visible; }
     Counts GetCounts() const noexcept { return m_counts; }
@@ -80,4 +83,5 @@ private:
     Counts m_counts;
     double m_seconds = 0.0;
     int m_pass = 0;
+    bool m_hasNewBoxes = true;
 };

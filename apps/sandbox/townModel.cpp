@@ -4,7 +4,6 @@
 #include "gameengine/engine/componentLight.h"
 #include "gameengine/engine/componentRuntimeData.h"
 #include "gameengine/engine/componentTransformDirect.h"
-#include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
 #include "tamradeps/core/log.h"
 
 #include <algorithm>
@@ -39,9 +38,9 @@ CMatrix LookAlong(CVector3 position, CVector3 direction)
 
 bool CTownModel::Load(const std::string& path)
 {
-    CEntityArray_SaveLoad_SqliteDB store(path.c_str(), m_scene.GetInterfaces());
+    m_store = std::make_unique<CEntityArray_SaveLoad_SqliteDB>(path.c_str(), m_scene.GetInterfaces());
     std::vector<std::int64_t> rows;
-    if (!store.IsOpen() || !store.CollectRows(nullptr, nullptr, rows) || rows.empty())
+    if (!m_store->IsOpen() || !m_store->CollectRows(nullptr, nullptr, rows) || rows.empty())
     {
         tamra::log::Error(tamra::log::Quoted(path) + " holds no town; delete it to have it imported again");
         return false;
@@ -49,23 +48,74 @@ bool CTownModel::Load(const std::string& path)
     std::sort(rows.begin(), rows.end());
     for (const std::int64_t row : rows)
     {
-        CEntity* const entity = store.LoadRow(row);
+        CEntity* const entity = m_store->LoadRow(row);
         const TownKind kind = entity ? GetTownKind(*entity) : TownKind::None;
         if (kind == TownKind::None)
             continue;
         PrepareTownEntity(*entity);
-        m_entities.push_back(entity);
-        m_kinds.push_back(kind);
-        m_boxes.push_back(entity->Find<ComponentTransform>()->GetBoundingBox());
-        const auto index = static_cast<std::size_t>(entity->GetIndex());
-        m_numbers.resize(std::max(m_numbers.size(), index + 1), -1);
-        m_numbers[index] = static_cast<std::int32_t>(m_entities.size() - 1);
+        i_Append(entity, kind);
     }
     if (m_entities.empty())
         return false;
     i_MakeTree();
     i_MakeView();
     i_MakeLamps();
+    return true;
+}
+
+void CTownModel::i_Append(CEntity* entity, TownKind kind)
+{
+    m_entities.push_back(entity);
+    m_kinds.push_back(kind);
+    m_boxes.push_back(entity->Find<ComponentTransform>()->GetBoundingBox());
+    m_seeds.push_back(m_nextSeed++);
+    i_SetNumber(static_cast<int>(m_entities.size() - 1));
+}
+
+void CTownModel::i_SetNumber(int number)
+{
+    const auto index = static_cast<std::size_t>(m_entities[static_cast<std::size_t>(number)]->GetIndex());
+    m_numbers.resize(std::max(m_numbers.size(), index + 1), -1);
+    m_numbers[index] = number;
+}
+
+void CTownModel::Add(CEntity* entity)
+{
+    if (!entity->Find<ComponentRuntimeData>())
+    {
+        entity->LockComponentList();
+        Make<ComponentRuntimeData>(entity);
+        entity->UnlockComponentList();
+    }
+    PrepareTownEntity(*entity);
+    if (!m_scene.GetArray().Contains(entity))
+        m_scene.GetArray().Add(entity);
+    i_Append(entity, GetTownKind(*entity));
+}
+
+void CTownModel::Remove(int number)
+{
+    const auto place = static_cast<std::ptrdiff_t>(number);
+    const RefPtr<CEntity> entity = m_entities[static_cast<std::size_t>(number)];
+    m_numbers[static_cast<std::size_t>(entity->GetIndex())] = -1;
+    m_entities.erase(m_entities.begin() + place);
+    m_kinds.erase(m_kinds.begin() + place);
+    m_boxes.erase(m_boxes.begin() + place);
+    m_seeds.erase(m_seeds.begin() + place);
+    for (int i = number; i < static_cast<int>(m_entities.size()); ++i)
+        i_SetNumber(i);
+    m_store->DeleteEntity(entity.Get());
+    m_scene.GetArray().Remove(entity.Get());
+}
+
+bool CTownModel::Refresh(int number)
+{
+    const auto place = static_cast<std::size_t>(number);
+    m_boxes[place] = m_entities[place]->Find<ComponentTransform>()->GetBoundingBox();
+    const TownKind kind = GetTownKind(*m_entities[place]);
+    if (kind == TownKind::None || kind == m_kinds[place])
+        return false;
+    m_kinds[place] = kind;
     return true;
 }
 

@@ -3,11 +3,13 @@
 #include "gameengine/engine/componentCamera.h"
 #include "gameengine/engine/componentRenderSettings.h"
 #include "gameengine/engine/entityArrayAccelerationTree.h"
+#include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
 #include "gameengine/engine/scene.h"
 #include "tools/sceneTools/townEntity.h"
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -21,9 +23,13 @@ public:
     bool Load(const std::string& path);
 
     CScene& GetScene() noexcept { return m_scene; }
+    /// The file, which knows the row of every entity.
+    CEntityArray_SaveLoad_SqliteDB& GetStore() noexcept { return *m_store; }
     CEntityArray_AccelerationTree& GetTree() noexcept { return *m_tree; }
     ComponentCamera& GetCamera() noexcept { return *m_camera; }
     const ComponentRenderSettings& GetSettings() const noexcept { return *m_settings; }
+    /// Has camera and settings; is in no array and is not saved.
+    CEntity& GetViewer() noexcept { return *m_viewer; }
 
     /// The town's entities in the order of their rows, so that runs can be compared. Valid as long as the model.
     std::span<CEntity* const> GetEntities() const noexcept { return m_entities; }
@@ -31,6 +37,16 @@ public:
     int GetNumber(const CEntity* entity) const noexcept;
     TownKind GetKind(std::size_t number) const noexcept { return m_kinds[number]; }
     const collision::PrimAABB& GetBox(std::size_t number) const noexcept { return m_boxes[number]; }
+    /// Chooses how it looks, and stays when others come and go.
+    std::size_t GetSeed(std::size_t number) const noexcept { return m_seeds[number]; }
+
+    /// Appends a new entity of a town, which need not be in the scene. It gets what all of them have. Numbers stay.
+    void Add(CEntity* entity);
+    /// Takes an entity out of the scene, and its row out of the file with the next save. Those behind it move up.
+    void Remove(int number);
+    /// Reads an entity's place and kind anew, after it was changed. Whether its kind is another now; a name that tells
+    /// none leaves it as it was.
+    bool Refresh(int number);
 
     /// The sun and the lamps.
     CEntityArray& GetLights() noexcept { return *m_lights; }
@@ -43,12 +59,15 @@ public:
     CVector3 GetMax() const noexcept { return m_max; }
 
 private:
+    void i_Append(CEntity* entity, TownKind kind);
+    void i_SetNumber(int number);
     void i_MakeTree();
     void i_MakeView();
     void i_MakeLamps();
     CEntity* i_MakeLight(const CMatrix& matrix);
 
     CScene m_scene;
+    std::unique_ptr<CEntityArray_SaveLoad_SqliteDB> m_store;
     RefPtr<CEntityArray_AccelerationTree> m_tree{new CEntityArray_AccelerationTree};
     RefPtr<CEntityArray> m_lights{new CEntityArray};
     RefPtr<CEntity> m_viewer;
@@ -57,6 +76,8 @@ private:
     std::vector<CEntity*> m_entities;
     std::vector<TownKind> m_kinds;
     std::vector<collision::PrimAABB> m_boxes;
+    std::vector<std::size_t> m_seeds;
+    std::size_t m_nextSeed = 0;
     std::vector<std::int32_t> m_numbers; // by entity index
     CVector3 m_min;
     CVector3 m_max;

@@ -74,6 +74,21 @@ CVector3 GetWallColor(std::size_t number, float height)
         return kTowers[static_cast<std::size_t>(part * 2.999F)];
     return kWalls[static_cast<std::size_t>(part * 5.999F)];
 }
+
+template <class Box>
+Box MakeBox(const CMatrix& matrix, CVector3 color, std::size_t seed)
+{
+    Box box;
+    const float* elements = matrix.GetElements();
+    for (std::size_t row = 0; row < 3; ++row)
+    {
+        for (std::size_t column = 0; column < 4; ++column)
+            box.rows[row][column] = elements[column * 4 + row];
+    }
+    const float tint[4] = {color.x, color.y, color.z, Scatter((seed + 1) * 7 + 3)};
+    std::memcpy(box.tint, tint, sizeof tint);
+    return box;
+}
 } // namespace
 
 struct CTownRenderer::Box
@@ -115,38 +130,36 @@ bool CTownRenderer::Initialize()
             return false;
         }
     }
-    return i_Upload();
+    return Upload();
 }
 
-bool CTownRenderer::i_Upload()
+CTownRenderer::Box CTownRenderer::i_MakeBox(std::size_t number) const
 {
-    const auto entities = m_town.GetEntities();
+    const CMatrix& matrix = m_town.GetEntities()[number]->Find<ComponentTransform>()->GetTransform();
+    const std::size_t seed = m_town.GetSeed(number);
+    return MakeBox<Box>(matrix, GetWallColor(seed, matrix.GetLocalZ().Length()), seed);
+}
+
+void CTownRenderer::Update(int number)
+{
+    const Box box = i_MakeBox(static_cast<std::size_t>(number));
+    m_boxes->WriteRecords<Box>({&box, 1}, static_cast<std::size_t>(number));
+}
+
+bool CTownRenderer::Upload()
+{
+    const std::size_t count = m_town.GetEntities().size();
     std::vector<Box> boxes;
-    boxes.reserve(entities.size() + 1);
-    const auto add = [&](const CMatrix& matrix, CVector3 color)
-    {
-        Box& box = boxes.emplace_back();
-        const float* elements = matrix.GetElements();
-        for (std::size_t row = 0; row < 3; ++row)
-        {
-            for (std::size_t column = 0; column < 4; ++column)
-                box.rows[row][column] = elements[column * 4 + row];
-        }
-        const float tint[4] = {color.x, color.y, color.z, Scatter(boxes.size() * 7 + 3)};
-        std::memcpy(box.tint, tint, sizeof tint);
-    };
-    for (std::size_t i = 0; i < entities.size(); ++i)
-    {
-        const CMatrix& matrix = entities[i]->Find<ComponentTransform>()->GetTransform();
-        add(matrix, GetWallColor(i, matrix.GetLocalZ().Length()));
-    }
+    boxes.reserve(count + 1);
+    for (std::size_t i = 0; i < count; ++i)
+        boxes.push_back(i_MakeBox(i));
     // The ground: one wide box that ends under everything.
     CMatrix ground;
     const CVector3 size = m_town.GetMax() - m_town.GetMin();
     const CVector3 centre = (m_town.GetMin() + m_town.GetMax()) * 0.5F;
     ground.Scale3(size.x * 4.0F, size.y * 4.0F, 1.0F);
     ground.SetTranslation({centre.x, centre.y, kGroundDepth - 0.5F});
-    add(ground, {});
+    boxes.push_back(MakeBox<Box>(ground, {}, count));
 
     m_unitBox = CVertexCache::Create(m_renderer, 36);
     m_boxes = CBuffer::Create(m_renderer, boxes.size() * sizeof(Box));

@@ -22,6 +22,11 @@ public:
     /// Loads materials and puts the town into the device's memory. False when that fails, which was logged.
     bool Initialize();
 
+    /// Takes over the place of an entity that has moved.
+    void Update(int number);
+    /// Takes all of them over anew, after some have come or gone. False when there is no memory.
+    bool Upload();
+
     /// Starts a picture from the town's camera over a target of this size: clears it and draws sky and ground.
     void Begin(int width, int height);
     /// Draws the entities with these numbers, which are in ascending order. May be called several times in a picture.
@@ -47,7 +52,7 @@ private:
     struct Box;
     struct Frame;
 
-    bool i_Upload();
+    Box i_MakeBox(std::size_t number) const;
     void i_SetFrame();
     void i_CollectLights(Frame& frame);
     void i_DrawBoxes(int pass, std::size_t first, std::size_t count);

@@ -1,6 +1,7 @@
 #include "apps/sandbox/townViewer.h"
 
 #include "gameengine/engine/aabbDynamicGrid.h"
+#include "gameengine/engine/componentTransform.h"
 #include "tamradeps/platform/counters.h"
 
 #include <algorithm>
@@ -15,6 +16,7 @@ constexpr int kStillPictures = 12;
 constexpr std::uint32_t kVisibleColor = 0xFF40D040;
 constexpr std::uint32_t kCulledColor = 0xFF3030FF;
 constexpr std::uint32_t kCellColor = 0xFFC0A020;
+constexpr std::uint32_t kMarkColor = 0xFF20D0FF;
 constexpr float kCellReach = 600.0F;
 } // namespace
 
@@ -38,6 +40,26 @@ void CTownViewer::SetCuller(TownCuller culler)
     m_culling = nullptr; // before the next one binds the same entities
     m_culling = std::make_unique<CTownCulling>(culler, m_renderer, m_town);
     m_shown.clear();
+}
+
+bool CTownViewer::Change(const std::function<void()>& change)
+{
+    const TownCuller culler = GetCuller();
+    m_culling = nullptr; // it knows entities by their numbers
+    change();
+    SetCuller(culler);
+    return m_townRenderer.Upload();
+}
+
+void CTownViewer::Update(int number)
+{
+    if (m_town.Refresh(number))
+    {
+        Change([] {});
+        return;
+    }
+    m_culling->Update(number);
+    m_townRenderer.Update(number);
 }
 
 bool CTownViewer::Resize(int width, int height)
@@ -64,6 +86,8 @@ void CTownViewer::Draw(const TownViewpoint& viewpoint, float seconds)
     frame.drawCalls = m_townRenderer.GetDrawCalls();
     m_report.Add(frame);
     i_DrawDebug();
+    if (m_debug.marked >= 0 && m_debug.marked < static_cast<int>(m_town.GetEntities().size()))
+        i_DrawMarked();
     if (m_debug.figures)
         i_DrawFigures();
 }
@@ -146,6 +170,32 @@ void CTownViewer::i_DrawDebug()
     const CPreservedState guard(m_renderer.GetState());
     // The culled set lies behind what hides it.
     m_renderer.GetState().SetDepthTest(m_debug.culled ? DepthTest::Off : DepthTest::LessEqual);
+    m_queue.Render(m_renderer, m_townRenderer.GetProjectionView());
+}
+
+void CTownViewer::i_DrawMarked()
+{
+    const CEntity* entity = m_town.GetEntities()[static_cast<std::size_t>(m_debug.marked)];
+    const CMatrix& matrix = entity->Find<ComponentTransform>()->GetTransform();
+    m_aux.Clear();
+    // Bit i of a corner's number is its side on axis i.
+    const auto corner = [&](int number)
+    {
+        const auto side = [number](int axis) { return (number >> axis & 1) != 0 ? 0.5F : -0.5F; };
+        return matrix.TransformPoint({side(0), side(1), side(2)});
+    };
+    for (int number = 0; number < 8; ++number)
+    {
+        for (int axis = 0; axis < 3; ++axis)
+        {
+            if ((number >> axis & 1) == 0)
+                m_aux.AddLine(corner(number), corner(number | 1 << axis), kMarkColor);
+        }
+    }
+    m_queue.Clear();
+    m_queue.AddLines(m_aux.GetLines());
+    const CPreservedState guard(m_renderer.GetState());
+    m_renderer.GetState().SetDepthTest(DepthTest::Off);
     m_queue.Render(m_renderer, m_townRenderer.GetProjectionView());
 }
 

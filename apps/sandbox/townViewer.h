@@ -9,6 +9,7 @@
 #include "tamraengine/renderer/renderTarget.h"
 #include "tamraengine/renderer/textRenderer.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,6 +27,11 @@ public:
     void SetCuller(TownCuller culler);
     TownCuller GetCuller() const noexcept { return m_culling->GetKind(); }
     TownDebug& GetDebug() noexcept { return m_debug; }
+    /// Changes the town by the function, which may add and remove entities. False when there is no memory to show it.
+    bool Change(const std::function<void()>& change);
+    /// Shows an entity as it is now.
+    void Update(int number);
+
     /// Makes pictures of another size. False, with nothing changed, when that fails.
     bool Resize(int width, int height);
 
@@ -34,6 +40,7 @@ public:
     /// The same viewpoint so often that every culler has made up its mind.
     void DrawStill(const TownViewpoint& viewpoint);
 
+    const CMatrix& GetProjectionView() const noexcept { return m_townRenderer.GetProjectionView(); }
     renderer::CRenderTarget& GetTarget() noexcept { return *m_target; }
     CViewReport& GetReport() noexcept { return m_report; }
     /// Shows the last picture in the context's own surface.
@@ -42,6 +49,7 @@ public:
 private:
     void i_DrawTown();
     void i_DrawDebug();
+    void i_DrawMarked();
     void i_DrawFigures();
 
     renderer::CRenderer& m_renderer;

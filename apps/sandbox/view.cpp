@@ -93,6 +93,7 @@ void ShowWindow(CWindow& window, CRenderer& renderer, CTownViewer& viewer, const
     }
     renderer.GetInput().RemoveListener(&controls);
 }
+} // namespace
 
 bool HasDisplay()
 {
@@ -102,7 +103,6 @@ bool HasDisplay()
     return std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY");
 #endif
 }
-} // namespace
 
 bool RunView(const SandboxOptions& options, const SandboxFiles& files)
 {

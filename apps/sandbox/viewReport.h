@@ -20,6 +20,8 @@ public:
     };
 
     void Add(const Frame& frame) { m_frames.push_back(frame); }
+    /// Forgets all others, for a view without end.
+    void KeepLast() { m_frames.erase(m_frames.begin(), m_frames.end() - (IsEmpty() ? 0 : 1)); }
     Frame& GetLast() noexcept { return m_frames.back(); }
     bool IsEmpty() const noexcept { return m_frames.empty(); }
 

@@ -110,6 +110,25 @@ TEST_F(Sandbox, TheFirstPictureIsWhole)
     }
 }
 
+TEST_F(Sandbox, EditsWithoutADisplay)
+{
+    ASSERT_TRUE(Run("edit --headless --size 320x180 --commands "
+                    "'goto The Jane; ent.set Editor Name building Renamed; spawn 9 9 90 Spawned; save'"))
+        << m_text;
+    const std::string scene = test::ReadFile(m_folder.Path("out/manhattan.sdb"));
+    EXPECT_EQ(scene.find("building The Jane"), std::string::npos);
+    EXPECT_NE(scene.find("building Renamed"), std::string::npos);
+    EXPECT_NE(scene.find("building Spawned"), std::string::npos);
+    for (const char* picture : {"out/editor.png", "out/console.png"})
+        EXPECT_GT(std::filesystem::file_size(m_folder.Path(picture)), 10000U) << picture;
+    // Without its windows there is no editor.
+    std::filesystem::create_directories(m_folder.Path("assets/gui"));
+    test::WriteFile(m_folder.Path("assets/gui/editor_view.gui"), "GWT_WINDOW");
+    m_environment = "-C " + m_folder.Path("");
+    EXPECT_FALSE(Run("edit --headless --size 320x180")) << m_text;
+    EXPECT_NE(m_text.find("editor_view.gui"), std::string::npos) << m_text;
+}
+
 TEST_F(Sandbox, SaysInOneLineWhyThereIsNoView)
 {
     ASSERT_TRUE(Run("view --headless --size 64x36 --frames 1 --debug boxes,cells,culled,figures")) << m_text;

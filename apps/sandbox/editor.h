@@ -1,0 +1,71 @@
+#pragma once
+
+#include "apps/sandbox/editorCommands.h"
+#include "apps/sandbox/editorControls.h"
+#include "apps/sandbox/editorTown.h"
+#include "apps/sandbox/editorWindows.h"
+#include "gameengine/gameEngine.h"
+#include "gameengine/gui/guiInputAdapter.h"
+#include "gameengine/gui/guiWidget/guiContext.h"
+#include "tamradeps/platform/counters.h"
+
+#include <memory>
+#include <set>
+#include <string>
+
+/// The editor: a view of a town with windows over it. Everything that they do goes by the town, which knows nothing of
+/// them.
+class CEditor : public gui::GuiCallback, public renderer::CInputListener
+{
+public:
+    /// The engine must outlive it; its renderer has a device.
+    explicit CEditor(CTamraGameEngine& engine);
+    ~CEditor() override;
+
+    /// Loads the town and the windows. `window`, whose clipboard and mouse are used, may be null, and must outlive it.
+    /// False, with the reason logged, when something is missing.
+    bool Initialize(const std::string& scene, int width, int height, TownCuller culler, CWindow* window);
+
+    /// One frame: takes what was done, and draws town and windows into the target.
+    void Update(float seconds);
+    bool Resize(int width, int height) { return m_town.GetViewer().Resize(width, height); }
+
+    CEditorTown& GetTown() noexcept { return m_town; }
+    gui::GuiContext& GetContext() noexcept { return *m_context; }
+    renderer::CRenderTarget& GetTarget() noexcept { return m_town.GetViewer().GetTarget(); }
+    static const char* GetHelp();
+
+    const char* GetTypeString() override { return "CEditor"; }
+    bool OnGuiEvent(const char* name, const gui::GuiEvent& event) override;
+    /// The keys that work everywhere. They come before the widgets.
+    bool OnKeyDown(int key) override;
+    bool OnKeyUp(int key) override;
+    int GetPriority() override { return gui::GuiInputAdapter::kPriority + 1; }
+
+private:
+    bool i_LoadMenu();
+    void i_OpenConsole();
+    void i_UpdateConsole();
+    void i_UpdateWindows(float seconds);
+    void i_OnViewKey(int key);
+    void i_Save();
+    bool i_OnKey(int key);
+
+    CTamraGameEngine& m_engine;
+    CWindow* m_window = nullptr;
+    CEditorTown m_town;
+    std::unique_ptr<gui::GuiContext> m_context;
+    std::unique_ptr<gui::GuiInputAdapter> m_adapter;
+    std::unique_ptr<CEditorColorPicker> m_picker;
+    std::unique_ptr<CEditorEntities> m_entities;
+    std::unique_ptr<CEditorProperties> m_properties;
+    std::unique_ptr<CEditorView> m_view;
+    std::unique_ptr<CEditorStatistics> m_statistics;
+    std::unique_ptr<CEditorCommands> m_commands;
+    std::unique_ptr<CEditorControls> m_controls;
+    std::set<int> m_held; // keys, so that those that the window repeats count once
+    gui::GuiLabel* m_status = nullptr;
+    std::string m_message; // what the status shows until something is changed
+    unsigned m_messageRevision = 0;
+    tamra::platform::CStopwatch m_frameTime; // since the last frame, whatever time that stood for
+};
