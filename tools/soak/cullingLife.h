@@ -40,7 +40,7 @@ private:
     void i_SynchronizePyramid();
     void i_DrawBoxes();
     std::vector<bool> i_Pass(COcclusionAABBBase& culler);
-    void i_Compare(const std::vector<bool>& visible, bool isFrustumOnly, const char* culler);
+    void i_Compare(const std::vector<bool>& visible, bool isOnDevice, bool hidesSome, const char* culler);
 
     CWorld& m_world;
     renderer::CRenderer& m_renderer;

@@ -6,23 +6,24 @@ namespace
 {
 constexpr std::size_t kFewest = 60;
 constexpr std::size_t kMost = 160;
+constexpr int kActions = 10; // a step
 } // namespace
 
 CEntityLife::CEntityLife(CJournal& journal, CWorld& world) : CLife(journal), m_world(world) {}
 
 void CEntityLife::Step(CRandom& random)
 {
-    const std::size_t count = m_world.GetBeings().size();
-    if (count < kFewest || (count < kMost && random.OneIn(12)))
+    for (int i = 0; i < kActions; ++i)
     {
-        m_world.Create(random);
-        return;
+        const std::size_t count = m_world.GetBeings().size();
+        const auto picked = m_world.Pick(random);
+        if (count < kFewest || (count < kMost && random.OneIn(12)))
+            m_world.Create(random);
+        else if (count > kMost || random.OneIn(15))
+            m_world.Destroy(picked->first, random);
+        else
+            i_Act(picked->first, picked->second, random);
     }
-    const auto picked = m_world.Pick(random);
-    if (count > kMost || random.OneIn(15))
-        m_world.Destroy(picked->first, random);
-    else
-        i_Act(picked->first, picked->second, random);
 }
 
 void CEntityLife::Empty()

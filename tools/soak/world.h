@@ -117,7 +117,8 @@ void CWorld::Detach(Being& being, std::optional<Part>& part, CRandom& random)
 {
     auto* const component = being.entity->Find<typename Part::Component>();
     being.entity->LockComponentList();
-    if (random.OneIn(2))
+    // Taken out first, that one would leave its flag behind.
+    if (random.OneIn(2) && !std::is_same_v<Part, AlwaysVisibleModel>)
         being.entity->RemoveComponent(component);
     delete component;
     being.entity->UnlockComponentList();
