@@ -24,6 +24,7 @@ constexpr const char* kFiles[] = {"gui/gallery.gui",           "gui/sceneview_pr
 constexpr unsigned kButtons[] = {1, 1, 1, 1, 2, 4, 32, 64, 0, 1U << 31};
 constexpr unsigned kKeys[] = {32,  256, 257, 258, 259, 260, 261, 262, 263, 264, 265, 266, 267, 268,
                               269, 290, 340, 341, 342, 344, 345, 346, 'A', 'C', 'V', 'X', 'Y', 'Z'};
+constexpr unsigned kMostKeys = 1000;
 constexpr std::size_t kMostWidgets = 500;
 constexpr std::size_t kMostWindows = 6;
 constexpr int kInputs = 12;
@@ -182,7 +183,10 @@ void CGuiLife::i_MoveMouse(CRandom& random)
 void CGuiLife::i_Input(CRandom& random)
 {
     const auto pickKey = [&random]
-    { return random.OneIn(20) ? static_cast<unsigned>(random.Below(1000)) : kKeys[random.Below(std::size(kKeys))]; };
+    {
+        return random.OneIn(20) ? static_cast<unsigned>(random.Below(static_cast<int>(kMostKeys)))
+                                : kKeys[random.Below(std::size(kKeys))];
+    };
     const auto pickButton = [&random] { return kButtons[random.Below(std::size(kButtons))]; };
     ++m_journal.tally.guiInputs;
     switch (random.Below(13))
@@ -283,6 +287,8 @@ void CGuiLife::Empty()
     GuiFreeLayout& root = m_context->GetRoot();
     while (root.GetChildCount() > 0)
         root.GetChild(0)->DestroySelf();
+    for (unsigned key = 0; key < kMostKeys; ++key)
+        m_context->PushKeyRelease(key);
     i_LetGo();
     i_Require(!m_context->GetHoverWidget() || m_context->GetHoverWidget() == &root,
               "a closed window is under the mouse");
