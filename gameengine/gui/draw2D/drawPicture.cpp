@@ -95,7 +95,7 @@ void DrawI::BeginPicture(DrawPicture& picture)
 
 void DrawI::EndPicture()
 {
-    if (!m_frame->picture)
+    if (!m_frame->picture || m_frame->replaced)
         return;
     m_frame->picture = nullptr;
     m_frame->list = &m_frame->quads;
@@ -111,7 +111,8 @@ void DrawI::BeginPiece()
 int DrawI::EndPiece()
 {
     Frame& frame = *m_frame;
-    return frame.picture ? frame.picture->AddPiece(frame.pieceFirst, frame.pieceBatches, frame.GetClip()) : -1;
+    const bool isNew = frame.picture && !frame.replaced;
+    return isNew ? frame.picture->AddPiece(frame.pieceFirst, frame.pieceBatches, frame.GetClip()) : -1;
 }
 
 void DrawI::BeginReplace(DrawPicture& picture, int piece)
