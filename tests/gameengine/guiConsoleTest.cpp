@@ -262,6 +262,7 @@ TEST_F(GuiConsole, VariablesKeepTheirTypeAndRange)
     };
     EXPECT_TRUE(variables.Add("speed", {.value = 2.0F, .low = 0.5, .high = 100000, .help = "Fast.", .changed = tell}));
     EXPECT_TRUE(variables.Add("count", {.value = 3, .low = -5, .high = 100000}));
+    EXPECT_TRUE(variables.Add("share", {.value = 0.01F, .low = 0.01, .high = 0.3}));
     EXPECT_TRUE(variables.Add("fog", {.value = true}));
     EXPECT_TRUE(variables.Add("title", {.value = "a b", .high = 5}));
     {
@@ -282,6 +283,8 @@ TEST_F(GuiConsole, VariablesKeepTheirTypeAndRange)
         {"set count", "[ERROR] count takes another value: int, -5 to 100000."},
         {"reset count", "count = 3 (int, -5 to 100000)"},
         {"set speed nan", "[ERROR] speed takes another value: float, 0.5 to 100000."},
+        {"set share 0.3", "share = 0.3 (float, 0.01 to 0.3, at first 0.01)"},
+        {"set share 0.0099", "[ERROR] share takes another value: float, 0.01 to 0.3."},
         {"set fog OFF", "fog = false (bool, at first true)"},
         {"toggle fog", "fog = true (bool)"},
         {"toggle count", "[ERROR] count takes another value: int, -5 to 100000."},
