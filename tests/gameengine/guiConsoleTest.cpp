@@ -341,6 +341,24 @@ TEST_F(GuiConsole, ScriptsAndAliasesEnd)
     lines = Execute("wider");
     EXPECT_NE(lines.back().find("10000 commands"), std::string::npos);
 
+    int count = 0;
+    m_console.AddHandler("c", [&](const std::string&, const std::string&) { ++count; });
+    many.clear();
+    for (int i = 0; i < 10000; ++i)
+        many += "c\n";
+    write("most.cfg", many);
+    EXPECT_EQ(Execute("exec most.cfg"), Lines());
+    EXPECT_EQ(count, 10000);
+    write("over.cfg", "exec most.cfg\nc");
+    EXPECT_EQ(Execute("exec over.cfg").size(), 1U);
+    EXPECT_EQ(count, 19999) << "one of them is exec";
+    write("blank.cfg", std::string(1 << 20, ' '));
+    Execute("alias blanks exec blank.cfg; exec blank.cfg; exec blank.cfg");
+    EXPECT_EQ(Execute("alias blank blanks; blanks"), Lines());
+    EXPECT_EQ(Execute("blank"), Lines());
+    write("blanks.cfg", "blank\nblank\nc");
+    EXPECT_EQ(Execute("exec blanks.cfg"), Lines{"[ERROR] The script ends here: it is too long."});
+    EXPECT_EQ(count, 19999);
     EXPECT_EQ(Execute("alias exec echo"), Lines{"[ERROR] \"exec\" is a command and cannot be an alias."});
     EXPECT_EQ(Execute("alias hi"), Lines{"hi = echo hello; echo"});
     EXPECT_EQ(Execute("alias gone unalias gone; echo still"), Lines());
@@ -413,6 +431,9 @@ TEST_F(GuiConsole, DrawsTheViewAboveTheInput)
     EXPECT_LT(texts[" x"].rect.y, texts["echo hey"].rect.y);
     EXPECT_NE(texts["9"].color, texts[" x"].color);
     EXPECT_EQ(texts.size(), 2U + 3U + 2U) << "prompt, input, the three rows of the newest, and what has room above";
+    Run("type:" + std::string(5000, 'x') + "end");
+    m_console.RenderGUI(draw, 400, 200);
+    EXPECT_TRUE(draw.calls[draw.calls.size() - 2].text.ends_with("xend"));
     m_console.RenderGUI(draw, 0, 0);
     m_console.RenderGUI(draw, 3, 3);
     EXPECT_EQ(draw.clips, 0);

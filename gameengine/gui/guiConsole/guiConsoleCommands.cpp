@@ -13,6 +13,7 @@ namespace
 constexpr std::size_t kMaxScriptSize = std::size_t{1} << 20;
 constexpr int kMaxScriptDepth = 16;
 constexpr int kMaxScriptLines = 10000;
+constexpr std::size_t kMaxScriptText = std::size_t{1} << 23; // bytes that are split into commands in one go
 
 /// The first word, and what comes after the space behind it.
 std::pair<std::string, std::string> SplitWord(const std::string& text)
@@ -50,8 +51,10 @@ public:
     ScriptScope& operator=(const ScriptScope&) = delete;
     ~ScriptScope()
     {
-        if (--m_console.m_scriptDepth == 0)
-            m_console.m_scriptLines = 0;
+        if (--m_console.m_scriptDepth > 0)
+            return;
+        m_console.m_scriptLines = 0;
+        m_console.m_scriptText = 0;
     }
 
     /// False, with a message and everything that runs ended, when too much is nested.
@@ -59,13 +62,24 @@ public:
     {
         if (m_console.m_scriptDepth <= kMaxScriptDepth)
             return true;
-        m_console.AddMessage("[ERROR] " + InQuotes(name) + " runs itself, or is nested deeper than " +
-                             std::to_string(kMaxScriptDepth) + '.');
-        m_console.m_scriptLines = kMaxScriptLines;
-        return false;
+        return i_End(InQuotes(name) + " runs itself, or is nested deeper than " + std::to_string(kMaxScriptDepth) +
+                     '.');
+    }
+    /// The same when there is too much to read.
+    bool HasRoomFor(std::string_view text) const
+    {
+        m_console.m_scriptText += text.size();
+        return m_console.m_scriptText <= kMaxScriptText || i_End("The script ends here: it is too long.");
     }
 
 private:
+    bool i_End(const std::string& why) const
+    {
+        m_console.AddMessage("[ERROR] " + why);
+        m_console.m_scriptLines = kMaxScriptLines + 1;
+        return false;
+    }
+
     CGuiConsole& m_console;
 };
 
@@ -271,6 +285,8 @@ void CGuiConsole::i_RunAlias(const std::string& name, const std::string& argumen
     std::string commands = m_commands.find(name)->second.alias;
     if (!arguments.empty())
         commands += ' ' + arguments;
+    if (!scope.HasRoomFor(commands))
+        return;
     for (const std::string_view command : Tools_StringSplit(commands, ';'))
     {
         const std::string line = Trim(command);
@@ -291,6 +307,8 @@ void CGuiConsole::i_ExecuteFile(const std::string& fileName)
     std::string_view text(reinterpret_cast<const char*>(content.data()), content.size());
     if (text.starts_with("\xEF\xBB\xBF"))
         text.remove_prefix(3);
+    if (!scope.HasRoomFor(text))
+        return;
     int number = 0;
     for (const std::string_view piece : Tools_StringSplit(text, '\n'))
     {
@@ -307,13 +325,10 @@ void CGuiConsole::i_ExecuteFile(const std::string& fileName)
 
 bool CGuiConsole::i_ExecuteOfScript(const std::string& line)
 {
-    if (m_scriptLines >= kMaxScriptLines)
-        return false;
-    ++m_scriptLines;
-    const bool isLast = m_scriptLines == kMaxScriptLines;
-    if (isLast)
+    if (m_scriptLines == kMaxScriptLines)
         AddMessage("[ERROR] The script ends here: it has run " + std::to_string(kMaxScriptLines) + " commands.");
-    else
-        Execute(line);
-    return m_scriptLines < kMaxScriptLines;
+    if (++m_scriptLines > kMaxScriptLines)
+        return false;
+    Execute(line);
+    return m_scriptLines <= kMaxScriptLines;
 }
