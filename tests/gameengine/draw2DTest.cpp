@@ -331,7 +331,14 @@ TEST_F(Draw2DTest, PicturesKeepTheirPlaceAndTheirPieces)
         m_draw->FillRect({0, 0, 1, 1}, kBlue);
         Render();
     };
-    m_draw->FillRect({1, 0, 20, 30}, kGreen); // under the picture
+    for (int i = 0; i < 2; ++i)
+        m_draw->FillRect({1, 0, 20, 30}, kGreen); // under the picture
+    m_draw->BeginPiece();
+    const std::shared_ptr<DrawPicture> other = m_draw->CreatePicture();
+    m_draw->BeginPicture(*other);
+    m_draw->FillRect({0, 0, 1, 1}, kRed);
+    EXPECT_EQ(m_draw->EndPiece(), -1) << "begun outside of the picture";
+    m_draw->EndPicture();
     show();
     EXPECT_EQ(At(0, 0), kBlue);
     EXPECT_EQ(At(1, 0), kRed);

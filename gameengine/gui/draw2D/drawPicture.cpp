@@ -24,7 +24,8 @@ int CQuadPicture::AddPiece(std::size_t first, std::size_t batchesBefore, const C
     const std::size_t batches = quads.GetBatches().size();
     const bool isInOne =
         batches == batchesBefore || (batches == batchesBefore + 1 && quads.GetBatches().back().first == first);
-    if (!isInOne)
+    // A piece that began elsewhere may begin behind the end.
+    if (!isInOne || first > quads.GetQuads().size())
         return -1;
     std::size_t room = count;
     if (count > 0)
