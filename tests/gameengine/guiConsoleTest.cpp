@@ -388,6 +388,16 @@ TEST_F(GuiConsole, TheLogComesInFromAllThreadsAndGoesOut)
     std::vector<std::byte> content;
     EXPECT_TRUE(GetFileSystem().FileIn(folder.Path("l\xC3\xB6g.txt"), content));
     EXPECT_EQ(content.size(), clipboard.size() + std::string("Copied 3 messages.\n").size());
+    // A script, which may be somebody else's, writes nowhere but there.
+    for (const std::string& name : {folder.Path("no.txt"), std::string("a/../../no.txt")})
+    {
+        m_console.Execute("alias away log.save " + name);
+        m_console.Execute("away");
+        EXPECT_TRUE(m_console.GetMessages().back().ends_with("user folder only.")) << name;
+    }
+    m_console.Execute("alias here log.save yes.txt");
+    m_console.Execute("here");
+    EXPECT_TRUE(m_console.GetMessages().back().starts_with("Wrote"));
 
     std::thread flood(
         []

@@ -3,7 +3,9 @@
 #include "tamradeps/io/fileSystem.h"
 #include "tamradeps/io/utf8Path.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <filesystem>
 #include <utility>
 
 // The commands that every console has from the start.
@@ -39,6 +41,13 @@ std::string GetUserPath(const std::string& name)
 {
     const std::string& folder = GetFileSystem().GetUserFolder();
     return folder.empty() || tamra::ToPath(name).is_absolute() ? name : folder + '/' + name;
+}
+
+bool IsInUserFolder(const std::string& name)
+{
+    const std::filesystem::path path = tamra::ToPath(name);
+    return !GetFileSystem().GetUserFolder().empty() && !path.has_root_path() &&
+           std::find(path.begin(), path.end(), "..") == path.end();
 }
 } // namespace
 
@@ -245,6 +254,9 @@ void CGuiConsole::i_SaveLog(const std::string& fileName)
 {
     if (fileName.empty())
         return i_Help("log.save");
+    // Who wrote a script may not be who runs it.
+    if (m_scriptDepth > 0 && !IsInUserFolder(fileName))
+        return AddMessage("[ERROR] Scripts and aliases write to the user folder only.");
     const std::string path = GetUserPath(fileName);
     const std::string text = i_JoinMessages();
     // A failure is a line of the log, which comes here.
