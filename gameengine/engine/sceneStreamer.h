@@ -34,6 +34,7 @@
 class TAMRAGAMEENGINE_API CSceneStreamer
 {
 public:
+    /// How far and how fast is loaded.
     struct Settings
     {
         float cellSize = 100.0F;   ///< Edge of a cell in world units, at least a 64th of `loadRadius`.

@@ -81,6 +81,8 @@ struct Rect
     friend constexpr bool operator==(const Rect&, const Rect&) noexcept = default;
 };
 
+/// Pixels, as drawn and hit.
 using GuiRecti = Rect<int>;
+/// The same with fractions, as layouts calculate.
 using GuiRectf = Rect<float>;
 } // namespace gui
