@@ -65,7 +65,7 @@ CTown::CTown(renderer::CRenderer& renderer, const std::string& path)
     m_sunLight->SetLightType(ComponentLightType::Directional);
     m_sun->UnlockComponentList();
 
-    LookFrom({kTownSize * 0.5F, kTownSize * 0.5F, 30.0F}, {1.0F, 0.4F, -0.1F});
+    LookFrom({840.0F, 1000.0F, 60.0F}, {1.0F, 0.3F, -0.25F});
     SetNight(false);
 }
 
@@ -79,6 +79,7 @@ void CTown::SetNight(bool isNight)
     const float sky[4] = {isNight ? 0.03F : 0.62F, isNight ? 0.04F : 0.72F, isNight ? 0.08F : 0.82F, 1.0F};
     const float ambient[4] = {isNight ? 0.05F : 0.36F, isNight ? 0.06F : 0.41F, isNight ? 0.1F : 0.48F, 1.0F};
     const float sun[4] = {isNight ? 0.03F : 1.05F, isNight ? 0.04F : 0.95F, isNight ? 0.07F : 0.78F, 1.0F};
+    m_isNight = isNight;
     m_settings->SetClearColor(sky);
     m_settings->SetAmbientColor(ambient);
     m_settings->SetFog(true, 150.0F, 700.0F);
@@ -139,7 +140,7 @@ void CTown::i_FillFrame(CPainter::Frame& frame) const
     for (const CEntity* entity : m_visible)
     {
         const auto* light = entity->Find<ComponentLight>();
-        if (!light || lamps == 32)
+        if (!light || !m_isNight || lamps == 32)
             continue;
         const CVector3 place = entity->Find<ComponentTransform>()->GetTransform().Translation();
         Store(frame.lamps[lamps * 2], {place.x, place.y, place.z, light->GetRange()});

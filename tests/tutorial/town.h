@@ -59,6 +59,7 @@ private:
     ComponentLight* m_sunLight = nullptr;
 
     bool m_isCulling = true;
+    bool m_isNight = false;
     int m_inView = 0;
     CEntityArray_SpatialQuery::Buffer m_candidates;
     std::vector<CEntity*> m_visible;

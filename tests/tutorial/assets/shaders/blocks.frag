@@ -45,7 +45,7 @@ void main()
         vec2 cell = vec2(along / 3.0, (worldPosition.z - low.z) / 3.5);
         vec2 inside = abs(fract(cell) - 0.5);
         float isWindow = step(inside.x, 0.3) * step(inside.y, 0.28) * step(1.0, cell.y);
-        float isLit = step(0.8 - 0.5 * step(sunColor.r, 0.5), hash(floor(cell) + low.xy));
+        float isLit = step(0.93 - 0.4 * step(sunColor.r, 0.5), hash(floor(cell) + low.xy));
         vec3 window = mix(light(vec3(0.15, 0.19, 0.24), normal) + 0.05, vec3(0.95, 0.78, 0.45), isLit * 0.8);
         shade = mix(shade, mix(mix(shade, window, 0.35), window, clamp(2.0 - way / 150.0, 0.0, 1.0)), isWindow);
     }
