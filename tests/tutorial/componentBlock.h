@@ -1,6 +1,6 @@
+// [component]
 #pragma once
 
-// [component]
 #include "gameengine/engine/componentTransform.h"
 #include "gameengine/engine/entityComponent.h"
 

@@ -30,7 +30,9 @@
 
 namespace
 {
+// [frame-time]
 constexpr float kFrameTime = 1.0F / 60.0F;
+// [frame-time end]
 
 // [panel]
 /// The window with figures and switches. Hears of its widgets.
@@ -146,30 +148,6 @@ private:
 };
 // [frame end]
 
-// [window]
-void ShowWindow(CWindow& window, renderer::CRenderer& renderer, CStage& stage)
-{
-    gui::GuiInputAdapter adapter(stage.GetContext(), &window);
-    renderer.GetInput().AddListener(&adapter);
-    tamra::platform::CStopwatch stopwatch;
-    while (window.PollEvents())
-    {
-        const auto seconds = static_cast<float>(stopwatch.GetSeconds());
-        stopwatch.Restart();
-        const int width = window.GetWidth();
-        const int height = window.GetHeight();
-        if (width > 0 && height > 0 && stage.GetTarget().Resize(width, height))
-        {
-            stage.DrawFrame(seconds);
-            stage.GetTarget().CopyToWindow(width, height);
-        }
-        window.SwapBuffers();
-        adapter.UpdateCursor();
-    }
-    renderer.GetInput().RemoveListener(&adapter);
-}
-// [window end]
-
 // [check]
 bool Check(bool isGood, const char* what)
 {
@@ -249,6 +227,30 @@ bool RunChecks(CStage& stage, const std::string& townFile, const std::string& ou
     return PaintAndReload(town, townFile) && isGood;
 }
 // [run end]
+
+// [window]
+void ShowWindow(CWindow& window, renderer::CRenderer& renderer, CStage& stage)
+{
+    gui::GuiInputAdapter adapter(stage.GetContext(), &window);
+    renderer.GetInput().AddListener(&adapter);
+    tamra::platform::CStopwatch stopwatch;
+    while (window.PollEvents())
+    {
+        const auto seconds = static_cast<float>(stopwatch.GetSeconds());
+        stopwatch.Restart();
+        const int width = window.GetWidth();
+        const int height = window.GetHeight();
+        if (width > 0 && height > 0 && stage.GetTarget().Resize(width, height))
+        {
+            stage.DrawFrame(seconds);
+            stage.GetTarget().CopyToWindow(width, height);
+        }
+        window.SwapBuffers();
+        adapter.UpdateCursor();
+    }
+    renderer.GetInput().RemoveListener(&adapter);
+}
+// [window end]
 
 // [start]
 bool Run(const std::string& out, bool wantsWindow)

@@ -1,8 +1,8 @@
+// [painter]
 #include "tutorial/painter.h"
 
 #include <array>
 
-// [painter]
 namespace
 {
 // Front faces wind counter-clockwise as seen from outside.

@@ -1,6 +1,6 @@
+// [painter-data]
 #pragma once
 
-// [painter-data]
 #include "tamraengine/renderer/buffer.h"
 #include "tamraengine/renderer/programmableMaterial.h"
 #include "tamraengine/renderer/renderer.h"

@@ -1,3 +1,4 @@
+// [includes]
 #include "tutorial/town.h"
 
 #include "tutorial/componentBlock.h"
@@ -6,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <span>
+// [includes end]
 
 namespace
 {

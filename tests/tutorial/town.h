@@ -1,6 +1,6 @@
+// [town-class]
 #pragma once
 
-// [town-class]
 #include "gameengine/engine/componentCamera.h"
 #include "gameengine/engine/componentLight.h"
 #include "gameengine/engine/componentRenderSettings.h"

@@ -1,3 +1,4 @@
+// [includes]
 #include "tutorial/townFile.h"
 
 #include "gameengine/engine/componentLight.h"
@@ -7,6 +8,7 @@
 #include "tutorial/componentBlock.h"
 
 #include <cstdint>
+// [includes end]
 
 namespace
 {

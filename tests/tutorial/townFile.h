@@ -1,6 +1,6 @@
+// [file-header]
 #pragma once
 
-// [file-header]
 #include <string>
 
 constexpr int kBlocks = 60; ///< On each side of the town.
