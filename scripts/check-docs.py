@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Checks that the pages of docs/ say what the tree says.
 
-usage: check-docs.py [--update]   links lead somewhere, and code is the code of the files that it names; --update puts
-                                  it there
+usage: check-docs.py [--update]   links lead somewhere, assertion lines are explained, and code is the code of the files
+                                  that it names; --update puts it there
        check-docs.py --xml FOLDER every public class, enumeration, macro and free function has words of its own, in
                                   Doxygen's XML
        check-docs.py --self-test
@@ -51,6 +51,31 @@ def without_code(text):
     return re.sub(r"`[^`\n]*`", "", FENCE.sub("", text))
 
 
+def find_assertions(root):
+    """(module, number) of each assertion line that the libraries can print."""
+    found = set()
+    for library in ("tamradeps", "tamraengine", "corvex", "gameengine"):
+        for path in sorted((root / library).rglob("*.cpp")):
+            text = path.read_text(encoding="utf-8")
+            module = re.search(r'kModule = "([^"]+)"', text)
+            for match in re.finditer(r'AssertionFailed\((?:kModule|"([^"]+)"), (\d+)\)', text):
+                found.add((match.group(1) or module.group(1), int(match.group(2))))
+    header = root / "gameengine/engine/entity.h"
+    if header.is_file():
+        numbers = re.findall(r"i_ReportUnlocked\((\d+)\)", header.read_text(encoding="utf-8"))
+        found |= {("gameengine/engine/entity", int(number)) for number in numbers}
+    return found
+
+
+def find_described_assertions(text):
+    """The same from the table of the page about debugging."""
+    described, module = set(), ""
+    for match in re.finditer(r"^\| (?:`([\w/]+)`)? *\| ([\d, ]+) \|", text, re.M):
+        module = match.group(1) or module
+        described |= {(module, int(number)) for number in match.group(2).split(",")}
+    return described
+
+
 class Checker:
     def __init__(self, root, update=False):
         self.root = pathlib.Path(root)
@@ -63,7 +88,18 @@ class Checker:
         for pattern in PAGES:
             for page in sorted(self.root.glob(pattern)):
                 self.check_page(page)
+        self.check_assertions()
         return self.problems
+
+    def check_assertions(self):
+        page = self.root / "docs/debugging.md"
+        if not page.is_file():
+            return
+        printed, described = find_assertions(self.root), find_described_assertions(page.read_text(encoding="utf-8"))
+        for module, number in sorted(printed - described):
+            self.problems.append(f"docs/debugging.md: the assertion line {module} {number} is not explained")
+        for module, number in sorted(described - printed):
+            self.problems.append(f"docs/debugging.md: nothing prints the assertion line {module} {number}")
 
     def check_page(self, page):
         text = page.read_text(encoding="utf-8")

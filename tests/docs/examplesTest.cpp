@@ -238,15 +238,33 @@ TEST_F(Examples, Drawing)
     EXPECT_GT(width, 20);
 
     const auto context = gui::GuiContext::Create(*draw);
-    // [automate]
-    gui::LoadWidgetFile(context->GetRoot(), "gui/colorpicker.gui");
+    struct Tool final : gui::GuiCallback
+    {
+        bool OnGuiEvent(const char* name, const gui::GuiEvent&) override
+        {
+            last = name;
+            return true;
+        }
+        std::string last;
+    } tool;
+    const std::string copy = m_folder.Path("copy.gui");
+    // [widget-files]
+    gui::LoadWidgetFile(context->GetRoot(), "gui/colorpicker.gui"); // from the assets
+    gui::GuiWidget* const window = context->GetRoot().FindChildNotNull("colorpicker");
+    window->SetCallback(&tool);
+    gui::SaveWidgetFile(*window, copy); // a widget and everything below it
+    // [widget-files end]
     context->Update(0.0F);
     context->Render(1280, 720);
+    // [automate]
     gui::GuiAutomation user(*context);
     user.Fill("colorpicker/hex", "00FF00FF"); // click, choose all, type
+    user.Drag("colorpicker", gui::Vec2<int>(600, 300));
+    user.Click("OK"); // by id, by path of ids, or by the text that is seen
     float red = 0.0F;
     user.GetValue("colorpicker/red", red);
     // [automate end]
+    EXPECT_EQ(tool.last, "ok");
     std::string text;
     EXPECT_TRUE(user.GetText("hex", text) && text == "00FF00FF");
     EXPECT_EQ(red, 255.0F); // nobody listens to the window

@@ -65,10 +65,12 @@ class Test:
             {path.suffix: path.read_bytes() for path in folder.glob(f"{number}.in.*")} for number in range(len(inputs))
         ]
 
-    def compare(self, kind, sound, read, dump):
-        """Sound files, and many damaged ones: both sides refuse the same, and take the same from the others."""
+    def compare(self, kind, sound, read, dump, corpus):
+        """Sound files, the fuzz targets' seeds, and many damaged ones: both sides refuse the same, and take the same from
+        the others."""
         random_source = random.Random(kind)
         inputs = list(sound)
+        inputs += [path.read_bytes() for path in sorted((self.root / "fuzz/corpus" / corpus).iterdir())]
         while len(inputs) < len(sound) + ROUNDS:
             inputs.append(mutate(random_source.choice(sound), random_source, kind in ("text", "fnt")))
         refused = 0
@@ -107,10 +109,10 @@ class Test:
         # Long forms where short ones would do.
         loose = b"UDB\x01\xff\x01\0\0\0\xf6\x01\0k\0\xff\x01\0\0\0v\0"
         self.compare("binary", [binary, small, loose, readers.write_udb_binary(numbers)],
-                     lambda data: readers.UdbBinary(data).read(), dump)
+                     lambda data: readers.UdbBinary(data).read(), dump, "fuzzUdbBinary")
         loose = b'\r\n udb 1 \r\n\n "a b"\t  1E3\r\nx .5\ny 5.\nz INFINITY\n q "\\x4a"\n g {\n\n } \n'
         written = readers.write_udb_text([(b"a", 1.5), (b"b c", b"\xc3\xa9 \"\n\xff"), (b"g", [(b"x", -0.0)])])
-        self.compare("text", [text, written, loose], lambda data: readers.UdbText(data).read(), dump)
+        self.compare("text", [text, written, loose], lambda data: readers.UdbText(data).read(), dump, "fuzzUdbAscii")
 
     def run_scenes(self):
         data = (self.folder / "all.mfs").read_bytes()
@@ -135,7 +137,8 @@ class Test:
         while len(inputs) < 100:
             body = mutate(data[24:], source, False)
             inputs.append(data[:16] + struct.pack("<Q", readers.crc64(body)) + body)
-        self.compare("mfs", inputs[:1], readers.read_mfs, lambda trees: {".dump": str(len(trees)).encode()})
+        self.compare("mfs", inputs[:1], readers.read_mfs, lambda trees: {".dump": str(len(trees)).encode()},
+                     "fuzzSceneFile")
         for theirs, file in zip(self.judge_again("mfs", inputs), inputs):
             try:
                 ours = str(len(readers.read_mfs(file))).encode()
@@ -165,7 +168,7 @@ class Test:
 
         lines = ["map -1"] * 254 + ["map 0", "map +1", "count 2"] + ["glyph" + " 1.5" * 9, "glyph" + "-1.25 7e1" * 4 + " 0"]
         small = ("\n".join(lines + ["bitmapWidth 2", "bitmapHeight 1", "fontSize 9", "bitmap", ""])).encode() + b"\0\n\xff7abcd"
-        self.compare("fnt", [small], lambda data: readers.Fnt(data).read(), dump)
+        self.compare("fnt", [small], lambda data: readers.Fnt(data).read(), dump, "fuzzFont")
         fonts = [path.read_bytes() for path in sorted((self.root / "assets/fonts").glob("*.fnt"))]
         for data, theirs in zip(fonts, self.judge_again("fnt", fonts)):
             self.expect(dump(readers.Fnt(data).read()) == theirs, "a font of the assets")
