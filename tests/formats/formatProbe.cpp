@@ -14,13 +14,19 @@
 #include "gameengine/engine/entityArraySaveLoadSerialized.h"
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "gameengine/engine/scene.h"
+#include "gameengine/gui/draw2D/draw.h"
 #include "gameengine/gui/draw2D/font.h"
+#include "gameengine/gui/guiWidget/guiContext.h"
+#include "gameengine/gui/guiWidget/guiLayout.h"
+#include "gameengine/gui/guiWidget/guiStream.h"
+#include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "tamradeps/core/crc64.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
 #include "tamradeps/udb/udbGroup.h"
 #include "tamradeps/udb/udbReadWriteAscii.h"
 #include "tamradeps/udb/udbReadWriteBinary.h"
+#include "tamraengine/renderer/renderer.h"
 
 #include <cinttypes>
 #include <cmath>
@@ -193,6 +199,21 @@ void JudgeFont(const std::string& path, const std::vector<std::byte>& content)
     WriteFile(path + ".dump", dump.data(), dump.size());
 }
 
+// Damaged lines are left out; what is left of the tree is written again.
+void JudgeWidgets(const std::string& path, const std::vector<std::byte>& content)
+{
+    renderer::CRenderer renderer;
+    const auto draw = gui::Draw::Create(renderer);
+    const auto context = gui::GuiContext::Create(*draw);
+    gui::GuiStream stream(std::string(reinterpret_cast<const char*>(content.data()), content.size()));
+    gui::ReadWidgets(context->GetRoot(), stream);
+    gui::GuiStream written;
+    const gui::GuiFreeLayout& root = context->GetRoot();
+    for (std::size_t i = 0; i < root.GetChildCount(); ++i)
+        gui::WriteWidgets(*root.GetChild(i), written);
+    WriteFile(path + ".dump", written.GetData().data(), written.GetData().size());
+}
+
 bool Judge(const std::string& kind, const std::string& folder)
 {
     RegisterBuiltInComponents();
@@ -209,6 +230,8 @@ bool Judge(const std::string& kind, const std::string& folder)
             JudgeScene(path, content);
         else if (kind == "fnt")
             JudgeFont(path, content);
+        else if (kind == "gui")
+            JudgeWidgets(path, content);
         else
             JudgeTree(path, content, kind == "text");
     }

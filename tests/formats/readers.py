@@ -404,47 +404,83 @@ COMMON_FIELDS = [TEXT, INT, INT, INT, INT, WORD, WORD, INT, INT, INT]
 GUI_TOKEN = re.compile(r'"((?:[^"\\]|\\.)*)"|(\S+)')
 
 
-def read_gui(text):
-    """(depth, type, fields) of each line of a sound file in canonical form."""
-    widgets = []
-    for line in text.split("\n"):
-        if not line.strip():
+HOLDS_ONE = {"GWT_GROUPBOX", "GWT_WINDOW"}
+HOLDS_MANY = {"GWT_FREELAYOUT", "GWT_LIST_H", "GWT_LIST_V"}
+
+
+def read_gui_line(line):
+    """Type and fields."""
+    tokens = list(GUI_TOKEN.finditer(line))
+    kind = tokens.pop(0).group(2)
+    need(kind in OWN_FIELDS, "type")
+    fields = []
+    for form in OWN_FIELDS[kind] + COMMON_FIELDS:
+        if form == TITLE and len(tokens) == len(COMMON_FIELDS):
             continue
+        count = 1
+        if form == ITEMS:
+            count = int(tokens.pop(0).group(2))
+            fields.append((INT, count))
+        for _ in range(count):
+            need(tokens, "field missing")
+            quoted, word = tokens.pop(0).groups()
+            if form in (TEXT, TITLE, ITEMS):
+                need(quoted is not None, "no quotes")
+                plain = re.sub(r"\\(.)", lambda m: {"n": "\n"}.get(m.group(1), m.group(1)), quoted)
+                fields.append((TEXT, plain))
+            else:
+                need(word is not None, "field")
+                # Numbers are read to their tenth character.
+                fields.append((form, word if form == WORD else (float if form == REAL else int)(word[:10])))
+    need(not tokens, "superfluous field")
+    return kind, fields
+
+
+class Widget:
+    def __init__(self, kind, fields):
+        self.kind = kind
+        self.fields = fields
+        self.children = []
+
+    def adopt(self, child):
+        need(self.kind in HOLDS_MANY or (self.kind in HOLDS_ONE and not self.children), "no room for a child")
+        self.children.append(child)
+
+
+def read_gui(text):
+    """The outermost widgets, and the numbers of the lines that are left out with those below them."""
+    root = Widget("GWT_FREELAYOUT", [])
+    above = None  # by depth, the widget that a line one deeper belongs to
+    left_out, faults = None, []
+    for number, line in enumerate(text.removeprefix("\ufeff").split("\n"), 1):
         depth = len(line) - len(line.lstrip("\t"))
-        need(depth <= 15 and (not widgets or depth <= widgets[-1][0] + 1), "depth")
-        tokens = list(GUI_TOKEN.finditer(line[depth:]))
-        kind = tokens.pop(0).group(2)
-        need(kind in OWN_FIELDS, "type")
-        fields = []
-        for form in OWN_FIELDS[kind] + COMMON_FIELDS:
-            if form == TITLE and len(tokens) == len(COMMON_FIELDS):
-                continue
-            count = 1
-            if form == ITEMS:
-                count = int(tokens.pop(0).group(2))
-                fields.append((INT, count))
-            for _ in range(count):
-                need(tokens, "field missing")
-                quoted, word = tokens.pop(0).groups()
-                if form in (TEXT, TITLE, ITEMS):
-                    need(quoted is not None, "no quotes")
-                    plain = re.sub(r"\\(.)", lambda m: {"n": "\n"}.get(m.group(1), m.group(1)), quoted)
-                    fields.append((TEXT, plain))
-                else:
-                    need(word is not None, "field")
-                    # Numbers are read to their tenth character.
-                    fields.append((form, word if form == WORD else (float if form == REAL else int)(word[:10])))
-        need(not tokens, "superfluous field")
-        widgets.append((depth, kind, fields))
-    return widgets
+        line = line[depth:]
+        if not line.strip(" \t\r") or (left_out is not None and depth > left_out):
+            continue
+        left_out = None
+        if above is None:
+            above = [root] * (depth + 1)
+        try:
+            need(depth <= 15 and not line.startswith(" ") and depth < len(above), "place")
+            widget = Widget(*read_gui_line(line))
+            above[depth].adopt(widget)
+            above[depth + 1 :] = [widget]
+        except Refused:
+            left_out = depth
+            faults.append(number)
+    return root.children, faults
 
 
-def write_gui(widgets):
+def write_gui(widgets, depth=0):
     def token(form, value):
         if form == TEXT:
             return '"' + value.replace("\\", "\\\\").replace('"', '\\"').replace("\n", "\\n") + '"'
         return f"{value:.6f}" if form == REAL else str(value)
 
     return "".join(
-        "\t" * depth + " ".join([kind] + [token(*field) for field in fields]) + "\n" for depth, kind, fields in widgets
+        "\t" * depth
+        + " ".join([widget.kind] + [token(*field) for field in widget.fields])
+        + "\n"
+        + write_gui(widget.children, depth + 1)
+        for widget in widgets
     )
