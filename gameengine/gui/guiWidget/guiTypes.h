@@ -86,6 +86,7 @@ using GuiRecti = Rect<int>;
 /// The same with fractions, as layouts calculate.
 using GuiRectf = Rect<float>;
 
+/// The same rectangle in floats.
 constexpr GuiRectf ToFloat(const GuiRecti& rect) noexcept
 {
     return {static_cast<float>(rect.x), static_cast<float>(rect.y), static_cast<float>(rect.w),
