@@ -20,6 +20,7 @@ inline std::filesystem::path ToPath(std::string_view utf8)
     }
 }
 
+/// A path as UTF-8; empty when it cannot be written so.
 inline std::string ToUtf8(const std::filesystem::path& path)
 {
     try
