@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the system packages that the build needs. Quick and silent when nothing is missing.
 #
-#   --checks   also what .ci/run needs besides the build: clang-format, python3, a display of no screen
+#   --checks   also what .ci/run needs besides the build: clang-format, python3, a display of no screen, a second compiler
 #   --fuzz     also clang with libFuzzer, for the preset "fuzz"
 set -euo pipefail
 
@@ -17,7 +17,7 @@ tools=(g++ cmake ninja)
 for argument in "$@"; do
     case $argument in
     --checks)
-        packages+=(clang-format python3 xvfb xauth)
+        packages+=(clang-format clang python3 xvfb xauth)
         tools+=(clang-format python3)
         ;;
     --fuzz)

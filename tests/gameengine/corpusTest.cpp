@@ -5,6 +5,7 @@
 #include "gameengine/engine/componentCamera.h"
 #include "gameengine/engine/componentLight.h"
 #include "gameengine/engine/componentRenderSettings.h"
+#include "gameengine/engine/componentRuntimeData.h"
 #include "gameengine/engine/componentShadowCaster.h"
 #include "gameengine/engine/componentTransformParent.h"
 #include "gameengine/gui/draw2D/font.h"
@@ -128,7 +129,7 @@ void FillScene(Scene& scene)
     kinds.m_int = std::numeric_limits<std::int32_t>::min();
     kinds.m_float = 0.1F;
     std::copy_n(std::array{1e-38F, -3.25F, 3.4e38F}.data(), 3, kinds.m_vector);
-    kinds.m_text = std::string(300, 'x') + "\t\\";
+    kinds.m_text = std::string(260, 'x') + "\t\\";
     std::copy_n(std::array{0.0F, 0.25F, 0.5F, 1.0F}.data(), 4, kinds.m_color);
     kinds.m_file = "models/house.mfm";
     kinds.m_choice = 2;
@@ -176,7 +177,8 @@ std::string Describe(CEntityComponent& component)
     if (auto* transform = dynamic_cast<ComponentTransform*>(&component))
     {
         for (int i = 0; i < 16; ++i)
-            text += Label(i == 0 ? "\n  " : " ", transform->GetTransform().GetElements()[i]);
+            text +=
+                Label(i == 0 ? "\n  " : " ", std::bit_cast<std::uint32_t>(transform->GetTransform().GetElements()[i]));
     }
     return text + "\n";
 }
@@ -190,7 +192,10 @@ std::multiset<std::string> Describe(const CScene& scene)
         const CEntity& entity = *scene.GetArray().Get(i);
         std::multiset<std::string> components;
         for (int k = 0; k < entity.GetComponentCount(); ++k)
-            components.insert(Describe(*entity.GetComponent(k)));
+        {
+            if (entity.GetComponent(k)->GetType() != ComponentRuntimeData::TYPEID()) // which loading makes
+                components.insert(Describe(*entity.GetComponent(k)));
+        }
         entities.insert(std::accumulate(components.begin(), components.end(), std::string()));
     }
     return entities;
@@ -330,7 +335,7 @@ gui::FontBody MakeFont()
     body.map['A'] = 0;
     body.map[0xE4] = 1;
     body.map[gui::Font::kBox] = 1;
-    body.glyphs = {{0, 0, 2, 3, 2.5F, 3, -99, 998.5F, 3}, {1.0F / 3, 0.1F, 1, 2, 999, 0, 0.25F, -0.75F, 7}};
+    body.glyphs = {{0, 0, 2, 3, 2.5F, 3, -99, 998.5F, 3}, {0.333333F, 0.1F, 1, 2, 999, 0, 0.25F, -0.75F, 7}};
     body.bitmapWidth = 3;
     body.bitmapHeight = 2;
     body.fontSize = 13;
