@@ -1,5 +1,8 @@
 #include "gameengine/gui/draw2D/drawI.h"
 #include "gameengine/gui/draw2D/tileset.h"
+#include "gameengine/gui/guiWidget/guiButton.h"
+#include "gameengine/gui/guiWidget/guiContext.h"
+#include "gameengine/gui/guiWidget/guiLayout.h"
 #include "support/allocations.h"
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
@@ -340,7 +343,7 @@ TEST_F(Draw2DTest, PicturesKeepTheirPlaceAndTheirPieces)
     EXPECT_EQ(m_draw->GetStatistics().drawCalls, 3U);
 
     EXPECT_TRUE(replace(area, [&] { m_draw->FillRect({0, 0, 200, 10}, kBlue); }));
-    EXPECT_TRUE(replace(text, [&] { m_draw->Text(0, 20, "pixel", kRed, TFB_PIXEL); }));
+    EXPECT_TRUE(replace(text, [&] { m_draw->Text(0, 20, "pixe", kRed, TFB_PIXEL); }));
     show();
     EXPECT_EQ(At(99, 5), kBlue);
     EXPECT_EQ(At(100, 5), 0xFF000000) << "the clip of then";
@@ -371,6 +374,33 @@ TEST_F(Draw2DTest, SteadyFramesAllocateNothing)
             m_draw->PopClip();
         }
         m_draw->RenderAll(kWidth, kHeight);
+    }
+    EXPECT_EQ(test::GetAllocationCount(), before);
+}
+
+TEST_F(Draw2DTest, SteadyFramesOfWidgetsAllocateNothingAndAreOneCall)
+{
+    m_target->Bind();
+    const std::unique_ptr<GuiContext> context = GuiContext::Create(*m_draw);
+    context->SetMousePos(-1, -1);
+    GuiButton* last = nullptr;
+    for (int i = 0; i < 500; ++i)
+    {
+        auto button = std::make_unique<GuiButton>(*context, 0, GuiRecti(i % 10 * 20, i / 10 * 4, 19, 15));
+        button->SetText("text of some length " + std::to_string(i));
+        last = button.get();
+        context->GetRoot().AddChild(std::move(button));
+    }
+    std::size_t before = 0;
+    for (int frame = 0; frame < 8; ++frame)
+    {
+        before = frame == 4 ? test::GetAllocationCount() : before;
+        last->SetText(frame % 2 == 0 ? "even" : "odd");
+        context->Update(0.01F);
+        context->Render(kWidth, kHeight);
+        m_draw->RenderAll(kWidth, kHeight);
+        EXPECT_EQ(m_draw->GetStatistics().drawCalls, 1U);
+        EXPECT_EQ(context->GetRenderCount(), frame == 0 ? 501 : 1);
     }
     EXPECT_EQ(test::GetAllocationCount(), before);
 }

@@ -178,7 +178,7 @@ TEST(Font, PixelFontHasItsCharactersInOrder)
         EXPECT_EQ(glyph->textureY, static_cast<float>(i / 12 * 9));
     }
     EXPECT_EQ(font.GetGlyph(0xE4), nullptr);
-    EXPECT_EQ(font.GetCell(0xE4).left, font.GetCell(Font::kBox).left);
+    EXPECT_EQ(font.GetCell(0xE4).uvs[0], font.GetCell(Font::kBox).uvs[0]);
 }
 
 TEST(Font, MeasuresAndFindsCharacters)
