@@ -145,6 +145,7 @@ TEST_F(Draw2DTest, AreasCoverTheirPixelsExactly)
     m_draw->Line({70, 20}, {79, 20}, kBlue, 2.0F);
     m_draw->FillRect({100, 20, -5, 3}, kWhite);
     m_draw->FillRect({2147483647, 0, 2147483647, 9}, kWhite);
+    m_draw->FrameRoundRect({2147483640, 2147483640, 200, 200}, 6, kWhite);
     m_draw->FillRoundRect({110, 20, 20, 20}, 6, kWhite);
     Render();
     EXPECT_EQ(CountLit() - (15 + 20 + 27 + 11 + 5 + 20), 400 - 4 * 3) << "three pixels of each corner are free";
@@ -333,7 +334,14 @@ TEST_F(Draw2DTest, PicturesKeepTheirPlaceAndTheirPieces)
         m_draw->FillRect({0, 0, 1, 1}, kBlue);
         Render();
     };
-    m_draw->FillRect({1, 0, 20, 30}, kGreen); // under the picture
+    for (int i = 0; i < 2; ++i)
+        m_draw->FillRect({1, 0, 20, 30}, kGreen); // under the picture
+    m_draw->BeginPiece();
+    const std::shared_ptr<DrawPicture> other = m_draw->CreatePicture();
+    m_draw->BeginPicture(*other);
+    m_draw->FillRect({0, 0, 1, 1}, kRed);
+    EXPECT_EQ(m_draw->EndPiece(), -1) << "begun outside of the picture";
+    m_draw->EndPicture();
     show();
     EXPECT_EQ(At(0, 0), kBlue);
     EXPECT_EQ(At(1, 0), kRed);
@@ -352,6 +360,14 @@ TEST_F(Draw2DTest, PicturesKeepTheirPlaceAndTheirPieces)
     EXPECT_FALSE(replace(text, [&] { m_draw->Text(0, 20, "pi", kRed, TFB_SEGOE); })) << "another font";
     EXPECT_FALSE(replace(text, [&] { m_draw->FillTriangle({0, 0}, {900, 0}, {0, 900}, kRed); })) << "another clip";
     EXPECT_FALSE(replace(7, [] {}));
+    EXPECT_TRUE(replace(area,
+                        [&]
+                        {
+                            m_draw->BeginPicture(*picture); // not nested
+                            m_draw->BeginPiece();
+                            EXPECT_EQ(m_draw->EndPiece(), -1);
+                            m_draw->EndPicture();
+                        }));
     EXPECT_TRUE(replace(area, [] {}));
     EXPECT_TRUE(replace(area, [&] { m_draw->FillRect({0, 0, 200, 10}, kBlue); }));
     show();
