@@ -72,7 +72,7 @@ std::size_t CountPlaces()
 }
 
 // Writes the places that the class adds to those of its base (void when it has none), one a line, the destructor
-// counted once. Functions that only derived classes may call have no name here.
+// counted once. Those that only derived classes may call are not named.
 template <class Class, class Base, auto... Functions>
 void Describe(std::ostream& out)
 {
@@ -80,7 +80,7 @@ void Describe(std::ostream& out)
     if constexpr (!std::is_void_v<Base>)
         first = CountPlaces<Base>();
     constexpr std::size_t kDestructors = std::has_virtual_destructor_v<Class> ? 2 : 0; // in place, and deleting
-    std::vector<std::string> names(CountPlaces<Class>(), "(protected)");
+    std::vector<std::string> names(CountPlaces<Class>(), "(not named)");
     const auto name = [&](std::size_t place, std::string_view text)
     {
         if (place < names.size())
@@ -177,7 +177,8 @@ void DescribeGui(std::ostream& out)
              &X::GetCursor, &X::GetHoverWidget, &X::GetFocusWidget, &X::GetInputWidget, &X::GrabInput, &X::GrabFocus,
              &X::MoveFocus, &X::SetModal, &X::GetModal, &X::ForgetWidget, &X::PostEvent, &X::Update, &X::Render,
              &X::GetRoot, &X::GetDraw, &X::GetStyleData, &X::SetStyleData, &X::GetLayoutCount, &X::GetRenderCount,
-             &X::SetTicking, &X::SetOverlay, &X::RequestRedraw, &X::RequestPicture, &X::RenderWidget>(out);
+             &X::SetTicking, &X::SetOverlay, &X::RequestRedraw, &X::RequestPicture, &X::RenderWidget, &X::ReturnFocus>(
+        out);
     Describe<gui::DrawPicture, void>(out);
     Describe<D, void, &D::Line, &D::FillRect, &D::FrameRect, &D::FillRoundRect, &D::FrameRoundRect, &D::FillTriangle,
              &D::Gradient, &D::DrawImage, &D::DrawNinePatch, &D::Text, &D::Text3D, &D::GetTextWidth, &D::GetLineHeight,
