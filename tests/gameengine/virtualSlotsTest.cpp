@@ -28,7 +28,9 @@
 #include "tamradeps/io/fileSystem.h"
 #include "tamraengine/renderer/input.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <sstream>
 #include <string_view>
 #include <vector>
@@ -92,7 +94,9 @@ void Describe(std::ostream& out)
     if (kDestructors != 0 && first == 0)
         name(1, "destructor");
 
-    out << abi::__cxa_demangle(typeid(Class).name(), nullptr, nullptr, nullptr) << '\n';
+    const std::unique_ptr<char, decltype(&std::free)> title(
+        abi::__cxa_demangle(typeid(Class).name(), nullptr, nullptr, nullptr), &std::free);
+    out << title.get() << '\n';
     for (std::size_t place = first == 0 && kDestructors != 0 ? 1 : first; place < names.size(); ++place)
         out << '\t' << place - (kDestructors != 0 ? 1 : 0) << ' ' << names[place] << '\n';
 }
