@@ -79,61 +79,7 @@ protected:
     renderer::Image m_picture;
 };
 
-void DrawReference(DrawI& draw)
-{
-    draw.Gradient({0, 0, kWidth, 24}, 0xFF604030, 0xFF806050, 0xFF302018, 0xFF302018);
-    int y = 28;
-    for (const int font : {TFB_PIXEL, TFB_SEGOE, TFB_SEGOE_16, TFB_CONSOLAS})
-    {
-        draw.Text(6, y, "Sphinx of black quartz, judge my vow (0123)! \xE4\xDF \x90", 0xFFE0E4E8, font);
-        y += draw.GetLineHeight(font) + 2;
-    }
-    for (int i = 0; i < 4; ++i)
-    {
-        const GuiRecti rect(6 + i * 78, y, 70, 24);
-        draw.FillRoundRect(rect, 2 + 4 * i, 0xFF705038);
-        draw.FrameRoundRect(rect, 2 + 4 * i, 0xFFC0A080);
-        draw.Text(rect.x + 16, rect.y + 5, "Button", kWhite, TFB_SEGOE);
-    }
-    y += 32;
-    draw.FrameRect({6, y, 40, 30}, kRed, 3);
-    draw.Line({52, y}, {110, y + 29}, 0xFF40E0FF, 1.0F);
-    draw.Line({52, y + 29}, {110, y}, 0x8040FFE0, 4.0F);
-    draw.FillTriangle({120, static_cast<float>(y)}, {150, static_cast<float>(y)}, {135, static_cast<float>(y) + 30},
-                      kGreen);
-    Image image;
-    image.Create(8, 8, MakeQuarters(8).data(), true);
-    draw.DrawImage(image, {160, y, 40, 30}, 0xFFC0C0C0);
-    draw.PushClip({210, y, 60, 20});
-    draw.DrawNinePatch(image, {205, y - 5, 60, 30}, {2, 2, 2, 2}, kWhite);
-    draw.Text(214, y + 4, "clipped at the edge", kWhite, TFB_CONSOLAS);
-    draw.PopClip();
-}
 } // namespace
-
-TEST_F(Draw2DTest, LooksLikeTheReferencePicture)
-{
-    DrawReference(*m_draw);
-    Render();
-    std::vector<std::byte> file;
-    ASSERT_TRUE(GetFileSystem().FileIn(TAMRA_SOURCE_FOLDER "/tests/pictures/draw2D.png", file));
-    const auto reference = renderer::DecodeImage(file);
-    ASSERT_TRUE(reference && reference->width == kWidth && reference->height == kHeight);
-    // Devices may round differently, and see slanted edges differently.
-    constexpr int kTolerance = 8;
-    constexpr int kMaxDifferent = kWidth * kHeight / 500;
-    int different = 0;
-    for (std::size_t i = 0; i < m_picture.pixels.size(); i += 4)
-    {
-        int distance = 0;
-        for (std::size_t channel = i; channel < i + 3; ++channel)
-            distance = std::max(distance, std::abs(m_picture.pixels[channel] - reference->pixels[channel]));
-        different += distance > kTolerance;
-    }
-    EXPECT_LE(different, kMaxDifferent);
-    if (different > kMaxDifferent)
-        renderer::WritePng("draw2D.actual.png", m_picture);
-}
 
 TEST_F(Draw2DTest, AreasCoverTheirPixelsExactly)
 {
