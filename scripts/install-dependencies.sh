@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the system packages that the build needs. Quick and silent when nothing is missing.
 #
-#   --checks   also what .ci/run needs besides the build: clang-format, python3, doxygen, a display of no screen
+#   --checks   also what .ci/run needs besides the build: clang-format, python3, doxygen, a display of no screen, and a
+#              second compiler
 #   --fuzz     also clang with libFuzzer, for the preset "fuzz"
 set -euo pipefail
 
@@ -17,7 +18,7 @@ tools=(g++ cmake ninja)
 for argument in "$@"; do
     case $argument in
     --checks)
-        packages+=(clang-format python3 doxygen xvfb xauth)
+        packages+=(clang-format clang python3 doxygen xvfb xauth)
         tools+=(clang-format python3)
         ;;
     --fuzz)
