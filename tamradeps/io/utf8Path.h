@@ -20,11 +20,12 @@ inline std::filesystem::path ToPath(std::string_view utf8)
     }
 }
 
+/// With slashes between folders on every system.
 inline std::string ToUtf8(const std::filesystem::path& path)
 {
     try
     {
-        const std::u8string text = path.u8string();
+        const std::u8string text = path.generic_u8string();
         return {text.begin(), text.end()};
     }
     catch (const std::exception&)
