@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numbers>
 
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/gtc/type_ptr.hpp>
@@ -36,6 +37,59 @@ CVector3 SomePerpendicular(CVector3 axis)
     return axis.Cross(helper).Normalized();
 }
 
+// Sines and angles differ in the last bit from one C library to another; what is saved of them must not.
+
+struct SineAndCosine
+{
+    float sine;
+    float cosine;
+};
+
+SineAndCosine GetSineAndCosine(float angle) noexcept
+{
+    // Beyond this, whole turns are taken off first: the quarters could not be counted exactly.
+    constexpr float kLargest = 1e6F;
+    constexpr double kTurn = 2 * std::numbers::pi;
+    constexpr double kQuarter = kTurn / 4;
+    constexpr double kQuarterHigh = 1.5707963109016418; // its first 25 bits, of which multiples are exact
+    constexpr double kQuarterLow = 1.5893254773528196e-8;
+    double x = static_cast<double>(angle);
+    if (!(std::abs(angle) < kLargest))
+        x = std::remainder(x, kTurn);
+    const double quarters = std::floor(x / kQuarter + 0.5);
+    const double r = (x - quarters * kQuarterHigh) - quarters * kQuarterLow;
+    const double r2 = r * r;
+    // Nearest for a quarter turn around 0, to less than a hundredth of what a float tells apart.
+    const double sine =
+        r + r * r2 *
+                (-0.166666666416265235595 + r2 * (0.0083333293858894631756 + r2 * (-0.000198393348360966317347 +
+                                                                                   r2 * 0.0000027183114939898219064)));
+    const double cosine =
+        1.0 +
+        r2 * (-0.499999997251031003120 +
+              r2 * (0.0416666233237390631894 + r2 * (-0.00138867637746099294692 + r2 * 0.0000243904487962774090654)));
+    // Not a number stays one, and has no quarter.
+    const int quarter = std::isfinite(quarters) ? static_cast<int>(quarters) & 3 : 0;
+    const double s = (quarter & 1) ? cosine : sine;
+    const double c = (quarter & 1) ? sine : cosine;
+    return {static_cast<float>((quarter & 2) ? -s : s), static_cast<float>(((quarter + 1) & 2) ? -c : c)};
+}
+
+// Libraries agree on what a float shows of this.
+float GetAngle(float y, float x) noexcept
+{
+    return static_cast<float>(std::atan2(static_cast<double>(y), static_cast<double>(x)));
+}
+
+// Turns the first column towards the second.
+void Turn(glm::vec4& first, glm::vec4& second, float angle) noexcept
+{
+    const auto [sine, cosine] = GetSineAndCosine(angle);
+    const glm::vec4 turned = first * cosine + second * sine;
+    second = second * cosine - first * sine;
+    first = turned;
+}
+
 CVector3 UnitOr(CVector3 v, CVector3 otherwise)
 {
     const float length = v.Length();
@@ -58,9 +112,9 @@ void CMatrix::Identity(float diagonal) noexcept
 void CMatrix::RotateEuler(float x, float y, float z) noexcept
 {
     glm::mat4 m = ToGlm(*this);
-    m = glm::rotate(m, z, glm::vec3(0, 0, 1));
-    m = glm::rotate(m, y, glm::vec3(0, 1, 0));
-    m = glm::rotate(m, x, glm::vec3(1, 0, 0));
+    Turn(m[0], m[1], z);
+    Turn(m[2], m[0], y);
+    Turn(m[1], m[2], x);
     *this = FromGlm(m);
 }
 
@@ -69,13 +123,13 @@ CVector3 CMatrix::GetEuler() const noexcept
     const CVector3 localX = UnitOr(GetLocalX(), {1, 0, 0});
     const CVector3 localY = UnitOr(GetLocalY(), {0, 1, 0});
     const CVector3 localZ = UnitOr(GetLocalZ(), {0, 0, 1});
-    const float cosY = std::hypot(localX.x, localX.y);
-    const float z = cosY < 1e-6F ? 0.0F : std::atan2(localX.y, localX.x);
+    const double squaredCosY = double{localX.x} * localX.x + double{localX.y} * localX.y;
+    const auto cosY = static_cast<float>(std::sqrt(squaredCosY));
+    const float z = cosY < 1e-6F ? 0.0F : GetAngle(localX.y, localX.x);
     // Near the poles z is mostly rounding error; x is read with that z taken back, which makes up for it.
-    const float sinZ = std::sin(z);
-    const float cosZ = std::cos(z);
-    const float x = std::atan2(sinZ * localZ.x - cosZ * localZ.y, cosZ * localY.y - sinZ * localY.x);
-    return {x, std::atan2(-localX.z, cosY), z};
+    const auto [sinZ, cosZ] = GetSineAndCosine(z);
+    const float x = GetAngle(sinZ * localZ.x - cosZ * localZ.y, cosZ * localY.y - sinZ * localY.x);
+    return {x, GetAngle(-localX.z, cosY), z};
 }
 
 void CMatrix::Scale3(float x, float y, float z) noexcept

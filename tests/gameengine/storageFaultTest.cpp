@@ -1,6 +1,7 @@
 // What outside the program can do to stored scenes: damaged rows, foreign and locked files, full disks, kills.
 
 #include "support/storageFixture.h"
+#include "support/system.h"
 #include "tamradeps/sqlite/transaction.h"
 
 #include <filesystem>
@@ -11,7 +12,6 @@
 #include <csignal>
 #include <thread>
 
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #endif
@@ -187,14 +187,6 @@ TEST_F(StorageFault, LockedFileIsRefusedUntilItIsReleased)
 #if defined(__unix__)
 namespace
 {
-void LimitFileSize(rlim_t size)
-{
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = std::min(size, limit.rlim_max);
-    setrlimit(RLIMIT_FSIZE, &limit);
-}
-
 // Two states between which a saved scene goes to and fro: other names, other places, some other entities.
 void SetState(StorageScene& scene, CEntityArray_SaveLoad_Base& store, char state)
 {
@@ -286,14 +278,11 @@ void KillDuringSaves(const char* name)
 // Lets the disk be full at different moments of a save: in the journal, in the middle, at the commit.
 TEST_F(StorageFault, FailedSaveChangesNothingAndTheNextOneWritesItAll)
 {
-    signal(SIGXFSZ, SIG_IGN);
-    const auto failToSave = [](Store& store, rlim_t limit)
+    const auto failToSave = [](Store& store, std::uint64_t limit)
     {
         const ExpectLog expected{"world.sdb"};
-        LimitFileSize(limit);
-        const bool saved = store.Save();
-        LimitFileSize(RLIM_INFINITY);
-        EXPECT_FALSE(saved);
+        const FileSizeLimit fullDisk(limit);
+        EXPECT_FALSE(store.Save());
     };
     failToSave(m_store, 0);
     m_scene.Add("made the table", {});
@@ -301,7 +290,7 @@ TEST_F(StorageFault, FailedSaveChangesNothingAndTheNextOneWritesItAll)
     ASSERT_TRUE(m_store.Save());
     EXPECT_EQ(LoadContent(m_path), m_scene.GetContent());
 
-    for (const rlim_t limit : {100, 600, 15000, 30000, 130000})
+    for (const std::uint64_t limit : {100, 600, 15000, 30000, 130000})
     {
         std::filesystem::remove(m_path);
         SaveWorld();
@@ -330,7 +319,6 @@ TEST_F(StorageFault, FailedSaveChangesNothingAndTheNextOneWritesItAll)
         EXPECT_TRUE(counters.inserted == 200 && counters.updated == 1 && counters.deleted == 1);
         EXPECT_EQ(LoadContent(m_path), scene.GetContent());
     }
-    signal(SIGXFSZ, SIG_DFL);
 }
 
 TEST(StorageKill, DatabaseHoldsOneStateOrTheOther)
