@@ -37,7 +37,7 @@ CVector3 SomePerpendicular(CVector3 axis)
     return axis.Cross(helper).Normalized();
 }
 
-// Sines and angles differ in the last bit from one C library to another; what is saved of them must not.
+// Sines differ in the last bit from one C library to another; matrices that are saved must not.
 
 struct SineAndCosine
 {
@@ -53,10 +53,12 @@ SineAndCosine GetSineAndCosine(float angle) noexcept
     constexpr double kQuarter = kTurn / 4;
     constexpr double kQuarterHigh = 1.5707963109016418; // its first 25 bits, of which multiples are exact
     constexpr double kQuarterLow = 1.5893254773528196e-8;
+    // Adding it and taking it away rounds to a whole number.
+    constexpr double kRounding = 0x1.8p52;
     double x = static_cast<double>(angle);
     if (!(std::abs(angle) < kLargest))
         x = std::remainder(x, kTurn);
-    const double quarters = std::floor(x / kQuarter + 0.5);
+    const double quarters = (x * (1.0 / kQuarter) + kRounding) - kRounding;
     const double r = (x - quarters * kQuarterHigh) - quarters * kQuarterLow;
     const double r2 = r * r;
     // Nearest for a quarter turn around 0, to less than a hundredth of what a float tells apart.
@@ -73,12 +75,6 @@ SineAndCosine GetSineAndCosine(float angle) noexcept
     const double s = (quarter & 1) ? cosine : sine;
     const double c = (quarter & 1) ? sine : cosine;
     return {static_cast<float>((quarter & 2) ? -s : s), static_cast<float>(((quarter + 1) & 2) ? -c : c)};
-}
-
-// Libraries agree on what a float shows of this.
-float GetAngle(float y, float x) noexcept
-{
-    return static_cast<float>(std::atan2(static_cast<double>(y), static_cast<double>(x)));
 }
 
 // Turns the first column towards the second.
@@ -123,13 +119,12 @@ CVector3 CMatrix::GetEuler() const noexcept
     const CVector3 localX = UnitOr(GetLocalX(), {1, 0, 0});
     const CVector3 localY = UnitOr(GetLocalY(), {0, 1, 0});
     const CVector3 localZ = UnitOr(GetLocalZ(), {0, 0, 1});
-    const double squaredCosY = double{localX.x} * localX.x + double{localX.y} * localX.y;
-    const auto cosY = static_cast<float>(std::sqrt(squaredCosY));
-    const float z = cosY < 1e-6F ? 0.0F : GetAngle(localX.y, localX.x);
+    const float cosY = std::hypot(localX.x, localX.y);
+    const float z = cosY < 1e-6F ? 0.0F : std::atan2(localX.y, localX.x);
     // Near the poles z is mostly rounding error; x is read with that z taken back, which makes up for it.
     const auto [sinZ, cosZ] = GetSineAndCosine(z);
-    const float x = GetAngle(sinZ * localZ.x - cosZ * localZ.y, cosZ * localY.y - sinZ * localY.x);
-    return {x, GetAngle(-localX.z, cosY), z};
+    const float x = std::atan2(sinZ * localZ.x - cosZ * localZ.y, cosZ * localY.y - sinZ * localY.x);
+    return {x, std::atan2(-localX.z, cosY), z};
 }
 
 void CMatrix::Scale3(float x, float y, float z) noexcept
