@@ -122,7 +122,8 @@ CVector3 CMatrix::GetEuler() const noexcept
     const float cosY = std::hypot(localX.x, localX.y);
     const float z = cosY < 1e-6F ? 0.0F : std::atan2(localX.y, localX.x);
     // Near the poles z is mostly rounding error; x is read with that z taken back, which makes up for it.
-    const auto [sinZ, cosZ] = GetSineAndCosine(z);
+    const float sinZ = std::sin(z);
+    const float cosZ = std::cos(z);
     const float x = std::atan2(sinZ * localZ.x - cosZ * localZ.y, cosZ * localY.y - sinZ * localY.x);
     return {x, std::atan2(-localX.z, cosY), z};
 }
