@@ -68,13 +68,15 @@ bool RenameLikeUnix(const std::wstring& from, const std::wstring& to) noexcept
                                     OPEN_EXISTING, FILE_FLAG_WRITE_THROUGH, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return false;
+    // Not in every version of the headers.
+    constexpr auto kFileRenameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
     std::vector<std::byte> memory(sizeof(FILE_RENAME_INFO) + to.size() * sizeof(wchar_t));
     auto* const info = reinterpret_cast<FILE_RENAME_INFO*>(memory.data());
     info->Flags = FILE_RENAME_FLAG_REPLACE_IF_EXISTS | FILE_RENAME_FLAG_POSIX_SEMANTICS;
     info->FileNameLength = static_cast<DWORD>(to.size() * sizeof(wchar_t));
     std::copy(to.begin(), to.end(), info->FileName);
     const bool renamed =
-        SetFileInformationByHandle(file, FileRenameInfoEx, info, static_cast<DWORD>(memory.size())) != 0;
+        SetFileInformationByHandle(file, kFileRenameInfoEx, info, static_cast<DWORD>(memory.size())) != 0;
     CloseHandle(file);
     return renamed;
 }

@@ -6,6 +6,7 @@
 #include "corvex/context.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
+#include "tamradeps/platform/program.h"
 #include "tamraengine/renderer/imageEncoder.h"
 #include "tamraengine/renderer/renderTarget.h"
 #include "tamraengine/renderer/renderer.h"
@@ -216,6 +217,8 @@ int main(int count, char** values)
 {
     CTerminalLog log("guitool");
     GetFileSystem().AddRoot("assets");
+    // As installed, and as built.
+    GetFileSystem().AddRoot(tamra::platform::GetProgramFolder() + "/../share/TamraGameEngine");
     GetFileSystem().AddRoot(TAMRA_ASSET_FOLDER);
     try
     {
