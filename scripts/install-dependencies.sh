@@ -26,7 +26,7 @@ for argument in "$@"; do
         tools+=(clang++)
         ;;
     --windows)
-        packages+=(g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth dpkg-dev tcl make gcc zip)
+        packages+=(g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth dpkg-dev tcl make gcc zip unzip)
         tools+=(x86_64-w64-mingw32-g++-posix wine dpkg-source)
         ;;
     *)

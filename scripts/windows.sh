@@ -84,13 +84,151 @@ build_dependencies() {
     echo "$stamp" >"$dependencies/stamp"
 }
 
-build() {
+configure() {
     cmake --preset "$preset" >/dev/null
-    cmake --build --preset "$preset" -j "$jobs" "$@"
+    mkdir -p "$bin"
     cp -u -- "$dependencies"/prefix/bin/*.dll "$bin/"
+}
+
+build() {
+    cmake --build --preset "$preset" -j "$jobs" "$@"
+}
+
+# Wine's own folder of settings and disks, quiet, without its offers to fetch what it lacks.
+export WINEPREFIX=$dependencies/wine WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe='
+
+# Prints what fails and adds a line to the summary. Contexts are made on a display of no screen.
+run_test() {
+    local name=$1 log=$dependencies/$1.log start=$SECONDS passed total skipped verdict=ok
+    shift
+    wine "$bin/$name.exe" --gtest_brief=1 "$@" >"$log" 2>&1 </dev/null || verdict=failed
+    passed=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) test.*/\1/p' "$log" | tail -n 1)
+    total=$(sed -n 's/^\[==========\] \([0-9]*\) tests\{0,1\} from .* ran\..*/\1/p' "$log" | tail -n 1)
+    skipped=$(sed -n 's/^\[  SKIPPED \] \([0-9]*\) test.*/\1/p' "$log" | tail -n 1)
+    # A program that ended early has no total.
+    [[ -n $total ]] || verdict=failed
+    [[ $verdict == ok ]] || tail -n 60 "$log"
+    summary+=("$(printf '%-20s %5s run %5s passed %3s skipped %5d s  %s' \
+        "$name" "${total:-?}" "${passed:-0}" "${skipped:-0}" $((SECONDS - start)) "$verdict")")
+    all_passed=$((all_passed + ${passed:-0}))
+    all_skipped=$((all_skipped + ${skipped:-0}))
+    all_failed=$((all_failed + ${total:-1} - ${passed:-0} - ${skipped:-0}))
+    [[ $verdict == ok ]] || bad=1
+}
+
+# A fuzz target over its corpus.
+run_corpus() {
+    local name=$1 verdict=ok
+    wine "$bin/$name.exe" "Z:$root/fuzz/corpus/$name" >"$dependencies/$name.log" 2>&1 </dev/null || verdict=failed
+    summary+=("$(printf '%-20s corpus %s' "$name" $verdict)")
+    [[ $verdict == ok ]] || bad=1
+}
+
+# Contexts belong to a display, also those that draw off screen; this one has no screen.
+start_display() {
+    local number=$dependencies/display
+    : >"$number"
+    Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$number" >/dev/null 2>&1 &
+    display_process=$!
+    trap 'wineserver -k || true; kill "$display_process"' EXIT
+    until [[ -s $number ]]; do
+        kill -0 "$display_process"
+        sleep 0.1
+    done
+    DISPLAY=:$(<"$number")
+    export DISPLAY
+}
+
+# Everything that a user needs, in one folder that may lie anywhere.
+package() {
+    local version name stage
+    version=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+    name=TamraGameEngine-$version-windows-x64
+    stage=$(mktemp -d)
+    build --target TamraGameEngine sandbox scenetool guitool fontbake
+    cmake --install "build/$preset" --prefix "$stage/$name" >/dev/null
+    for program in sandbox scenetool guitool fontbake; do
+        cp -- "$bin/$program.exe" "$stage/$name/bin/"
+    done
+    cp -- "$dependencies"/prefix/bin/*.dll "$stage/$name/bin/"
+    cp -- LICENSE "$stage/$name/"
+    [[ $preset == *debug ]] || x86_64-w64-mingw32-strip "$stage/$name"/bin/*.exe "$stage/$name"/bin/*.dll
+    rm -f "build/$name.zip"
+    (cd "$stage" && zip -qr "$root/build/$name.zip" "$name")
+    check_package "build/$name.zip" "$stage/another folder"
+    rm -rf "$stage"
+    echo "build/$name.zip"
+}
+
+# The programs of the package, in a folder with a blank in its name, called from elsewhere.
+check_package() {
+    local folder=$2 program
+    mkdir -p "$folder/elsewhere"
+    unzip -q "$1" -d "$folder"
+    start_display
+    (
+        cd "$folder/elsewhere"
+        for program in scenetool guitool fontbake; do
+            wine ../*/bin/$program.exe --version </dev/null
+        done
+        wine ../*/bin/sandbox.exe --headless --frames 2 --size 320x180 --out "a town" </dev/null >sandbox.log ||
+            { cat sandbox.log; exit 1; }
+        test -s "a town/frame0001.png"
+    )
 }
 
 scripts/install-dependencies.sh --windows
 build_dependencies
 [[ $mode != dependencies ]] || exit 0
-build
+configure
+
+# What every change must pass: the base library, storage, GUI, samples of files, one drawing test.
+ci_filter='Storage*:Samples*:Gui*:Font*:SceneStreamer*'
+ci_drawing='*'
+case $mode in
+build)
+    build
+    exit 0
+    ;;
+ci)
+    scripts/check-windows-names.py
+    build --target TamraHeaders test_tamradeps test_gameengine test_corvex
+    ;;
+package)
+    package
+    exit 0
+    ;;
+test)
+    scripts/check-windows-names.py
+    ! command -v clang++ >/dev/null || scripts/check-msvc-headers.sh "build/$preset"
+    if ((${#programs[@]} > 0)); then
+        build --target "${programs[@]}"
+    else
+        build
+    fi
+    ;;
+esac
+
+start_display
+summary=()
+all_passed=0 all_failed=0 all_skipped=0 bad=0
+if [[ $mode == ci ]]; then
+    run_test test_tamradeps
+    run_test test_gameengine --gtest_filter="$ci_filter"
+    run_test test_corvex --gtest_filter="$ci_drawing"
+elif ((${#programs[@]} > 0)); then
+    for name in "${programs[@]}"; do
+        run_test "$name"
+    done
+else
+    for name in test_tamradeps test_tamraengine test_corvex test_gameengine test_tools; do
+        run_test "$name"
+    done
+    for source in fuzz/fuzz*.cpp; do
+        run_corpus "$(basename "$source" .cpp)"
+    done
+fi
+printf '\nWindows x64, under Wine\n'
+printf '%s\n' "${summary[@]}"
+echo "$all_passed passed, $all_failed failed, $all_skipped skipped"
+exit "$bad"
