@@ -22,7 +22,7 @@ export TAMRA_WINDOWS_DEPENDENCIES=${TAMRA_WINDOWS_DEPENDENCIES:-$root/build/wind
 dependencies=$TAMRA_WINDOWS_DEPENDENCIES
 bin=$root/build/$preset/bin
 
-mode=test
+mode="test"
 case ${1:-} in
 --ci | --package | --build | --dependencies)
     mode=${1#--}

@@ -8,6 +8,7 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #endif
 
@@ -17,6 +18,11 @@ namespace test
 bool MakePipe(const std::string&)
 {
     return false;
+}
+
+bool IsAbort(int status)
+{
+    return status == 3;
 }
 
 FileSizeLimit::FileSizeLimit(std::uint64_t)
@@ -42,6 +48,11 @@ void SetLimit(rlim_t size)
 bool MakePipe(const std::string& path)
 {
     return mkfifo(path.c_str(), 0600) == 0;
+}
+
+bool IsAbort(int status)
+{
+    return WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT;
 }
 
 FileSizeLimit::FileSizeLimit(std::uint64_t size)
