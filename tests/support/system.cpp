@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#if !defined(_WIN32)
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <algorithm>
 #include <csignal>
 
@@ -15,6 +17,24 @@
 namespace test
 {
 #if defined(_WIN32)
+namespace
+{
+bool IsWine()
+{
+    return GetProcAddress(GetModuleHandleA("ntdll.dll"), "wine_get_version") != nullptr;
+}
+} // namespace
+
+bool CanReplaceOpenFiles()
+{
+    return !IsWine();
+}
+
+bool CanProtectFiles()
+{
+    return !IsWine();
+}
+
 bool MakePipe(const std::string&)
 {
     return false;
@@ -44,6 +64,16 @@ void SetLimit(rlim_t size)
     setrlimit(RLIMIT_FSIZE, &limit);
 }
 } // namespace
+
+bool CanReplaceOpenFiles()
+{
+    return true;
+}
+
+bool CanProtectFiles()
+{
+    return true;
+}
 
 bool MakePipe(const std::string& path)
 {
