@@ -1,3 +1,4 @@
+#include "support/childProcess.h"
 #include "support/expectations.h"
 #include "support/system.h"
 #include "tamradeps/io/utf8Path.h"
@@ -14,11 +15,6 @@
 #include <thread>
 
 #include <gtest/gtest.h>
-
-#if defined(__unix__)
-#include <sys/wait.h>
-#include <unistd.h>
-#endif
 
 namespace
 {
@@ -310,31 +306,27 @@ TEST_F(SQLite, FilesWithAWriteAheadLogBecomeOneFile)
     EXPECT_EQ(Count(), 2);
 }
 
-#if defined(__unix__)
 TEST_F(SQLite, AKilledProcessLeavesTheLastCommit)
 {
-    m_database.close();
-    const pid_t child = fork();
-    if (child == 0)
+    const auto work = [](const std::string& path)
     {
         sqlite::database database;
-        database.open(m_path);
+        database.open(path);
         database.execute("PRAGMA cache_size=1; INSERT INTO t(v) VALUES(1)");
         sqlite::transaction transaction(database);
         // More than the cache holds, so that the file itself has been written to.
         for (int i = 0; i < 200; ++i)
             database.execute("INSERT INTO t(v) VALUES(zeroblob(10000))");
-        kill(getpid(), SIGKILL);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFSIGNALED(status));
-    EXPECT_GT(fs::file_size(m_path), 1000000U);
+        test::ChildProcess::KillSelf();
+    };
+    test::ChildProcess::RunIfChild(work);
+    m_database.close();
+    ASSERT_TRUE(test::ChildProcess(work, m_path).Wait());
+    EXPECT_GT(fs::file_size(tamra::ToPath(m_path)), 1000000U);
     ASSERT_TRUE(Exists(m_path + "-journal"));
     ASSERT_TRUE(m_database.open(m_path));
     EXPECT_EQ(Count(), 1);
 }
-#endif
 
 TEST_F(SQLite, TableNamesAreFoundAsSQLiteComparesThem)
 {
