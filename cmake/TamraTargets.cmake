@@ -18,6 +18,7 @@ target_compile_features(TamraCompileOptions INTERFACE cxx_std_20)
 target_compile_options(TamraCompileOptions INTERFACE
     $<$<CXX_COMPILER_ID:GNU,Clang>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -ffp-contract=off>
     $<$<CXX_COMPILER_ID:MSVC>:/W4 /WX /fp:precise /utf-8>)
+target_compile_definitions(TamraCompileOptions INTERFACE $<$<CXX_COMPILER_ID:MSVC>:NOMINMAX>)
 if(TAMRA_SANITIZE)
     target_compile_options(TamraCompileOptions INTERFACE
         -fsanitize=${TAMRA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
