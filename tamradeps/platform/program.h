@@ -2,10 +2,10 @@
 
 #include "tamradeps/export.h"
 
-#include <string>
+#include <filesystem>
 
 namespace tamra::platform
 {
-/// The folder of the running program's file, in UTF-8; empty where the system does not tell.
-TAMRADEPS_API std::string GetProgramFolder();
+/// The folder of the running program's file; empty where the system does not tell.
+TAMRADEPS_API std::filesystem::path GetProgramFolder();
 } // namespace tamra::platform

@@ -6,6 +6,7 @@
 #include "corvex/context.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
+#include "tamradeps/io/utf8Path.h"
 #include "tamradeps/platform/program.h"
 #include "tamraengine/renderer/imageEncoder.h"
 #include "tamraengine/renderer/renderTarget.h"
@@ -218,7 +219,7 @@ int main(int count, char** values)
     CTerminalLog log("guitool");
     GetFileSystem().AddRoot("assets");
     // As installed, and as built.
-    GetFileSystem().AddRoot(tamra::platform::GetProgramFolder() + "/../share/TamraGameEngine");
+    GetFileSystem().AddRoot(tamra::ToUtf8(tamra::platform::GetProgramFolder() / "../share/TamraGameEngine"));
     GetFileSystem().AddRoot(TAMRA_ASSET_FOLDER);
     try
     {
