@@ -1,8 +1,7 @@
 #include "apps/sandbox/sandbox.h"
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "tamradeps/io/fileSystem.h"
-#include "tamradeps/io/utf8Path.h"
-#include "tamradeps/platform/program.h"
+#include "tamradeps/platform/programFolder.h"
 
 #include <algorithm>
 
@@ -58,7 +57,7 @@ int main(int argc, char** argv)
         parts = {"stream", "view"};
     GetFileSystem().AddRoot("assets");
     // As installed, and as built.
-    GetFileSystem().AddRoot(tamra::ToUtf8(tamra::platform::GetProgramFolder() / "../share/TamraGameEngine"));
+    GetFileSystem().AddRoot(tamra::platform::GetProgramFolder() + "/../share/TamraGameEngine");
     GetFileSystem().AddRoot(TAMRA_ASSET_FOLDER);
     RegisterBuiltInComponents();
     SandboxFiles files;

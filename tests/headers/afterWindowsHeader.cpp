@@ -34,4 +34,4 @@
 #define small char
 #define interface struct
 
-#include "publicHeaders.h"
+#include <publicHeaders.h>

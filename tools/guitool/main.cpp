@@ -6,8 +6,6 @@
 #include "corvex/context.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
-#include "tamradeps/io/utf8Path.h"
-#include "tamradeps/platform/program.h"
 #include "tamraengine/renderer/imageEncoder.h"
 #include "tamraengine/renderer/renderTarget.h"
 #include "tamraengine/renderer/renderer.h"
@@ -218,8 +216,6 @@ int main(int count, char** values)
 {
     CTerminalLog log("guitool");
     GetFileSystem().AddRoot("assets");
-    // As installed, and as built.
-    GetFileSystem().AddRoot(tamra::ToUtf8(tamra::platform::GetProgramFolder() / "../share/TamraGameEngine"));
     GetFileSystem().AddRoot(TAMRA_ASSET_FOLDER);
     try
     {
