@@ -22,6 +22,7 @@ target_compile_features(TamraCompileOptions INTERFACE cxx_std_20)
 target_compile_options(TamraCompileOptions INTERFACE
     $<$<CXX_COMPILER_ID:GNU,Clang>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion ${refuse_warnings} -ffp-contract=off>
     $<$<CXX_COMPILER_ID:MSVC>:/W4 ${refuse_warnings} /fp:precise /utf-8>)
+target_compile_definitions(TamraCompileOptions INTERFACE $<$<CXX_COMPILER_ID:MSVC>:NOMINMAX>)
 if(TAMRA_SANITIZE)
     target_compile_options(TamraCompileOptions INTERFACE
         -fsanitize=${TAMRA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -54,6 +55,8 @@ function(tamra_add_library name folder)
     target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-fno-semantic-interposition;-fno-plt>)
     if(UNIX AND NOT APPLE)
         target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
+    elseif(WIN32)
+        set_target_properties(${name} PROPERTIES PREFIX "")
     endif()
     set_property(GLOBAL APPEND PROPERTY TAMRA_LIBRARIES ${name})
     set_property(GLOBAL APPEND PROPERTY TAMRA_LIBRARY_FOLDERS ${folder})
@@ -63,6 +66,11 @@ endfunction()
 function(tamra_add_program name)
     add_executable(${name} ${ARGN})
     target_link_libraries(${name} PRIVATE TamraCompileOptions TamraGameEngine)
+    if(MSVC)
+        target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/windows/program.manifest)
+    elseif(WIN32)
+        target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/windows/program.rc)
+    endif()
 endfunction()
 
 # tamra_add_tool(<name> <source>...): a program that is installed, and knows its version.

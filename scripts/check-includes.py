@@ -35,7 +35,7 @@ ROOMS = {
         "collision": {"core", "math"},
         "udb": {"core"},
         "io": {"core", "platform"},
-        "sqlite": {"core", "io"},
+        "sqlite": {"core", "io", "platform"},
     },
     "gameengine": {"engine": set(), "gui": {"engine"}},
 }

@@ -4,6 +4,7 @@
 #   --checks   also what .ci/run needs besides the build: clang-format, python3, doxygen, a display of no screen, and a
 #              second compiler
 #   --fuzz     also clang with libFuzzer, for the preset "fuzz"
+#   --windows  also what scripts/windows.sh needs to build for Windows and to run that
 set -euo pipefail
 
 packages=(
@@ -25,8 +26,12 @@ for argument in "$@"; do
         packages+=(clang libclang-rt-dev)
         tools+=(clang++)
         ;;
+    --windows)
+        packages+=(g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth dpkg-dev tcl make gcc zip unzip)
+        tools+=(x86_64-w64-mingw32-g++-posix wine dpkg-source)
+        ;;
     *)
-        echo "usage: $0 [--checks] [--fuzz]" >&2
+        echo "usage: $0 [--checks] [--fuzz] [--windows]" >&2
         exit 2
         ;;
     esac

@@ -76,7 +76,7 @@ bool RunEdit(const SandboxOptions& options, const SandboxFiles& files)
     CRenderer renderer;
     std::unique_ptr<CWindow> window;
     std::unique_ptr<CContext> context;
-    if (options.headless || !HasDisplay())
+    if (options.headless || !CWindow::HasDisplay())
         context = COffscreenContext::Create();
     else
         window = CWindow::Create({.title = "Tamra editor", .width = options.width, .height = options.height},

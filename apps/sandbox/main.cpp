@@ -1,6 +1,7 @@
 #include "apps/sandbox/sandbox.h"
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "tamradeps/io/fileSystem.h"
+#include "tamradeps/platform/programFolder.h"
 
 #include <algorithm>
 
@@ -55,6 +56,8 @@ int main(int argc, char** argv)
     if (parts.empty())
         parts = {"stream", "view"};
     GetFileSystem().AddRoot("assets");
+    // As installed, and as built.
+    GetFileSystem().AddRoot(tamra::platform::GetProgramFolder() + "/../share/TamraGameEngine");
     GetFileSystem().AddRoot(TAMRA_ASSET_FOLDER);
     RegisterBuiltInComponents();
     SandboxFiles files;

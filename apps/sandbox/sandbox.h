@@ -37,9 +37,6 @@ bool PrepareSandbox(const SandboxOptions& options, SandboxFiles& files);
 /// map of what was loaded. Prints a line for each phase. False when anything failed.
 bool RunStreaming(const SandboxOptions& options, const SandboxFiles& files);
 
-/// Whether there may be a window.
-bool HasDisplay();
-
 /// Shows the town in a window until that is closed; without a display, or when asked, writes pictures of a flight and
 /// "summary.json" into the folder. False when anything failed.
 bool RunView(const SandboxOptions& options, const SandboxFiles& files);

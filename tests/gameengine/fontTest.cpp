@@ -1,8 +1,8 @@
 #include "gameengine/gui/draw2D/fontTable.h"
 #include "support/expectations.h"
+#include "support/system.h"
 #include "tamradeps/io/fileSystem.h"
 
-#include <csignal>
 #include <functional>
 #include <memory>
 
@@ -225,6 +225,6 @@ TEST(FontTable, MissingFilesArePrintedAndFallBackToThePixelFont)
     EXPECT_EQ(fonts->Get(11).GetFontSize(), 13);
     EXPECT_NE(&fonts->Get(11), &fonts->Get(TFB_PIXEL));
     // The line goes to standard output, of which a death test sees nothing.
-    EXPECT_EXIT((dup2(2, 1), fonts->Get(TFB_COUNT)), testing::KilledBySignal(SIGABRT),
+    EXPECT_EXIT((dup2(2, 1), fonts->Get(TFB_COUNT)), test::IsAbort,
                 "assertion failed: bank >= 0 && bank < TFB_COUNT\n");
 }
