@@ -159,6 +159,8 @@ bool GuiSpinner::myOnKey(unsigned key)
 
 bool GuiSpinner::myOnWheel(int direction)
 {
+    if (!myIsFocusWidget())
+        return false;
     i_Step(-direction);
     return true;
 }
