@@ -47,7 +47,7 @@ float ToShown(float value)
     return std::abs(value) < kMost ? std::round(value * scale) / scale : value;
 }
 
-/// A list in which the wheel turns a scroll bar.
+/// A list without padding in which the wheel turns a scroll bar.
 class RowList final : public GuiList
 {
 public:
@@ -58,6 +58,7 @@ public:
     }
     GuiWidgetType GetType() const override { return GuiWidgetType::ListV; }
     const char* GetTypeString() const override { return "EDITOR_ROWS"; }
+    GuiRecti GetContainingRect() const override { return GetRect(); }
     void OnMouseClick(unsigned button) override
     {
         if (m_bar && m_bar->IsVisible() && (button == kGuiMouseWheelUp || button == kGuiMouseWheelDown))

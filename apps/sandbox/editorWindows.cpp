@@ -230,7 +230,7 @@ CEditorStatistics::CEditorStatistics(CEditorTown& town, GuiContext& context)
     : CEditorWindow(town, context, "gui/editor_statistics.gui", "statisticsWindow"),
       m_figures(myFind<GuiLabel>("figures"))
 {
-    if (auto* list = myFind<GuiListV>("graph"))
+    if (auto* list = myFind<GuiListV>("statisticsContent"))
         m_graph = static_cast<CEditorGraph*>(list->AddChild(std::make_unique<CEditorGraph>(context)));
 }
 
