@@ -183,15 +183,29 @@ void CEditor::i_UpdateWindows(float seconds)
     m_statistics->Update(seconds);
     m_undo->SetLocked(!m_town.CanUndo());
     m_redo->SetLocked(!m_town.CanRedo());
+    i_UpdateStatus();
+}
+
+void CEditor::i_UpdateStatus()
+{
     if (m_messageRevision != m_town.GetValueRevision())
         m_message.clear();
     std::string status = m_message;
-    if (status.empty() && m_town.GetSelected())
-        status = m_town.GetLabel(m_town.GetNumber(*m_town.GetSelected()));
-    if (m_town.IsModified())
-        status += status.empty() ? "Not saved" : "  (not saved)";
-    if (const std::string shown = ToLatin1(status); shown != m_status->GetText())
-        m_status->SetText(shown);
+    if (status.empty() && m_town.IsModified())
+        status = "Not saved   ";
+    if (m_message.empty() && m_town.GetSelected())
+        status += m_town.GetLabel(m_town.GetNumber(*m_town.GetSelected()));
+    const int width = m_status->GetRect().w;
+    if (status == m_shownStatus && width == m_shownStatusWidth)
+        return;
+    m_shownStatus = status;
+    m_shownStatusWidth = width;
+    const int font = m_context->GetStyleData(0).font;
+    const std::string whole = ToLatin1(status);
+    std::string shown = whole;
+    for (std::size_t kept = whole.size(); kept > 0 && m_engine.GetDraw().GetTextWidth(shown, font) > width; --kept)
+        shown = whole.substr(0, kept) + "...";
+    m_status->SetText(shown);
 }
 
 // The console is seen as long as it has the keyboard.

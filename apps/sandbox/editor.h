@@ -54,6 +54,7 @@ private:
     void i_OpenConsole();
     void i_UpdateConsole();
     void i_UpdateWindows(float seconds);
+    void i_UpdateStatus();
     void i_OnViewKey(int key);
     void i_Save();
     void i_Undo(bool isUndo);
@@ -80,6 +81,8 @@ private:
     gui::GuiImage* m_menuBack = nullptr;
     gui::GuiButton* m_undo = nullptr;
     gui::GuiButton* m_redo = nullptr;
+    std::string m_shownStatus;
+    int m_shownStatusWidth = 0;
     std::string m_message; // what the status shows until something is changed
     unsigned m_messageRevision = 0;
     tamra::platform::CStopwatch m_frameTime; // since the last frame, whatever time that stood for

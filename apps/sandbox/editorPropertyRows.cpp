@@ -43,8 +43,9 @@ std::string GetTitle(std::string_view component)
 // So many digits as there is room for; an edit starts from what is seen.
 float ToShown(float value)
 {
-    const float scale = std::abs(value) < 1000.0F ? 1000.0F : 100.0F;
-    return std::abs(value) < kMost ? std::round(value * scale) / scale : value;
+    const float size = std::abs(value);
+    const float scale = size < 0.01F ? 1.0e6F : (size < 1000.0F ? 1000.0F : (size < 10000.0F ? 100.0F : 10.0F));
+    return size < kMost ? std::round(value * scale) / scale : value;
 }
 
 /// A list without padding in which the wheel turns a scroll bar.
