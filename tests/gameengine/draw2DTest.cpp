@@ -1,5 +1,8 @@
 #include "gameengine/gui/draw2D/drawI.h"
 #include "gameengine/gui/draw2D/tileset.h"
+#include "gameengine/gui/guiWidget/guiButton.h"
+#include "gameengine/gui/guiWidget/guiContext.h"
+#include "gameengine/gui/guiWidget/guiLayout.h"
 #include "support/allocations.h"
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
@@ -142,6 +145,7 @@ TEST_F(Draw2DTest, AreasCoverTheirPixelsExactly)
     m_draw->Line({70, 20}, {79, 20}, kBlue, 2.0F);
     m_draw->FillRect({100, 20, -5, 3}, kWhite);
     m_draw->FillRect({2147483647, 0, 2147483647, 9}, kWhite);
+    m_draw->FrameRoundRect({2147483640, 2147483640, 200, 200}, 6, kWhite);
     m_draw->FillRoundRect({110, 20, 20, 20}, 6, kWhite);
     Render();
     EXPECT_EQ(CountLit() - (15 + 20 + 27 + 11 + 5 + 20), 400 - 4 * 3) << "three pixels of each corner are free";
@@ -330,7 +334,14 @@ TEST_F(Draw2DTest, PicturesKeepTheirPlaceAndTheirPieces)
         m_draw->FillRect({0, 0, 1, 1}, kBlue);
         Render();
     };
-    m_draw->FillRect({1, 0, 20, 30}, kGreen); // under the picture
+    for (int i = 0; i < 2; ++i)
+        m_draw->FillRect({1, 0, 20, 30}, kGreen); // under the picture
+    m_draw->BeginPiece();
+    const std::shared_ptr<DrawPicture> other = m_draw->CreatePicture();
+    m_draw->BeginPicture(*other);
+    m_draw->FillRect({0, 0, 1, 1}, kRed);
+    EXPECT_EQ(m_draw->EndPiece(), -1) << "begun outside of the picture";
+    m_draw->EndPicture();
     show();
     EXPECT_EQ(At(0, 0), kBlue);
     EXPECT_EQ(At(1, 0), kRed);
@@ -340,7 +351,7 @@ TEST_F(Draw2DTest, PicturesKeepTheirPlaceAndTheirPieces)
     EXPECT_EQ(m_draw->GetStatistics().drawCalls, 3U);
 
     EXPECT_TRUE(replace(area, [&] { m_draw->FillRect({0, 0, 200, 10}, kBlue); }));
-    EXPECT_TRUE(replace(text, [&] { m_draw->Text(0, 20, "pixel", kRed, TFB_PIXEL); }));
+    EXPECT_TRUE(replace(text, [&] { m_draw->Text(0, 20, "pixe", kRed, TFB_PIXEL); }));
     show();
     EXPECT_EQ(At(99, 5), kBlue);
     EXPECT_EQ(At(100, 5), 0xFF000000) << "the clip of then";
@@ -349,6 +360,14 @@ TEST_F(Draw2DTest, PicturesKeepTheirPlaceAndTheirPieces)
     EXPECT_FALSE(replace(text, [&] { m_draw->Text(0, 20, "pi", kRed, TFB_SEGOE); })) << "another font";
     EXPECT_FALSE(replace(text, [&] { m_draw->FillTriangle({0, 0}, {900, 0}, {0, 900}, kRed); })) << "another clip";
     EXPECT_FALSE(replace(7, [] {}));
+    EXPECT_TRUE(replace(area,
+                        [&]
+                        {
+                            m_draw->BeginPicture(*picture); // not nested
+                            m_draw->BeginPiece();
+                            EXPECT_EQ(m_draw->EndPiece(), -1);
+                            m_draw->EndPicture();
+                        }));
     EXPECT_TRUE(replace(area, [] {}));
     EXPECT_TRUE(replace(area, [&] { m_draw->FillRect({0, 0, 200, 10}, kBlue); }));
     show();
@@ -371,6 +390,33 @@ TEST_F(Draw2DTest, SteadyFramesAllocateNothing)
             m_draw->PopClip();
         }
         m_draw->RenderAll(kWidth, kHeight);
+    }
+    EXPECT_EQ(test::GetAllocationCount(), before);
+}
+
+TEST_F(Draw2DTest, SteadyFramesOfWidgetsAllocateNothingAndAreOneCall)
+{
+    m_target->Bind();
+    const std::unique_ptr<GuiContext> context = GuiContext::Create(*m_draw);
+    context->SetMousePos(-1, -1);
+    GuiButton* last = nullptr;
+    for (int i = 0; i < 500; ++i)
+    {
+        auto button = std::make_unique<GuiButton>(*context, 0, GuiRecti(i % 10 * 20, i / 10 * 4, 19, 15));
+        button->SetText("text of some length " + std::to_string(i));
+        last = button.get();
+        context->GetRoot().AddChild(std::move(button));
+    }
+    std::size_t before = 0;
+    for (int frame = 0; frame < 8; ++frame)
+    {
+        before = frame == 4 ? test::GetAllocationCount() : before;
+        last->SetText(frame % 2 == 0 ? "even" : "odd");
+        context->Update(0.01F);
+        context->Render(kWidth, kHeight);
+        m_draw->RenderAll(kWidth, kHeight);
+        EXPECT_EQ(m_draw->GetStatistics().drawCalls, 1U);
+        EXPECT_EQ(context->GetRenderCount(), frame == 0 ? 501 : 1);
     }
     EXPECT_EQ(test::GetAllocationCount(), before);
 }

@@ -155,6 +155,16 @@ TEST_F(GuiContexts, HeldKeysAreRepeated)
     m_context->PushKeyRelease(kA);
     m_context->Update(1.0F);
     EXPECT_EQ(field->Take(), "");
+    // The release was lost: pressed again much later it is no repetition, and still repeated here.
+    m_context->SetKeyRepeat(0.5F, 10.0F);
+    m_context->PushKeyPress(kA);
+    m_context->Update(0.0F);
+    m_context->Update(2.0F);
+    m_context->PushKeyPress(kA);
+    m_context->Update(0.0F);
+    m_context->Update(0.6F);
+    EXPECT_EQ(field->Take(), "65 65r 65 65r ");
+    m_context->PushKeyRelease(kA);
     // A host that repeats by itself.
     for (int i = 0; i < 3; ++i)
         m_context->PushKeyPress(kA);

@@ -426,6 +426,42 @@ TEST_F(GuiNodes, LinkByDragging)
     EXPECT_EQ(m_draw.clips, 0);
 }
 
+TEST_F(GuiNodes, LinkByKeys)
+{
+    m_context->GrabFocus(m_widget);
+    const auto press = [this](std::initializer_list<unsigned> keys)
+    {
+        std::string heard;
+        for (const unsigned key : keys)
+            heard += Key(key);
+        return heard;
+    };
+    EXPECT_EQ(Key(kGuiKeyLeft, kControl), "selected1"); // the one nearest to the middle
+    EXPECT_EQ(Key(kGuiKeyLeft, kControl) + Key(kGuiKeyLeft, kControl) + Key(kGuiKeyLeft, kControl),
+              "selected1selected1");
+    ASSERT_EQ(Graph().GetSelection(), std::vector<GuiNodeId>{m_source});
+    // From its second output: to the nearest input, then over the second to the third one.
+    EXPECT_EQ(press({kGuiKeyEnter, kGuiKeyDown, kGuiKeyLeft, kGuiKeyEnter, kGuiKeyEnter}), "linked1");
+    EXPECT_EQ(press({kGuiKeyEnter, kGuiKeyUp, kGuiKeyUp, kGuiKeyEnter}), "linked2");
+    EXPECT_EQ(Graph().GetLinkTo(m_middle, 2), (GuiNodeLink{m_source, 1, m_middle, 2}));
+    // Taken back, and taken away; Escape leads back to the nodes.
+    EXPECT_EQ(press({kGuiKeyEnter, kGuiKeyEscape}), "");
+    EXPECT_EQ(press({kGuiKeyDelete}), "unlinked1 unlinked2");
+    EXPECT_EQ(press({kGuiKeyEscape, kGuiKeyRight}), "moved1");
+    EXPECT_EQ(Key(kGuiKeyRight, kControl), "selected1");
+    // From an input its link comes off.
+    ASSERT_TRUE(m_widget->EditGraph().AddLink({m_source, 0, m_middle, 0}));
+    Key(kGuiKeyEnter);
+    m_widget->EditGraph().RemoveNode(m_sink); // meanwhile
+    EXPECT_EQ(press({kGuiKeyLeft, kGuiKeyEnter, kGuiKeyDelete}), "unlinked0");
+    // A click ends it, and so does a graph that is another one.
+    press({kGuiKeyEnter, kGuiKeyEnter});
+    Click({700, 400});
+    press({kGuiKeyEnter, kGuiKeyEnter});
+    m_widget->EditGraph().Clear();
+    EXPECT_EQ(press({kGuiKeyDown, kGuiKeyEnter, kGuiKeyEnter, kGuiKeyEscape, kGuiKeyDelete}), "");
+}
+
 TEST_F(GuiNodes, PanAndZoom)
 {
     EXPECT_EQ(Drag({10, 10}, {110, 60}, 0, kGuiMouseMiddle), "");

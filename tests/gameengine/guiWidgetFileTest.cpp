@@ -1,5 +1,6 @@
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 
+#include "gameengine/gui/guiWidget/guiButton.h"
 #include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
@@ -93,6 +94,20 @@ TEST_F(GuiWidgetFile, LeavesOutDamagedLinesAndGoesOn)
             &ids);
         EXPECT_EQ(ids, c.ids) << c.text;
     }
+}
+
+TEST_F(GuiWidgetFile, OfAGroupTheLastSelectedButtonIs)
+{
+    std::string text = Line(0, "layout");
+    for (const char* const button : {"1 0 1", "2 1 1", "1 2 1", "1 3 0"})
+        text.append("\tGWT_RADIOBUTTON \"r\" ").append(button).append(" \"r\" 0 0 9 9 NONE NONE 0 0 0\n");
+    GuiStream stream(text);
+    ASSERT_TRUE(gui::ReadWidgets(Root(), stream, nullptr));
+    std::string selected;
+    for (std::size_t i = 0; i < 4; ++i)
+        selected +=
+            static_cast<gui::GuiRadioButton*>(Root().GetChild(0)->AsLayout()->GetChild(i))->IsSelected() ? 'x' : '-';
+    EXPECT_EQ(selected, "-xx-");
 }
 
 TEST_F(GuiWidgetFile, EveryTypeReadsBackWhatItWrites)

@@ -221,11 +221,18 @@ TEST_F(GuiWindows, ComeToTheFrontAndClose)
 
     // A modal one keeps the others from everything, and has the focus from the start.
     high->SetFlags(GuiWindow::kUsualFlags | kWindowModal);
+    auto* const rest = Add<GuiButton>(m_root, "rest", {});
+    m_context->GrabFocus(rest);
     high->SetVisible(true);
     EXPECT_TRUE(high->IsActive());
     EXPECT_EQ(m_context->GetFocusWidget(), high);
     EXPECT_EQ(Click({30, 50}), "");
     EXPECT_EQ(Key(kGuiKeyEscape), "high20:1");
+    EXPECT_EQ(m_context->GetFocusWidget(), rest); // who had it
+    high->SetVisible(true);
+    rest->DestroySelf();
+    Key(kGuiKeyEscape);
+    EXPECT_NE(m_context->GetFocusWidget(), nullptr);
     EXPECT_EQ(Click({30, 50}), "button3:0 button4:1"); // it was the next one, and is active again
     high->SetVisible(true);
     high->DestroySelf();

@@ -11,10 +11,19 @@
 #include <bit>
 #include <cmath>
 
+#include <xsimd/xsimd.hpp>
+
 namespace gui
 {
 namespace
 {
+using Four = xsimd::batch<float, xsimd::sse2>;
+
+Four Twice(float x, float y)
+{
+    return xsimd::zip_lo(Four(x), Four(y));
+}
+
 // "textures/roundcorners.png", as scripts/make-roundcorners.py draws it: the upper left corners of discs, and below of
 // rings a pixel wide, of radius 1, 2, 3 ... side by side with a pixel around each. "shaders/gui.frag" knows the rows.
 constexpr int kCornersWidth = 256;
@@ -243,8 +252,8 @@ void DrawI::FrameRoundRect(const GuiRecti& rect, int radius, Color color)
         return FrameRect(rect, color, 1);
     if (static_cast<std::int64_t>(rect.w) * rect.h <= kLargestHollow)
         return i_Round(rect, rect, radius, QuadKind::Ring, color);
-    const int right = rect.x + rect.w - radius;
-    const int lower = rect.y + rect.h - radius;
+    const int right = Tools_ToInt32(static_cast<double>(rect.x) + rect.w - radius);
+    const int lower = Tools_ToInt32(static_cast<double>(rect.y) + rect.h - radius);
     for (const auto& [x, y] : {Vec2<int>(rect.x, rect.y), {right, rect.y}, {rect.x, lower}, {right, lower}})
         i_Round({x, y, radius, radius}, rect, radius, QuadKind::Ring, color);
     const Edges e(rect);
@@ -309,11 +318,8 @@ void DrawI::Text(int x, int y, std::string_view text, Color color, int font)
     float pen = static_cast<float>(x);
     const float firstPen = static_cast<float>(clip.left) - reach.BR().x; // from here on something can be seen
     const float endPen = right - reach.x;
-    // Characters that reach over an edge of the clip are cut.
-    const float firstWhole = static_cast<float>(clip.left) - reach.x;
-    const float endWhole = right - reach.BR().x;
-    const bool areRowsWhole =
-        top + reach.y >= static_cast<float>(clip.top) && top + reach.BR().y <= static_cast<float>(clip.bottom);
+    const Four clipBegin = Twice(static_cast<float>(clip.left), static_cast<float>(clip.top));
+    const Four clipEnd = Twice(right, static_cast<float>(clip.bottom));
     while (!text.empty() && pen < endPen)
     {
         const std::string_view chunk = text.substr(0, kTextChunk);
@@ -323,17 +329,14 @@ void DrawI::Text(int x, int y, std::string_view text, Color color, int font)
         for (const char character : chunk)
         {
             const Font::Cell& cell = face.GetCell(static_cast<unsigned char>(character));
-            if (cell.width > 0.0F && pen > firstPen && pen < endPen)
-            {
-                const float cellLeft = pen + cell.x;
-                const float cellTop = top + cell.y;
-                *quad = {{cellLeft, cellTop, cellLeft + cell.width, cellTop + cell.height},
-                         {cell.left, cell.top, cell.right, cell.bottom},
-                         color,
-                         QuadKind::Image};
-                const bool isWhole = areRowsWhole && pen >= firstWhole && pen <= endWhole;
-                quad += isWhole || CutQuad(clip, *quad) ? 1 : 0;
-            }
+            const Four place = Twice(pen, top) + Four::load_unaligned(cell.edges);
+            place.store_unaligned(quad->first);
+            Four::load_unaligned(cell.uvs).store_unaligned(quad->second);
+            quad->color = color;
+            quad->kind = QuadKind::Image;
+            const bool isWhole = xsimd::all(place >= clipBegin && place <= clipEnd);
+            if (isWhole || (pen > firstPen && pen < endPen && CutQuad(clip, *quad)))
+                quad += cell.count;
             pen += static_cast<float>(cell.advance);
         }
         m_frame->list->Commit(static_cast<std::size_t>(quad - quads));

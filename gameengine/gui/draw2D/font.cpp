@@ -30,6 +30,14 @@ bool IsInRange(const Glyph& glyph)
     return std::all_of(std::begin(values), std::end(values), [](float v) { return v >= kMinValue && v <= kMaxValue; });
 }
 
+// What a file of text holds of a number.
+void Round(Glyph& glyph)
+{
+    for (float* const value : {&glyph.textureX, &glyph.textureY, &glyph.textureWidth, &glyph.textureHeight,
+                               &glyph.width, &glyph.height, &glyph.offsetX, &glyph.offsetY, &glyph.advance})
+        *value = static_cast<float>(std::round(static_cast<double>(*value) * 1e6) / 1e6);
+}
+
 // Why no font can be made of the body; null when one can.
 const char* FindFault(const FontBody& body)
 {
@@ -139,6 +147,7 @@ bool Font::Create(FontBody body)
     Destroy();
     if (const char* fault = FindFault(body))
         return Refuse("parts", fault);
+    std::for_each(body.glyphs.begin(), body.glyphs.end(), Round);
     body.texture = nullptr;
     renderer::CRenderer* const renderer = renderer::CRenderer::GetActive();
     if (renderer && renderer->HasDevice())
@@ -173,25 +182,22 @@ void Font::i_MakeCells()
             g = GetGlyph(kBox);
         if (!g)
             continue;
-        (*m_cells)[i] = {g->textureX / width,
-                         1.0F - g->textureY / height,
-                         (g->textureX + g->textureWidth) / width,
-                         1.0F - (g->textureY + g->textureHeight) / height,
-                         g->offsetX,
-                         g->offsetY,
-                         g->height > 0.0F ? std::max(g->width, 0.0F) : 0.0F,
-                         g->height,
-                         std::max(static_cast<int>(std::lround(g->advance)), 0)};
+        const bool isEmpty = !(g->width > 0.0F && g->height > 0.0F);
+        (*m_cells)[i] = {{g->offsetX, g->offsetY, g->offsetX + (isEmpty ? 0.0F : g->width), g->offsetY + g->height},
+                         {g->textureX / width, 1.0F - g->textureY / height, (g->textureX + g->textureWidth) / width,
+                          1.0F - (g->textureY + g->textureHeight) / height},
+                         std::max(static_cast<int>(std::lround(g->advance)), 0),
+                         isEmpty ? 0 : 1};
     }
     Cell& tab = (*m_cells)['\t'];
     if (!GetGlyph('\t'))
-        tab = {0, 0, 0, 0, 0, 0, 0, 0, 4 * GetCell(' ').advance};
+        tab = {{}, {}, 4 * GetCell(' ').advance, 0};
     Vec2<float> begin;
     Vec2<float> end;
     for (const Cell& cell : *m_cells)
     {
-        begin = {std::min(begin.x, cell.x), std::min(begin.y, cell.y)};
-        end = {std::max(end.x, cell.x + cell.width), std::max(end.y, cell.y + cell.height)};
+        begin = {std::min(begin.x, cell.edges[0]), std::min(begin.y, cell.edges[1])};
+        end = {std::max(end.x, cell.edges[2]), std::max(end.y, cell.edges[3])};
     }
     m_reach = {begin, {end.x - begin.x, end.y - begin.y}};
 }

@@ -15,8 +15,8 @@
 
 namespace gui
 {
-/// Where a character lies in the bitmap of its font, and where it stands on a line. All in pixels; between -99 and 999,
-/// so that a file of text holds each value to the last digit.
+/// Where a character lies in the bitmap of its font, and where it stands on a line. All in pixels; between -99 and 999
+/// and, in a font, rounded to six decimals, so that a file of text holds each value to the last digit.
 struct Glyph
 {
     float textureX = 0.0F; ///< In the bitmap, from its upper left corner.
@@ -99,12 +99,13 @@ public:
     /// The number of characters that lie left of a distance from the start, one counts from its middle.
     std::size_t FindCharacter(std::string_view text, int x) const noexcept;
 
-    /// A glyph made ready for drawing: texture coordinates as OpenGL has them.
+    /// A glyph made ready for drawing. Both rectangles are left, top, right, bottom.
     struct Cell
     {
-        float left, top, right, bottom;
-        float x, y, width, height; ///< No width: nothing to draw.
+        float edges[4]; ///< Around the pen.
+        float uvs[4];   ///< As OpenGL has them.
         int advance;
+        int count; ///< Of quads: none for a space.
     };
     /// What is shown for a character: its glyph, a box, or nothing.
     const Cell& GetCell(unsigned char character) const noexcept { return (*m_cells)[character]; }

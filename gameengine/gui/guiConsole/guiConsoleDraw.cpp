@@ -124,8 +124,9 @@ void CGuiConsole::i_DrawMessages(Draw& draw, int columns, int bottom)
 
 void CGuiConsole::i_DrawInput(Draw& draw, std::size_t columns, int y)
 {
-    std::string_view text = ToShown(m_input, m_shown);
     // The end is where the cursor is.
+    std::string_view text = m_input;
+    text = ToShown(text.substr(text.size() - std::min(text.size(), kMaxShown)), m_shown);
     const std::size_t room = columns - kPromptLength - 1;
     if (text.size() > room)
         text.remove_prefix(text.size() - room);

@@ -261,7 +261,21 @@ void GuiRadioButton::myLoad(GuiStream& stream)
         SetText(text);
     stream.ReadInteger(m_group);
     stream.ReadInteger(m_value);
-    if (int selected = 0; stream.ReadInteger(selected))
-        m_isSelected = selected != 0;
+    int selected = 0;
+    if (!stream.ReadInteger(selected))
+        return;
+    m_isSelected = selected != 0;
+    // Of several the last one of the file counts. This one is not among the children yet.
+    const GuiLayout* const layout = m_isSelected && GetParent() ? GetParent()->AsLayout() : nullptr;
+    for (std::size_t i = layout ? layout->GetChildCount() : 0; i > 0; --i)
+    {
+        GuiWidget* const child = layout->GetChild(i - 1);
+        auto* const other = child->GetType() == GetType() ? dynamic_cast<GuiRadioButton*>(child) : nullptr;
+        if (other && other->m_group == m_group && other->m_isSelected && other != this)
+        {
+            other->m_isSelected = false;
+            return other->Redraw();
+        }
+    }
 }
 } // namespace gui

@@ -25,6 +25,12 @@ struct Posted
     GuiEvent event;
 };
 
+struct Modal
+{
+    GuiWidget* widget;
+    GuiWidget* focusBefore; // null for none
+};
+
 // Each widget knows its place, so that twenty thousand of them leave as fast as they came. Who leaves while somebody
 // goes through the list leaves a null, which the next pass closes up.
 class CWidgetList
@@ -133,10 +139,11 @@ public:
     void SetModal(GuiWidget& widget, bool modal) override;
     GuiWidget* GetModal() const override
     {
-        const auto last =
-            std::find_if(m_modals.rbegin(), m_modals.rend(), [](const GuiWidget* widget) { return widget->IsShown(); });
-        return last == m_modals.rend() ? nullptr : *last;
+        const auto last = std::find_if(m_modals.rbegin(), m_modals.rend(),
+                                       [](const Modal& modal) { return modal.widget->IsShown(); });
+        return last == m_modals.rend() ? nullptr : last->widget;
     }
+    bool ReturnFocus(const GuiWidget& modal) override;
     void ForgetWidget(GuiWidget* widget) override;
     void PostEvent(GuiCallback* callback, std::string_view name, const GuiEvent& event) override
     {
@@ -228,7 +235,7 @@ private:
     GuiWidget* m_hover = nullptr;
     GuiWidget* m_focus = nullptr;
     GuiWidget* m_input = nullptr;
-    std::vector<GuiWidget*> m_modals;
+    std::vector<Modal> m_modals;
     std::vector<GuiWidget*> m_told; // layouts above what was clicked; null when they are gone
     std::function<void(const std::string&)> m_setClipboard;
     std::function<std::string()> m_getClipboard;
@@ -256,14 +263,25 @@ private:
 
 void GuiContextI::SetModal(GuiWidget& widget, bool modal)
 {
-    std::erase(m_modals, &widget);
+    std::erase_if(m_modals, [&](const Modal& other) { return other.widget == &widget; });
     if (!modal)
         return;
-    m_modals.push_back(&widget);
-    if (m_focus && !m_focus->IsWithin(widget))
+    const bool isFocusElsewhere = m_focus && !m_focus->IsWithin(widget);
+    m_modals.push_back({&widget, isFocusElsewhere ? m_focus : nullptr});
+    if (isFocusElsewhere)
         GrabFocus(nullptr);
     if (m_input && !m_input->IsWithin(widget))
         i_Change(m_input, nullptr);
+}
+
+bool GuiContextI::ReturnFocus(const GuiWidget& modal)
+{
+    const auto found =
+        std::find_if(m_modals.begin(), m_modals.end(), [&](const Modal& other) { return other.widget == &modal; });
+    if (found == m_modals.end() || !found->focusBefore || !found->focusBefore->IsShown())
+        return false;
+    GrabFocus(found->focusBefore);
+    return true;
 }
 
 void GuiContextI::ForgetWidget(GuiWidget* widget)
@@ -273,7 +291,9 @@ void GuiContextI::ForgetWidget(GuiWidget* widget)
         if (*pointer == widget)
             *pointer = nullptr;
     }
-    std::erase(m_modals, widget);
+    std::erase_if(m_modals, [&](const Modal& modal) { return modal.widget == widget; });
+    for (Modal& modal : m_modals)
+        modal.focusBefore = modal.focusBefore == widget ? nullptr : modal.focusBefore;
     std::replace(m_told.begin(), m_told.end(), widget, static_cast<GuiWidget*>(nullptr));
     for (CWidgetList* const list : {&m_ticking, &m_overlays, &m_redrawn, &m_unkept})
         list->Remove(*widget);

@@ -121,5 +121,7 @@ public:
     virtual void RequestPicture() = 0;
     /// Draws a child of a layout that is being drawn, if it is visible.
     virtual void RenderWidget(GuiWidget& widget) = 0;
+    /// Gives the focus back to whoever had it when the widget became modal. False when there is none to be seen.
+    virtual bool ReturnFocus(const GuiWidget& modal) = 0;
 };
 } // namespace gui

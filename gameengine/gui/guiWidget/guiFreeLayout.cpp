@@ -6,12 +6,6 @@ namespace gui
 {
 namespace
 {
-GuiRectf ToFloat(const GuiRecti& rect)
-{
-    return {static_cast<float>(rect.x), static_cast<float>(rect.y), static_cast<float>(rect.w),
-            static_cast<float>(rect.h)};
-}
-
 // Takes the docked widget's edge off what is left.
 GuiRectf TakeDocked(GuiDock dock, Vec2<float> wanted, GuiRectf& left)
 {

@@ -19,8 +19,7 @@ void GuiGroupBox::AdjustLayout()
 {
     const GuiRecti room = GetContainingRect();
     if (GuiWidget* const child = GetChild(0))
-        child->PlaceAt({static_cast<float>(room.x), static_cast<float>(room.y), static_cast<float>(room.w),
-                        static_cast<float>(room.h)});
+        child->PlaceAt(ToFloat(room));
 }
 
 void GuiGroupBox::Render()

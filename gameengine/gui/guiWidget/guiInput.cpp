@@ -11,6 +11,7 @@ namespace
 constexpr double kMultiClickTime = 0.4;  // seconds
 constexpr int kMultiClickReach = 4;      // pixels
 constexpr int kFarthest = 1'000'000'000; // as far as coordinates of widgets go; sums fit an integer
+constexpr double kHostRepeatTime = 1.5;  // seconds, longer than any host waits with the first one
 constexpr int kMaxRepeats = 4;           // at once, after a long frame
 
 bool IsModifier(unsigned key)
@@ -28,7 +29,10 @@ bool IsClose(Vec2<int> a, Vec2<int> b)
 
 void CGuiInputQueue::PushKeyPress(unsigned key)
 {
-    const bool isRepeated = !m_keys.insert(key).second;
+    // A host repeats the last key, and soon; otherwise it was the release that got lost.
+    const bool isDown = !m_keys.insert(key).second;
+    const bool isRepeated = isDown && (IsModifier(key) || (key == m_heldKey && m_time - m_lastPress < kHostRepeatTime));
+    m_lastPress = m_time;
     m_hostRepeats = m_hostRepeats || isRepeated;
     if (!IsModifier(key) && !isRepeated)
     {

@@ -69,8 +69,9 @@ private:
     float m_repeatDelay = 0.5F;
     float m_repeatInterval = 0.04F;
     bool m_hostRepeats = false; // then nothing is repeated here
-    unsigned m_heldKey = 0;     // 0 for none
-    unsigned m_heldChar = 0;    // that came with it
+    double m_lastPress = 0.0;
+    unsigned m_heldKey = 0;  // 0 for none
+    unsigned m_heldChar = 0; // that came with it
     float m_untilRepeat = 0.0F;
 };
 } // namespace gui

@@ -59,8 +59,8 @@ int GuiLayout::UpdateLayout()
         ++count;
         m_needsLayout = false;
     }
-    if (!std::exchange(m_childNeedsLayout, false) && count == 0)
-        return 0;
+    if (!std::exchange(m_childNeedsLayout, false))
+        return count;
     for (std::size_t i = 0; i < GetChildCount(); ++i)
     {
         GuiLayout* const layout = GetChild(i)->AsLayout();

@@ -91,6 +91,9 @@ public:
     void RaiseChild(GuiWidget* child);
     void OnChildMoved() override;
 
+protected:
+    const std::vector<std::unique_ptr<GuiWidget>>& myGetChildren() const noexcept { return m_children; }
+
 private:
     std::vector<std::unique_ptr<GuiWidget>> m_children;
     std::shared_ptr<CHitGrid> m_hitGrid; // null until it is needed, and when it is not true any more

@@ -34,26 +34,24 @@ GuiRecti GuiList::GetContainingRect() const
 void GuiList::AdjustLayout()
 {
     const GuiRecti room = GetContainingRect();
-    const Vec2<float> start(static_cast<float>(room.x), static_cast<float>(room.y));
-    const Vec2<float> size(static_cast<float>(room.w), static_cast<float>(room.h));
+    const Vec2<float> size = ToFloat(room).Size();
     const auto spacing = static_cast<float>(myGetStyle().spacing);
     m_parts.clear();
     float total = 0.0F;
-    for (std::size_t i = 0; i < GetChildCount(); ++i)
+    for (const std::unique_ptr<GuiWidget>& child : myGetChildren())
     {
-        GuiWidget* const child = GetChild(i);
         if (!child->IsVisible())
             continue;
         const float preferred = std::max(child->GetPreferredSize()[m_axis], child->GetMinimumSize()[m_axis]);
         total += preferred + (m_parts.empty() ? 0.0F : spacing);
-        m_parts.push_back({child, preferred});
+        m_parts.push_back({child.get(), preferred, GetPolicy(*child, m_axis)});
     }
     if (total < size[m_axis])
         i_Distribute(size[m_axis] - total);
     else if (total > size[m_axis])
         i_Shrink(total - size[m_axis]);
 
-    Vec2<float> place = start;
+    Vec2<float> place{static_cast<float>(room.x), static_cast<float>(room.y)};
     for (const Part& part : m_parts)
     {
         Vec2<float> partSize;
@@ -71,12 +69,12 @@ void GuiList::i_Distribute(float spare)
         // Who prefers nothing counts as a pixel, so that it gets its share.
         float weights = 0.0F;
         for (const Part& part : m_parts)
-            weights += (GetPolicy(*part.child, m_axis) & bit) != 0 ? std::max(part.size, 1.0F) : 0.0F;
+            weights += (part.policy & bit) != 0 ? std::max(part.size, 1.0F) : 0.0F;
         if (weights == 0.0F)
             continue;
         for (Part& part : m_parts)
         {
-            if ((GetPolicy(*part.child, m_axis) & bit) != 0)
+            if ((part.policy & bit) != 0)
                 part.size += spare * std::max(part.size, 1.0F) / weights;
         }
         return;
@@ -87,7 +85,7 @@ void GuiList::i_Shrink(float missing)
 {
     const auto getSlack = [this](const Part& part)
     {
-        const bool mayShrink = (GetPolicy(*part.child, m_axis) & kSizeShrink) != 0;
+        const bool mayShrink = (part.policy & kSizeShrink) != 0;
         return mayShrink ? std::max(part.size - part.child->GetMinimumSize()[m_axis], 0.0F) : 0.0F;
     };
     float slack = 0.0F;

@@ -28,6 +28,7 @@ private:
     {
         GuiWidget* child;
         float size;
+        std::int32_t policy; // along the axis
     };
 
     void i_Distribute(float spare);

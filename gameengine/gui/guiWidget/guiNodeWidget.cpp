@@ -15,20 +15,17 @@ namespace gui
 namespace
 {
 constexpr std::array kZoomSteps = {25, 30, 35, 40, 50, 60, 70, 80, 90, 100, 110, 125, 140, 160, 180, 200};
-constexpr int kSnap = 16;
 constexpr int kDragDistance = 3;
-constexpr int kPanStep = 32; // pixels
-constexpr int kShowMargin = 20;
-
-int Snap(int value)
-{
-    return static_cast<int>(std::lround(static_cast<float>(value) / kSnap)) * kSnap;
-}
 
 // Widgets may be as large as integers are, and what lies there larger.
 int Floor(float value)
 {
     return static_cast<int>(std::floor(std::clamp(value, -1.0e9F, 1.0e9F)));
+}
+
+bool IsPin(const GuiNodeHit& hit)
+{
+    return hit.part == GuiNodeHit::Part::Input || hit.part == GuiNodeHit::Part::Output;
 }
 
 bool Overlap(const GuiRecti& a, const GuiRecti& b)
@@ -166,8 +163,11 @@ void GuiNodeWidget::Tick(float)
 
 void GuiNodeWidget::OnMouseClick(unsigned button)
 {
+    if (m_isKeyLink)
+        i_Cancel();
     if (m_action != Action::None || !myIsHoverWidget() || !i_TakesInput())
         return;
+    m_pin = {};
     const bool isPan = button == kGuiMouseMiddle || (button == kGuiMouseLeft && GetContext().IsKeyDown(kGuiKeySpace));
     if (button == kGuiMouseWheelUp || button == kGuiMouseWheelDown)
         return i_ZoomAt(button == kGuiMouseWheelUp ? 1 : -1, myGetMousePos());
@@ -200,7 +200,7 @@ void GuiNodeWidget::i_Press()
 {
     const bool isControl = (m_startModifiers & kGuiControl) != 0;
     const GuiNodeHit hit = m_graph.FindAt(m_frameStart);
-    if (hit.part == GuiNodeHit::Part::Input || hit.part == GuiNodeHit::Part::Output)
+    if (IsPin(hit))
         return i_StartLink(hit);
     if (hit.part == GuiNodeHit::Part::None)
     {
@@ -268,9 +268,11 @@ void GuiNodeWidget::i_FollowMove(Vec2<int> by)
                      Floor(static_cast<float>(by.y) / i_GetZoom() + 0.5F)};
     const auto pressed =
         std::find_if(m_moved.begin(), m_moved.end(), [this](const auto& moved) { return moved.first == m_pressed; });
+    const auto snap = [](int value)
+    { return static_cast<int>(std::lround(static_cast<float>(value) / kSnap)) * kSnap; };
     if ((m_lastModifiers & kGuiControl) != 0 && pressed != m_moved.end())
-        offset = {Snap(pressed->second.x + offset.x) - pressed->second.x,
-                  Snap(pressed->second.y + offset.y) - pressed->second.y};
+        offset = {snap(pressed->second.x + offset.x) - pressed->second.x,
+                  snap(pressed->second.y + offset.y) - pressed->second.y};
     for (const auto& [id, place] : m_moved)
         m_graph.SetPosition(id, {place.x + offset.x, place.y + offset.y});
 }
@@ -301,13 +303,14 @@ void GuiNodeWidget::i_FollowFrame()
 
 void GuiNodeWidget::i_FollowHover()
 {
+    if (m_isKeyLink)
+        return;
     const bool isHere = i_TakesInput() && (myIsHoverWidget() || m_action != Action::None);
     const GuiNodeHit hit = isHere ? m_graph.FindAt(ToGraph(myGetMousePos())) : GuiNodeHit();
     if (std::exchange(m_hot, hit) != hit)
         Redraw();
-    const bool isPin = hit.part == GuiNodeHit::Part::Input || hit.part == GuiNodeHit::Part::Output;
     if (m_action != Action::Pan)
-        SetCursor(isPin ? GuiCursor::Hand : GuiCursor::Arrow);
+        SetCursor(IsPin(hit) ? GuiCursor::Hand : GuiCursor::Arrow);
     if (!isHere)
         SetTicking(false);
 }
@@ -320,7 +323,7 @@ void GuiNodeWidget::OnMouseRelease(unsigned button)
     if (m_action == Action::Press)
         i_FinishPress();
     else if (m_action == Action::Link)
-        i_FinishLink();
+        i_FinishLink(m_graph.FindAt(ToGraph(myGetMousePos())));
     else if (m_action == Action::Move)
     {
         Change change{Change::Kind::Moved};
@@ -364,21 +367,21 @@ GuiNodeLink GuiNodeWidget::i_LinkTo(const GuiNodeHit& hit) const
     return {hit.node, hit.pin, start.node, start.pin};
 }
 
-void GuiNodeWidget::i_FinishLink()
+void GuiNodeWidget::i_RemoveLink(const GuiNodeLink& link)
 {
-    const GuiNodeHit hit = m_graph.FindAt(ToGraph(myGetMousePos()));
-    const auto remove = [this](const GuiNodeLink& link)
-    {
-        if (m_graph.RemoveLink(link))
-            m_changes.push_back({Change::Kind::LinkRemoved, link});
-    };
-    if (hit.part == GuiNodeHit::Part::None || hit.part == GuiNodeHit::Part::Body)
-        return remove(m_link.old);
+    if (m_graph.RemoveLink(link))
+        m_changes.push_back({Change::Kind::LinkRemoved, link});
+}
+
+void GuiNodeWidget::i_FinishLink(const GuiNodeHit& hit)
+{
+    if (!IsPin(hit))
+        return i_RemoveLink(m_link.old);
     const GuiNodeLink link = i_LinkTo(hit);
     if (!i_IsTarget(hit) || !m_graph.CanLink(link, true) || m_graph.GetLinkTo(link.to, link.input) == link)
         return;
-    remove(m_link.old);
-    remove(m_graph.GetLinkTo(link.to, link.input));
+    i_RemoveLink(m_link.old);
+    i_RemoveLink(m_graph.GetLinkTo(link.to, link.input));
     if (m_graph.AddLink(link))
         m_changes.push_back({Change::Kind::LinkAdded, link});
 }
@@ -404,6 +407,7 @@ void GuiNodeWidget::i_Cancel()
 void GuiNodeWidget::i_Stop()
 {
     m_action = Action::None;
+    m_isKeyLink = false;
     SetCursor(GuiCursor::Arrow);
     myReleaseInput();
     Redraw();
@@ -421,96 +425,6 @@ void GuiNodeWidget::SetLocked(bool locked)
     GuiWidget::SetLocked(locked);
     if (locked)
         i_Cancel();
-}
-
-// Keyboard
-
-void GuiNodeWidget::OnKeyPress(unsigned key)
-{
-    if (m_action != Action::None)
-    {
-        if (key == kGuiKeyEscape)
-            i_Cancel();
-        return;
-    }
-    if (!i_TakesInput() || (!i_PressArrow(key) && !i_PressCommand(key)))
-        return myPassKey(key);
-    Redraw();
-    i_Tell();
-}
-
-bool GuiNodeWidget::i_PressCommand(unsigned key)
-{
-    const GuiRecti rect = GetRect();
-    const std::vector<GuiNodeId> before = m_graph.GetSelection();
-    switch (key)
-    {
-    case kGuiKeyDelete: i_DeleteSelection(); break;
-    case kGuiKeyPageUp: i_ZoomAt(1, {rect.x + rect.w / 2, rect.y + rect.h / 2}); break;
-    case kGuiKeyPageDown: i_ZoomAt(-1, {rect.x + rect.w / 2, rect.y + rect.h / 2}); break;
-    case kGuiKeyHome: ShowAll(); break;
-    case kGuiKeySpace: break; // held while the mouse moves the view
-    case kGuiKeyEscape:
-        if (before.empty())
-            return false;
-        m_graph.SelectAll(false);
-        i_AddSelectionChange(before);
-        break;
-    case 'A':
-        if ((GetContext().GetModifiers() & kGuiControl) == 0)
-            return false;
-        m_graph.SelectAll(true);
-        i_AddSelectionChange(before);
-        break;
-    default: return false;
-    }
-    return true;
-}
-
-bool GuiNodeWidget::i_PressArrow(unsigned key)
-{
-    Vec2<int> by;
-    switch (key)
-    {
-    case kGuiKeyLeft: by.x = -1; break;
-    case kGuiKeyRight: by.x = 1; break;
-    case kGuiKeyUp: by.y = -1; break;
-    case kGuiKeyDown: by.y = 1; break;
-    default: return false;
-    }
-    if (m_graph.GetSelectedCount() > 0)
-    {
-        const int step = (GetContext().GetModifiers() & kGuiShift) != 0 ? 1 : kSnap;
-        i_MoveSelection({by.x * step, by.y * step});
-        return true;
-    }
-    GuiNodeView view = m_graph.GetView();
-    view.x += static_cast<float>(by.x * kPanStep) / i_GetZoom();
-    view.y += static_cast<float>(by.y * kPanStep) / i_GetZoom();
-    m_graph.SetView(view);
-    return true;
-}
-
-void GuiNodeWidget::i_MoveSelection(Vec2<int> by)
-{
-    Change change{Change::Kind::Moved, {}, m_graph.GetSelection()};
-    for (const GuiNodeId id : change.nodes)
-    {
-        const GuiRecti rect = m_graph.GetNode(id)->rect;
-        m_graph.SetPosition(id, {rect.x + by.x, rect.y + by.y});
-    }
-    m_changes.push_back(std::move(change));
-}
-
-void GuiNodeWidget::i_DeleteSelection()
-{
-    Change change{Change::Kind::Deleted, {}, m_graph.GetSelection()};
-    if (change.nodes.empty())
-        return;
-    for (const GuiNodeId id : change.nodes)
-        m_graph.RemoveNode(id);
-    m_changes.push_back(std::move(change));
-    m_changes.push_back({Change::Kind::Selected});
 }
 
 // Listener

@@ -48,8 +48,10 @@ private:
 /// is about to do, or clears the selection.
 ///
 /// Delete deletes the selection and Control+A selects everything; arrows move the selection, with Shift by one, or the
-/// view when nothing is selected; PageUp and PageDown zoom, Home shows everything. What a locked or invisible one is
-/// told by mouse or keyboard does nothing.
+/// view when nothing is selected, with Control they select the next node over there; PageUp and PageDown zoom, Home
+/// shows everything. Enter goes to the pins of the selected node: there arrows go from pin to pin, Delete takes away a
+/// pin's links, Enter begins a link, for which arrows choose the other end and Enter makes it; Escape leads back. What
+/// a locked or invisible one is told by mouse or keyboard does nothing.
 ///
 /// It emits no events; a `GuiNodeListener` hears of what the user does. Calls tell it nothing.
 class TAMRAGAMEENGINE_API GuiNodeWidget final : public GuiWidget
@@ -93,6 +95,8 @@ protected:
     void myLoad(GuiStream& stream) override;
 
 private:
+    static constexpr int kSnap = 16;
+    static constexpr int kShowMargin = 20;
     enum class Action
     {
         None,
@@ -137,12 +141,21 @@ private:
     void i_FollowFrame();
     void i_FollowHover();
     void i_FinishPress();
-    void i_FinishLink();
+    void i_FinishLink(const GuiNodeHit& hit);
+    void i_RemoveLink(const GuiNodeLink& link);
     void i_Cancel();
     void i_Stop();
 
     bool i_PressCommand(unsigned key);
     bool i_PressArrow(unsigned key);
+    void i_PressLinkKey(unsigned key);
+    bool i_PressPinKey(unsigned key);
+    void i_SelectTowards(Vec2<int> by);
+    void i_Show(const GuiNode& node);
+    void i_GoToPin(GuiNodeHit::Part part, int pin);
+    void i_StartKeyLink();
+    void i_ChooseTarget(int step);
+    void i_UnlinkPin();
     void i_DeleteSelection();
     void i_MoveSelection(Vec2<int> by);
 
@@ -181,7 +194,11 @@ private:
     std::vector<GuiNodeId> m_selectionBefore;
     std::vector<std::pair<GuiNodeId, Vec2<int>>> m_moved; // and where they were
     LooseLink m_link;
-    GuiNodeHit m_hot; // under the mouse
+    GuiNodeHit m_hot;         // under the mouse, or where the keyboard is
+    GuiNodeHit m_pin;         // where the keyboard is; part `None`: among the nodes
+    bool m_isKeyLink = false; // linking from there
+    std::vector<GuiNodeHit> m_targets;
+    int m_target = 0; // of these
 
     int m_measuredFont = -1;
     GuiRecti m_seen; // of the widget, by the last picture

@@ -83,4 +83,10 @@ struct Rect
 
 using GuiRecti = Rect<int>;
 using GuiRectf = Rect<float>;
+
+constexpr GuiRectf ToFloat(const GuiRecti& rect) noexcept
+{
+    return {static_cast<float>(rect.x), static_cast<float>(rect.y), static_cast<float>(rect.w),
+            static_cast<float>(rect.h)};
+}
 } // namespace gui

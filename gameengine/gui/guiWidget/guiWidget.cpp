@@ -18,12 +18,6 @@ constexpr std::array<std::pair<const char*, std::uint32_t>, 4> kAnchorNames = {
     {{"LEFT", kAnchorLeft}, {"RIGHT", kAnchorRight}, {"TOP", kAnchorTop}, {"BOTTOM", kAnchorBottom}}};
 constexpr std::array<std::string_view, 6> kDockNames = {"NONE", "LEFT", "RIGHT", "TOP", "BOTTOM", "CENTER"};
 
-GuiRectf ToFloat(const GuiRecti& rect)
-{
-    return {static_cast<float>(rect.x), static_cast<float>(rect.y), static_cast<float>(rect.w),
-            static_cast<float>(rect.h)};
-}
-
 // What does not fit an integer, or is no number, is cut to what does.
 int Truncate(float value)
 {
@@ -81,12 +75,12 @@ bool FindDock(std::string_view text, GuiDock& dock)
 } // namespace
 
 GuiWidget::GuiWidget(GuiContext& context, GuiStyle style, const GuiRecti& rect, GuiSizePolicy sizePolicy)
-    : m_sizePolicy(sizePolicy),
-      m_style(style),
+    : m_style(style),
       m_context(&context),
+      m_sizePolicy(sizePolicy),
+      m_preferredSize(ToFloat(rect).Size()),
       m_rect(rect),
-      m_layoutRect(ToFloat(rect)),
-      m_preferredSize(m_layoutRect.Size())
+      m_layoutRect(ToFloat(rect))
 {
 }
 

@@ -234,8 +234,7 @@ private:
     friend class GuiLayout;
     friend class GuiContextI;
 
-    std::string m_id;
-    std::string m_toolTip;
+    // First what placing and drawing read of thousands of widgets.
     bool m_isVisible = true;
     bool m_isLocked = false;
     bool m_isFocusable = false;
@@ -243,26 +242,28 @@ private:
     bool m_keepsPicture = false;
     bool m_hasPosted = false; // there may be events of it
     GuiCursor m_cursor = GuiCursor::Arrow;
-    GuiSizePolicy m_sizePolicy;
     GuiStyle m_style;
-    std::shared_ptr<GuiCallback*> m_callback;
     GuiContext* m_context;
-    GuiWidget* m_parent = nullptr;
     GuiLayout* m_asLayout = nullptr;
     GuiLayout* m_parentLayout = nullptr; // the same as m_parent, when that is a layout
+    GuiSizePolicy m_sizePolicy;
+    Vec2<float> m_minimumSize;
+    Vec2<float> m_preferredSize;
+    GuiRecti m_rect;
+    GuiRectf m_layoutRect;
+    int m_piece = -1;             // of the context's picture,
+    unsigned m_pictureNumber = 0; // if it is still that one
     // In the context's lists; -1 for those that it is not in.
     int m_tickingPlace = -1;
     int m_overlayPlace = -1;
     int m_redrawnPlace = -1;
     int m_unkeptPlace = -1;
-    int m_piece = -1;             // of the context's picture,
-    unsigned m_pictureNumber = 0; // if it is still that one
-    GuiRecti m_rect;
-    GuiRectf m_layoutRect;
     GuiDock m_dock = GuiDock::None;
     std::uint32_t m_anchorMask = kAnchorLeft | kAnchorTop;
-    Vec2<float> m_preferredSize;
-    Vec2<float> m_minimumSize;
+    GuiWidget* m_parent = nullptr;
+    std::shared_ptr<GuiCallback*> m_callback;
+    std::string m_id;
+    std::string m_toolTip;
 };
 
 /// Calls the function for the root and every widget below it, parents first. It must not add or remove any.

@@ -58,14 +58,12 @@ void GuiWindow::AdjustLayout()
     const GuiRecti kept = i_KeepReachable(GetRect());
     if (kept != GetRect())
     {
-        OnUpdateLayout({static_cast<float>(kept.x), static_cast<float>(kept.y), static_cast<float>(kept.w),
-                        static_cast<float>(kept.h)});
+        OnUpdateLayout(ToFloat(kept));
         GuiWidget::OnUpdateRect(kept);
     }
     const GuiRecti room = GetContainingRect();
     if (GuiWidget* const child = GetChild(0))
-        child->PlaceAt({static_cast<float>(room.x), static_cast<float>(room.y), static_cast<float>(room.w),
-                        static_cast<float>(room.h)});
+        child->PlaceAt(ToFloat(room));
 }
 
 void GuiWindow::OnUpdateRect(const GuiRecti& rect)
@@ -171,7 +169,7 @@ void GuiWindow::SetVisible(bool visible)
     GuiWindow* const next = std::exchange(m_isActive, false) ? i_FindNextWindow() : nullptr;
     if (next)
         next->Activate();
-    if (hadFocus)
+    if (hadFocus && !GetContext().ReturnFocus(*this))
         GetContext().GrabFocus(next);
 }
 
