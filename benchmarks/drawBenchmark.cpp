@@ -9,10 +9,10 @@
 #include "gameengine/gui/guiWidget/guiButton.h"
 #include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiLayout.h"
-#include "support/allocations.h"
 #include "tamradeps/io/fileSystem.h"
 #include "tamraengine/renderer/renderTarget.h"
 #include "tamraengine/renderer/renderer.h"
+#include "tests/support/allocations.h"
 
 #include <array>
 #include <string>

@@ -27,8 +27,8 @@ public:
     virtual void SwapBuffers() = 0;
 };
 
-/// A context without a window: everything is drawn into render targets. Needs no display, and no GPU where the system
-/// has a software rasteriser.
+/// A context without a window that can be seen: everything is drawn into render targets. Needs no display, but on
+/// Windows, where it has one by itself, and no GPU where the system has a software rasteriser.
 class CORVEX_API COffscreenContext : public CContext
 {
 public:

@@ -7,8 +7,12 @@
 
 #ifdef _WIN32
 
+#include "corvex/window.h"
+
+// A context of this system belongs to a window; this one is never shown.
 struct COffscreenContext::Handles
 {
+    std::unique_ptr<CWindow> window;
 };
 
 COffscreenContext::COffscreenContext(std::unique_ptr<Handles> handles) : m_handles(std::move(handles)) {}
@@ -16,13 +20,16 @@ COffscreenContext::~COffscreenContext() = default;
 
 std::unique_ptr<COffscreenContext> COffscreenContext::Create()
 {
-    tamra::log::Error("There is no off-screen context on this system; use a hidden window");
-    return nullptr;
+    auto handles = std::make_unique<Handles>();
+    handles->window = CWindow::Create({.title = "off-screen", .width = 64, .height = 64, .isVisible = false}, nullptr);
+    if (!handles->window)
+        return nullptr;
+    return std::unique_ptr<COffscreenContext>(new COffscreenContext(std::move(handles)));
 }
 
 bool COffscreenContext::MakeCurrent()
 {
-    return false;
+    return m_handles->window->MakeCurrent();
 }
 
 void ReleaseOffscreenContext() {}

@@ -4,6 +4,8 @@
 #include "tamradeps/core/log.h"
 #include "tamraengine/renderer/input.h"
 
+#include <cstdlib>
+
 #define GLFW_INCLUDE_NONE
 #include <GLFW/glfw3.h>
 
@@ -121,6 +123,15 @@ GLFWwindow* OpenWindow(const WindowSettings& settings)
 CWindow::CWindow(std::unique_ptr<State> state) : m_state(std::move(state)) {}
 
 CWindow::~CWindow() = default;
+
+bool CWindow::HasDisplay()
+{
+#ifdef _WIN32
+    return true;
+#else
+    return std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY");
+#endif
+}
 
 std::unique_ptr<CWindow> CWindow::Create(const WindowSettings& settings, renderer::CInput* input)
 {

@@ -9,6 +9,7 @@ namespace renderer
 class CInput;
 }
 
+/// What a window is opened with.
 struct WindowSettings
 {
     std::string title;
@@ -36,6 +37,9 @@ enum class WindowCursor
 class CORVEX_API CWindow : public CContext
 {
 public:
+    /// Whether there is a display that a window could be shown on.
+    static bool HasDisplay();
+
     /// Opens the window and makes its context current. `input` hears of keys and the mouse while `PollEvents` runs; it
     /// may be null and must outlive the window. Null and one log line for a size that cannot be, without a display, and
     /// without OpenGL 4.5.

@@ -17,6 +17,7 @@ struct SandboxOptions
     int width = 1280;
     int height = 720;
     int viewpoints = 0;   ///< Pictures of so many still viewpoints in place of a flight.
+    bool isLight = false; ///< The editor's style.
     std::string commands; ///< Lines of the editor's console, with semicolons between.
     std::string debug;    ///< Words among "boxes", "cells", "culled" and "figures", with commas between.
 };
@@ -36,9 +37,6 @@ bool PrepareSandbox(const SandboxOptions& options, SandboxFiles& files);
 /// Flies over a town while it is streamed, edits it, saves, opens the file anew, proves that all is there, and draws a
 /// map of what was loaded. Prints a line for each phase. False when anything failed.
 bool RunStreaming(const SandboxOptions& options, const SandboxFiles& files);
-
-/// Whether there may be a window.
-bool HasDisplay();
 
 /// Shows the town in a window until that is closed; without a display, or when asked, writes pictures of a flight and
 /// "summary.json" into the folder. False when anything failed.

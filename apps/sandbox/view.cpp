@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 
 using namespace renderer;
@@ -95,15 +94,6 @@ void ShowWindow(CWindow& window, CRenderer& renderer, CTownViewer& viewer, const
 }
 } // namespace
 
-bool HasDisplay()
-{
-#ifdef _WIN32
-    return true;
-#else
-    return std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY");
-#endif
-}
-
 bool RunView(const SandboxOptions& options, const SandboxFiles& files)
 {
     const auto culler = FindTownCuller(options.culler);
@@ -114,7 +104,7 @@ bool RunView(const SandboxOptions& options, const SandboxFiles& files)
     CRenderer renderer;
     std::unique_ptr<CWindow> window;
     std::unique_ptr<CContext> context;
-    const bool isHeadless = options.headless || options.viewpoints > 0 || !HasDisplay();
+    const bool isHeadless = options.headless || options.viewpoints > 0 || !CWindow::HasDisplay();
     if (isHeadless)
         context = COffscreenContext::Create();
     else

@@ -3,10 +3,10 @@
 #include "gameengine/engine/componentTransform.h"
 #include "gameengine/engine/entity.h"
 #include "tamradeps/core/tools.h"
+#include "tamradeps/math/angle.h"
 #include "tamradeps/udb/udbGroup.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 TAMRA_COMPONENT_IMPLEMENT(ComponentLight, CEntityComponentRepository);
@@ -278,7 +278,7 @@ bool ComponentLight::i_UpdateLight()
     ComponentTransform* const transform = i_FindTransform();
     if (m_lightType == ComponentLightType::Spot)
     {
-        const float half = std::tan(m_spotSize * 0.5F) * m_range;
+        const float half = GetTangent(m_spotSize * 0.5F) * m_range;
         if (!i_SetBounds(transform, {0.0F, -half, -half}, {m_range, half, half}))
             return false;
     }

@@ -278,6 +278,7 @@ void COcclusionAABBSoftwareHierarchicalZ::i_Work() noexcept
                 state.tiles.Clear(static_cast<int>(begin), static_cast<int>(end));
                 state.kernels->draw(state.polygons.data(), state.order, state.tiles, static_cast<int>(begin),
                                     static_cast<int>(end));
+                state.tiles.Finish(static_cast<int>(begin), static_cast<int>(end));
             });
     }
     const collision::FrustumQuery query(m_frustum);

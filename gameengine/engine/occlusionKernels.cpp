@@ -43,6 +43,7 @@ void DepthTiles::Resize(int width, int height)
     full.assign(count, kNothing);
     partial.assign(count, kNothing);
     masks.assign(count, Mask{});
+    best.assign(count, kNothing);
 }
 
 void DepthTiles::Clear(int tileRowBegin, int tileRowEnd)
@@ -53,5 +54,12 @@ void DepthTiles::Clear(int tileRowBegin, int tileRowEnd)
               kNothing);
     std::fill(partial.begin() + static_cast<std::ptrdiff_t>(begin), partial.begin() + static_cast<std::ptrdiff_t>(end),
               kNothing);
+}
+
+void DepthTiles::Finish(int tileRowBegin, int tileRowEnd)
+{
+    const std::size_t end = Index(0, tileRowEnd);
+    for (std::size_t i = Index(0, tileRowBegin); i < end; ++i)
+        best[i] = std::max(full[i], partial[i]);
 }
 } // namespace occlusion

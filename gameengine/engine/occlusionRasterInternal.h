@@ -57,6 +57,8 @@ struct DepthTiles
 {
     void Resize(int width, int height);
     void Clear(int tileRowBegin, int tileRowEnd);
+    /// Brings `best` up to date when all has been drawn.
+    void Finish(int tileRowBegin, int tileRowEnd);
 
     std::size_t Index(int column, int row) const
     {
@@ -75,6 +77,8 @@ struct DepthTiles
     /// Masks mean something where `partial` is not kNothing.
     std::vector<float> partial;
     std::vector<Mask> masks;
+    /// The greater one of `full` and `partial`: what is nearer is seen, whatever the masks are.
+    std::vector<float> best;
 };
 
 /// The corners of a polygon in pixels, counter-clockwise, and the closeness of its surface.

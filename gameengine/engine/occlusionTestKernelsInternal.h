@@ -175,12 +175,12 @@ bool IsHidden(const DepthTiles& tiles, int left, int right, int bottom, int top,
 
 /// Of the boxes with few tiles, those that are behind what `closeness` tells of each of these.
 template <class Arch>
-TAMRA_INLINE std::uint32_t FindBehind(const BoxGroup<Arch>& group, auto closeness)
+TAMRA_INLINE std::uint32_t FindBehind(const BoxGroup<Arch>& group, const float* closeness)
 {
     float farthest[8];
     for (int i = 0; i < 8; ++i)
     {
-        const auto at = [&](int corner) { return closeness(static_cast<std::size_t>(group.tiles[corner][i])); };
+        const auto at = [&](int corner) { return closeness[group.tiles[corner][i]]; };
         farthest[i] = std::min(std::min(at(0), at(1)), std::min(at(2), at(3)));
     }
     return group.few & Less(Eight<Arch>::Load(group.closeness), Eight<Arch>::Load(farthest)).Bits();
@@ -191,7 +191,7 @@ std::size_t KeepVisible(const OcclusionView& view, const DepthTiles& tiles, cons
                         std::size_t count)
 {
     const float* const full = tiles.full.data();
-    const float* const partial = tiles.partial.data();
+    const float* const best = tiles.best.data();
     std::size_t kept = 0;
     BoxGroup<Arch> group;
     for (std::size_t begin = 0; begin < count; begin += 8)
@@ -206,13 +206,12 @@ std::size_t KeepVisible(const OcclusionView& view, const DepthTiles& tiles, cons
             from[i] = boxes + std::size_t{ids[i]} * 6;
         }
         const std::uint32_t placed = group.Place(view, from);
-        std::uint32_t hidden = placed & FindBehind(group, [full](std::size_t tile) { return full[tile]; });
+        std::uint32_t hidden = placed & FindBehind(group, full);
         std::uint32_t open = placed & ~hidden & ((1U << size) - 1);
         if (open != 0)
         {
             // Without the masks nearly all of those that are seen are known.
-            open &=
-                ~group.few | FindBehind(group, [=](std::size_t tile) { return std::max(full[tile], partial[tile]); });
+            open &= ~group.few | FindBehind(group, best);
         }
         for (; open != 0; open &= open - 1)
         {

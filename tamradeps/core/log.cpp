@@ -1,27 +1,43 @@
 #include "tamradeps/core/log.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <memory>
 #include <mutex>
 #include <vector>
 
-#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/pattern_formatter.h>
+#include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 
 namespace tamra::log
 {
 namespace
 {
+// spdlog's own holds the system's handle from the start, which on Windows ends when the stream is redirected.
+class StandardErrorSink : public spdlog::sinks::base_sink<spdlog::details::null_mutex>
+{
+    void sink_it_(const spdlog::details::log_msg& message) override
+    {
+        spdlog::memory_buf_t line;
+        formatter_->format(message, line);
+        std::fwrite(line.data(), 1, line.size(), stderr);
+    }
+    void flush_() override { std::fflush(stderr); }
+};
+
 struct State
 {
     std::recursive_mutex mutex; // sinks log, come and go while a line is written
     std::vector<Sink*> sinks;
     std::vector<Sink*> writing;
     bool standardError = true;
-    spdlog::logger logger{"tamra", std::make_shared<spdlog::sinks::stderr_sink_st>()};
+    spdlog::logger logger{"tamra", std::make_shared<StandardErrorSink>()};
 
     State()
     {
-        logger.set_pattern("%v");
+        // The stream makes of a line's end what the system has there.
+        logger.set_formatter(std::make_unique<spdlog::pattern_formatter>("%v", spdlog::pattern_time_type::local, "\n"));
         logger.flush_on(spdlog::level::info);
     }
 };

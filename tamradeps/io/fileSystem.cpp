@@ -2,16 +2,21 @@
 
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/utf8Path.h"
+#include "tamradeps/platform/fileAccess.h"
 #include "tamradeps/platform/fileSync.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <functional>
+#include <memory>
 #include <new>
 #include <random>
 
 namespace fs = std::filesystem;
+using tamra::platform::FileKind;
+using tamra::platform::FileStatus;
+using tamra::platform::GetFileStatus;
 
 namespace
 {
@@ -22,9 +27,8 @@ bool HasZeroByte(std::string_view name)
 
 bool IsFile(const fs::path& path)
 {
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    return fs::exists(status) && !fs::is_directory(status);
+    const FileKind kind = GetFileStatus(path).kind;
+    return kind != FileKind::None && kind != FileKind::Folder;
 }
 
 // Writes a scratch file beside the target under a name that nobody has.
@@ -86,12 +90,9 @@ std::uint64_t CFileSystem::GetFileStamp(const std::string& name) const
     const std::string found = FindFile(name);
     if (found.empty())
         return 0;
-    const fs::path path = tamra::ToPath(found);
-    std::error_code error;
-    const auto time = static_cast<std::uint64_t>(fs::last_write_time(path, error).time_since_epoch().count());
-    const std::uint64_t size = fs::file_size(path, error);
+    const FileStatus status = GetFileStatus(tamra::ToPath(found));
     // Times may be coarse, so the size counts, too. Odd factors keep apart what differs in one of the three.
-    const std::uint64_t stamp = (time * 31 + size) * 31 + std::hash<std::string>()(found);
+    const std::uint64_t stamp = (status.writeTime * 31 + status.size) * 31 + std::hash<std::string>()(found);
     return std::max<std::uint64_t>(stamp, 1);
 }
 
@@ -102,24 +103,23 @@ bool CFileSystem::FileIn(const std::string& name, std::vector<std::byte>& conten
     if (found.empty())
         return Fail(kAction, name, "there is no such file");
     const fs::path path = tamra::ToPath(found);
-    std::error_code error;
+    const FileStatus status = GetFileStatus(path);
+    const std::uint64_t size = status.size;
     // Opening a pipe would wait for its other end.
-    if (!fs::is_regular_file(path, error))
+    if (status.kind != FileKind::Regular)
         return Fail(kAction, found, "it is no regular file");
-    const std::uintmax_t size = fs::file_size(path, error);
-    if (error)
-        return Fail(kAction, found, error.message());
     if (size > maxSize)
         return Fail(kAction, found,
                     std::to_string(size) + " bytes are more than the limit of " + std::to_string(maxSize));
     try
     {
-        std::ifstream file(path, std::ios::binary);
+        const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(tamra::platform::OpenForReading(path),
+                                                                      &std::fclose);
         if (!file)
             return Fail(kAction, found, "it cannot be opened");
         std::vector<std::byte> bytes(static_cast<std::size_t>(size));
-        const bool read = !!file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size));
-        if (!read || file.peek() != std::ifstream::traits_type::eof() || file.bad())
+        const bool read = std::fread(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
+        if (!read || std::fgetc(file.get()) != EOF || std::ferror(file.get()))
             return Fail(kAction, found, "it is not as long as it says, or the disk has an error");
         content = std::move(bytes);
         return true;
@@ -137,28 +137,26 @@ bool CFileSystem::FileReplace(const std::string& path, const void* data, std::si
     if (HasZeroByte(path) || target.empty())
         return Fail(kAction, path, "the name is empty or holds a zero byte");
     std::error_code error;
-    if (fs::is_symlink(target, error))
-        target = fs::weakly_canonical(target, error);
+    target = tamra::platform::FollowLink(target, error);
     if (target.empty())
         return Fail(kAction, path, error.message());
-    const fs::file_status status = fs::status(target, error);
-    constexpr fs::perms kAnyWrite = fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
-    if (fs::exists(status) && !fs::is_regular_file(status))
+    const FileStatus status = GetFileStatus(target);
+    const bool exists = status.kind != FileKind::None;
+    if (exists && status.kind != FileKind::Regular)
         return Fail(kAction, path, "it is no regular file");
-    if (fs::exists(status) && (status.permissions() & kAnyWrite) == fs::perms::none)
+    if (exists && status.isWriteProtected)
         return Fail(kAction, path, "it is write-protected");
 
     const fs::path folder = target.parent_path();
     fs::path scratch;
     error = WriteScratchFile(folder, data, size, scratch);
-    if (!error && fs::exists(status))
-        fs::permissions(scratch, status.permissions(), error);
+    if (!error && exists)
+        error = tamra::platform::CopyPermissions(target, scratch);
     if (!error)
         error = tamra::platform::RenameOver(scratch, target);
     if (error)
     {
-        std::error_code ignored;
-        fs::remove(scratch, ignored);
+        tamra::platform::RemoveFile(scratch);
         return Fail(kAction, path, error.message());
     }
     // The new content is in place and whole; only the old one might come back.

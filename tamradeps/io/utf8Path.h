@@ -20,11 +20,12 @@ inline std::filesystem::path ToPath(std::string_view utf8)
     }
 }
 
+/// A path as UTF-8, with slashes between folders on every system; empty when it cannot be written so.
 inline std::string ToUtf8(const std::filesystem::path& path)
 {
     try
     {
-        const std::u8string text = path.u8string();
+        const std::u8string text = path.generic_u8string();
         return {text.begin(), text.end()};
     }
     catch (const std::exception&)

@@ -1,5 +1,7 @@
 #include "tamradeps/math/matrix.h"
 
+#include "tamradeps/math/angle.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -36,6 +38,15 @@ CVector3 SomePerpendicular(CVector3 axis)
     return axis.Cross(helper).Normalized();
 }
 
+// Turns the first column towards the second.
+void Turn(glm::vec4& first, glm::vec4& second, float angle) noexcept
+{
+    const auto [sine, cosine] = GetSineAndCosine(angle);
+    const glm::vec4 turned = first * cosine + second * sine;
+    second = second * cosine - first * sine;
+    first = turned;
+}
+
 CVector3 UnitOr(CVector3 v, CVector3 otherwise)
 {
     const float length = v.Length();
@@ -58,9 +69,9 @@ void CMatrix::Identity(float diagonal) noexcept
 void CMatrix::RotateEuler(float x, float y, float z) noexcept
 {
     glm::mat4 m = ToGlm(*this);
-    m = glm::rotate(m, z, glm::vec3(0, 0, 1));
-    m = glm::rotate(m, y, glm::vec3(0, 1, 0));
-    m = glm::rotate(m, x, glm::vec3(1, 0, 0));
+    Turn(m[0], m[1], z);
+    Turn(m[2], m[0], y);
+    Turn(m[1], m[2], x);
     *this = FromGlm(m);
 }
 

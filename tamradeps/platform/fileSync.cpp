@@ -1,8 +1,13 @@
 #include "tamradeps/platform/fileSync.h"
 
+#include "tamradeps/platform/fileAccess.h"
+
 #include <algorithm>
 
 #if defined(_WIN32)
+#include <string>
+#include <vector>
+
 #include <windows.h>
 #else
 #include <cerrno>
@@ -45,7 +50,7 @@ std::error_code WriteAndFlush(HANDLE file, const char* data, std::size_t size) n
 std::error_code WriteNewFileToDisk(const std::filesystem::path& path, const void* data, std::size_t size) noexcept
 {
     const HANDLE file =
-        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+        CreateFileW(GetSystemPath(path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return GetSystemError();
     std::error_code error = WriteAndFlush(file, static_cast<const char*>(data), size);
@@ -54,10 +59,51 @@ std::error_code WriteNewFileToDisk(const std::filesystem::path& path, const void
     return error;
 }
 
+namespace
+{
+// Also over a file that others have open, where the system and the file system know that.
+bool RenameLikeUnix(const std::wstring& from, const std::wstring& to) noexcept
+{
+    const HANDLE file = CreateFileW(from.c_str(), DELETE | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_WRITE_THROUGH, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    // Not in every version of the headers.
+    constexpr auto kFileRenameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
+    std::vector<std::byte> memory(sizeof(FILE_RENAME_INFO) + to.size() * sizeof(wchar_t));
+    auto* const info = reinterpret_cast<FILE_RENAME_INFO*>(memory.data());
+    info->Flags = FILE_RENAME_FLAG_REPLACE_IF_EXISTS | FILE_RENAME_FLAG_POSIX_SEMANTICS;
+    info->FileNameLength = static_cast<DWORD>(to.size() * sizeof(wchar_t));
+    std::copy(to.begin(), to.end(), info->FileName);
+    const bool renamed =
+        SetFileInformationByHandle(file, kFileRenameInfoEx, info, static_cast<DWORD>(memory.size())) != 0;
+    CloseHandle(file);
+    return renamed;
+}
+
+bool MayPass(int error) noexcept
+{
+    return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION || error == ERROR_ACCESS_DENIED;
+}
+} // namespace
+
 std::error_code RenameOver(const std::filesystem::path& from, const std::filesystem::path& to) noexcept
 {
+    // Programs that look for viruses or fill an index hold what was just written for a moment.
+    constexpr int kAttempts = 20;
+    constexpr DWORD kPause = 25;
     constexpr DWORD kFlags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
-    return MoveFileExW(from.c_str(), to.c_str(), kFlags) ? std::error_code() : GetSystemError();
+    const std::wstring source = GetSystemPath(from).native();
+    const std::wstring target = GetSystemPath(to).native();
+    for (int attempt = 1;; ++attempt)
+    {
+        if (RenameLikeUnix(source, target) || MoveFileExW(source.c_str(), target.c_str(), kFlags))
+            return {};
+        const std::error_code error = GetSystemError();
+        if (attempt == kAttempts || !MayPass(error.value()))
+            return error;
+        Sleep(kPause);
+    }
 }
 
 std::error_code FlushFolderToDisk(const std::filesystem::path&) noexcept

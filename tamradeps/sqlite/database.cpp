@@ -2,6 +2,7 @@
 
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/utf8Path.h"
+#include "tamradeps/platform/fileAccess.h"
 #include "tamradeps/sqlite/query.h"
 #include "tamradeps/sqlite/transaction.h"
 
@@ -43,13 +44,26 @@ const char* GetObstacle(const std::string& path)
         return "the path is empty";
     if (path.find('\0') != std::string::npos)
         return "the path holds a zero byte";
-    std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(tamra::ToPath(path), error);
-    if (std::filesystem::is_directory(status))
-        return "it is a folder";
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
-        return "it is no regular file";
-    return nullptr;
+    const std::filesystem::path systemPath = tamra::ToPath(path);
+    // SQLite would make a temporary database of an empty name.
+    if (systemPath.empty())
+        return "the path is not UTF-8";
+    switch (tamra::platform::GetFileStatus(systemPath).kind)
+    {
+    case tamra::platform::FileKind::Folder: return "it is a folder";
+    case tamra::platform::FileKind::Other: return "it is no regular file";
+    default: return nullptr;
+    }
+}
+
+// What SQLite takes for the path.
+std::string GetName(const std::string& path)
+{
+    if (path == kMemory)
+        return path;
+    const std::u8string name = tamra::platform::GetSystemPath(tamra::ToPath(path)).u8string();
+    // Builds of SQLite differ in whether they take names of this form for addresses.
+    return (path.starts_with("file:") ? "./" : "") + std::string(name.begin(), name.end());
 }
 } // namespace
 
@@ -74,10 +88,9 @@ bool database::open(const std::string& utf8Path, OpenMode mode)
 
 bool database::i_Connect(OpenMode mode)
 {
-    // Builds of SQLite differ in whether they take names of this form for addresses.
-    const std::string name = m_path.starts_with("file:") ? "./" + m_path : m_path;
     const int flags = GetFlags(mode) | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
-    if (sqlite3_open_v2(name.c_str(), &m_connection, flags, nullptr) != SQLITE_OK)
+    if (sqlite3_open_v2(GetName(m_path).c_str(), &m_connection, flags, tamra::platform::GetDatabaseAccess()) !=
+        SQLITE_OK)
         return i_Fail("cannot open the database");
     sqlite3_busy_timeout(m_connection, m_busyTimeout);
     return true;

@@ -6,7 +6,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#if defined(__linux__)
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <sys/mman.h>
 #endif
 
@@ -26,41 +28,54 @@ public:
     void SetProperty(int, CEntityComponentProperty*) override {}
 };
 
-// Memory for components. On Linux every second one lies 4 GiB behind the one before it, and so has the same hash.
+// Memory for components. Every second one lies 4 GiB behind the one before it, and so has the same hash.
 class Places
 {
 public:
     static constexpr std::size_t kCount = 128;
 
-#if defined(__linux__)
-    Places() : m_low(static_cast<std::byte*>(mmap(nullptr, kDistance + kSize, PROT_NONE, kFlags, -1, 0)))
+    Places() : m_low(Reserve())
     {
         for (std::byte* part : {m_low, m_low + kDistance})
-            EXPECT_EQ(mprotect(part, kSize, PROT_READ | PROT_WRITE), 0);
+            EXPECT_TRUE(Allow(part));
     }
-    ~Places()
-    {
-        munmap(m_low, kDistance + kSize);
-    }
-    void* Get(std::size_t i) const
-    {
-        return m_low + i / 2 * sizeof(Plain) + (i % 2) * kDistance;
-    }
+    ~Places() { Release(m_low); }
+    void* Get(std::size_t i) const { return m_low + i / 2 * sizeof(Plain) + (i % 2) * kDistance; }
 
 private:
-    static constexpr int kFlags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
     static constexpr std::size_t kDistance = std::size_t{1} << 32;
     static constexpr std::size_t kSize = std::size_t{1} << 16;
-    std::byte* m_low;
-#else
-    void* Get(std::size_t i)
-    {
-        return m_memory + i * sizeof(Plain);
-    }
 
-private:
-    alignas(Plain) std::byte m_memory[kCount * sizeof(Plain)];
+#if defined(_WIN32)
+    static std::byte* Reserve()
+    {
+        return static_cast<std::byte*>(VirtualAlloc(nullptr, kDistance + kSize, MEM_RESERVE, PAGE_NOACCESS));
+    }
+    static bool Allow(std::byte* part)
+    {
+        return VirtualAlloc(part, kSize, MEM_COMMIT, PAGE_READWRITE) != nullptr;
+    }
+    static void Release(std::byte* memory)
+    {
+        VirtualFree(memory, 0, MEM_RELEASE);
+    }
+#else
+    static std::byte* Reserve()
+    {
+        constexpr int kFlags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
+        return static_cast<std::byte*>(mmap(nullptr, kDistance + kSize, PROT_NONE, kFlags, -1, 0));
+    }
+    static bool Allow(std::byte* part)
+    {
+        return mprotect(part, kSize, PROT_READ | PROT_WRITE) == 0;
+    }
+    static void Release(std::byte* memory)
+    {
+        munmap(memory, kDistance + kSize);
+    }
 #endif
+
+    std::byte* m_low;
 };
 
 std::vector<CEntityComponent*> GetAll(const CEntityComponentDatabase& database)

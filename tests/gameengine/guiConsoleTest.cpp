@@ -262,6 +262,7 @@ TEST_F(GuiConsole, VariablesKeepTheirTypeAndRange)
     };
     EXPECT_TRUE(variables.Add("speed", {.value = 2.0F, .low = 0.5, .high = 100000, .help = "Fast.", .changed = tell}));
     EXPECT_TRUE(variables.Add("count", {.value = 3, .low = -5, .high = 100000}));
+    EXPECT_TRUE(variables.Add("share", {.value = 0.01F, .low = 0.01, .high = 0.3}));
     EXPECT_TRUE(variables.Add("fog", {.value = true}));
     EXPECT_TRUE(variables.Add("title", {.value = "a b", .high = 5}));
     {
@@ -282,6 +283,8 @@ TEST_F(GuiConsole, VariablesKeepTheirTypeAndRange)
         {"set count", "[ERROR] count takes another value: int, -5 to 100000."},
         {"reset count", "count = 3 (int, -5 to 100000)"},
         {"set speed nan", "[ERROR] speed takes another value: float, 0.5 to 100000."},
+        {"set share 0.3", "share = 0.3 (float, 0.01 to 0.3, at first 0.01)"},
+        {"set share 0.0099", "[ERROR] share takes another value: float, 0.01 to 0.3."},
         {"set fog OFF", "fog = false (bool, at first true)"},
         {"toggle fog", "fog = true (bool)"},
         {"toggle count", "[ERROR] count takes another value: int, -5 to 100000."},
@@ -338,6 +341,24 @@ TEST_F(GuiConsole, ScriptsAndAliasesEnd)
     lines = Execute("wider");
     EXPECT_NE(lines.back().find("10000 commands"), std::string::npos);
 
+    int count = 0;
+    m_console.AddHandler("c", [&](const std::string&, const std::string&) { ++count; });
+    many.clear();
+    for (int i = 0; i < 10000; ++i)
+        many += "c\n";
+    write("most.cfg", many);
+    EXPECT_EQ(Execute("exec most.cfg"), Lines());
+    EXPECT_EQ(count, 10000);
+    write("over.cfg", "exec most.cfg\nc");
+    EXPECT_EQ(Execute("exec over.cfg").size(), 1U);
+    EXPECT_EQ(count, 19999) << "one of them is exec";
+    write("blank.cfg", std::string(1 << 20, ' '));
+    Execute("alias blanks exec blank.cfg; exec blank.cfg; exec blank.cfg");
+    EXPECT_EQ(Execute("alias blank blanks; blanks"), Lines());
+    EXPECT_EQ(Execute("blank"), Lines());
+    write("blanks.cfg", "blank\nblank\nc");
+    EXPECT_EQ(Execute("exec blanks.cfg"), Lines{"[ERROR] The script ends here: it is too long."});
+    EXPECT_EQ(count, 19999);
     EXPECT_EQ(Execute("alias exec echo"), Lines{"[ERROR] \"exec\" is a command and cannot be an alias."});
     EXPECT_EQ(Execute("alias hi"), Lines{"hi = echo hello; echo"});
     EXPECT_EQ(Execute("alias gone unalias gone; echo still"), Lines());
@@ -367,6 +388,16 @@ TEST_F(GuiConsole, TheLogComesInFromAllThreadsAndGoesOut)
     std::vector<std::byte> content;
     EXPECT_TRUE(GetFileSystem().FileIn(folder.Path("l\xC3\xB6g.txt"), content));
     EXPECT_EQ(content.size(), clipboard.size() + std::string("Copied 3 messages.\n").size());
+    // A script, which may be somebody else's, writes nowhere but there.
+    for (const std::string& name : {folder.Path("no.txt"), std::string("a/../../no.txt")})
+    {
+        m_console.Execute("alias away log.save " + name);
+        m_console.Execute("away");
+        EXPECT_TRUE(m_console.GetMessages().back().ends_with("user folder only.")) << name;
+    }
+    m_console.Execute("alias here log.save yes.txt");
+    m_console.Execute("here");
+    EXPECT_TRUE(m_console.GetMessages().back().starts_with("Wrote"));
 
     std::thread flood(
         []
@@ -410,6 +441,9 @@ TEST_F(GuiConsole, DrawsTheViewAboveTheInput)
     EXPECT_LT(texts[" x"].rect.y, texts["echo hey"].rect.y);
     EXPECT_NE(texts["9"].color, texts[" x"].color);
     EXPECT_EQ(texts.size(), 2U + 3U + 2U) << "prompt, input, the three rows of the newest, and what has room above";
+    Run("type:" + std::string(5000, 'x') + "end");
+    m_console.RenderGUI(draw, 400, 200);
+    EXPECT_TRUE(draw.calls[draw.calls.size() - 2].text.ends_with("xend"));
     m_console.RenderGUI(draw, 0, 0);
     m_console.RenderGUI(draw, 3, 3);
     EXPECT_EQ(draw.clips, 0);

@@ -92,7 +92,7 @@ TemporaryFolder::TemporaryFolder()
     {
         path = std::filesystem::temp_directory_path() / ("tamra-test-" + std::to_string(random()));
     } while (!std::filesystem::create_directory(path));
-    m_path = path.string();
+    m_path = path.generic_string();
 }
 
 TemporaryFolder::~TemporaryFolder()

@@ -1,14 +1,15 @@
 #include "support/expectations.h"
+#include "support/system.h"
 #include "tamradeps/io/fileSystem.h"
+#include "tamradeps/io/utf8Path.h"
+#include "tamradeps/platform/fileAccess.h"
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
 
 namespace
 {
@@ -20,13 +21,13 @@ protected:
     std::string Make(const std::string& name, const std::string& content = "old") const
     {
         const std::string path = m_folder.Path(name);
-        fs::create_directories(fs::path(path).parent_path());
-        std::ofstream(path, std::ios::binary) << content;
+        fs::create_directories(tamra::ToPath(path).parent_path());
+        std::ofstream(tamra::ToPath(path), std::ios::binary) << content;
         return path;
     }
     static std::string Read(const std::string& path)
     {
-        std::ifstream file(path, std::ios::binary);
+        std::ifstream file(tamra::ToPath(path), std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
     bool Replace(const std::string& path, const std::string& content) const
@@ -49,7 +50,7 @@ TEST_F(FileSystem, NamesAreFoundInTheFirstFolderThatHasThem)
     const std::string temporary = Make("temporary/" + name);
     const std::string user = Make("user/" + name);
     const std::string second = Make("second/" + name);
-    fs::create_directories(m_folder.Path("first/" + name));
+    fs::create_directories(tamra::ToPath(m_folder.Path("first/" + name)));
 
     EXPECT_EQ(m_files.FindFile(name), "");
     m_files.SetTemporaryFolder(m_folder.Path("temporary"));
@@ -64,7 +65,7 @@ TEST_F(FileSystem, NamesAreFoundInTheFirstFolderThatHasThem)
     for (const std::string& bad : {m_folder.Path("user"), std::string(), second + '\0'})
         EXPECT_EQ(m_files.FindFile(bad), "");
     EXPECT_EQ(m_files.GetTemporaryFilePath("x"), m_folder.Path("temporary/x"));
-    EXPECT_EQ(m_files.GetTemporaryFilePath("/a/b"), "/a/b");
+    EXPECT_EQ(m_files.GetTemporaryFilePath(user), user);
     EXPECT_EQ(CFileSystem().GetTemporaryFilePath("x"), "x") << "the current directory";
 }
 
@@ -76,20 +77,23 @@ TEST_F(FileSystem, FileInReadsAllOrLeavesTheContent)
     ASSERT_TRUE(m_files.FileIn(path, content, 7));
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(content.data()), content.size()), data);
 
-    const std::string pipe = m_folder.Path("pipe");
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    const test::ExpectLog expected{"7 bytes are more than the limit of 6",
-                                   "no such file",
-                                   "no such file",
-                                   "no such file",
-                                   "no regular file",
-                                   "not as long",
-                                   "not as long"};
-    EXPECT_FALSE(m_files.FileIn(path, content, 6));
-    for (const std::string& name : {m_folder.Path(""), std::string("missing"), path + '\0', pipe})
-        EXPECT_FALSE(m_files.FileIn(name, content)) << name;
-    // One cannot be read, and both are not as long as they say.
-    EXPECT_FALSE(m_files.FileIn("/proc/self/mem", content) || m_files.FileIn("/proc/self/stat", content));
+    const auto refuse = [&](const std::string& name, const char* reason, std::size_t limit = 1000)
+    {
+        const test::ExpectLog expected{reason};
+        EXPECT_FALSE(m_files.FileIn(name, content, limit)) << name;
+    };
+    refuse(path, "7 bytes are more than the limit of 6", 6);
+    for (const std::string& name : {m_folder.Path(""), std::string("missing"), path + '\0'})
+        refuse(name, "no such file");
+    if (test::kIsUnix)
+    {
+        const std::string pipe = m_folder.Path("pipe");
+        ASSERT_TRUE(test::MakePipe(pipe));
+        refuse(pipe, "no regular file");
+        // One cannot be read, and both are not as long as they say.
+        refuse("/proc/self/mem", "not as long");
+        refuse("/proc/self/stat", "not as long");
+    }
     EXPECT_EQ(content.size(), 7U);
     EXPECT_TRUE(m_files.FileIn(Make("none", ""), content));
     EXPECT_TRUE(content.empty());
@@ -98,17 +102,62 @@ TEST_F(FileSystem, FileInReadsAllOrLeavesTheContent)
 TEST_F(FileSystem, FileReplacePutsTheNewContentInPlace)
 {
     const std::string path = Make("scene \xC3\xA4.mfs");
-    fs::permissions(path, fs::perms(0640));
-    const std::string link = m_folder.Path("link");
-    fs::create_symlink(path, link);
     EXPECT_TRUE(Replace(path, std::string("new\0", 4)));
     EXPECT_EQ(Read(path), std::string("new\0", 4));
+    EXPECT_TRUE(Replace(m_folder.Path(std::string(255, 'x')), "")) << "the longest name that a folder takes";
+    EXPECT_EQ(CountFiles(), 2);
+    if (!test::kIsUnix)
+        return;
+    fs::permissions(tamra::ToPath(path), fs::perms(0640));
+    const std::string link = m_folder.Path("link");
+    fs::create_symlink(tamra::ToPath(path), link);
     EXPECT_TRUE(Replace(link, "through"));
     EXPECT_EQ(Read(path), "through");
     EXPECT_TRUE(fs::is_symlink(link));
-    EXPECT_EQ(fs::status(path).permissions(), fs::perms(0640));
-    EXPECT_TRUE(Replace(m_folder.Path(std::string(255, 'x')), "")) << "the longest name that a folder takes";
+    EXPECT_EQ(fs::status(tamra::ToPath(path)).permissions(), fs::perms(0640));
     EXPECT_EQ(CountFiles(), 3);
+}
+
+TEST_F(FileSystem, WhoReadsAFileKeepsItsOldContentWhenItIsReplaced)
+{
+    const std::string path = Make("scene");
+    const std::unique_ptr<std::FILE, decltype(&std::fclose)> reader(tamra::platform::OpenForReading(path),
+                                                                    &std::fclose);
+    ASSERT_TRUE(reader);
+    if (!test::CanReplaceOpenFiles())
+    {
+        const test::ExpectLog expected{"cannot write"};
+        EXPECT_FALSE(Replace(path, "new"));
+        EXPECT_EQ(Read(path), "old");
+        EXPECT_EQ(CountFiles(), 1);
+        return;
+    }
+    EXPECT_TRUE(Replace(path, "new"));
+    char bytes[4] = {};
+    EXPECT_EQ(std::fread(bytes, 1, 4, reader.get()), 3U);
+    EXPECT_STREQ(bytes, "old");
+    EXPECT_EQ(Read(path), "new");
+}
+
+// Longer than the 260 characters that some systems take without further ado.
+TEST_F(FileSystem, NamesMayBeLong)
+{
+    std::string folder = m_folder.Path("");
+    while (folder.size() < 400)
+    {
+        folder += "a folder \xC3\xA4\xE2\x82\xAC with a name of its own/";
+        fs::create_directory(tamra::platform::GetSystemPath(tamra::ToPath(folder)));
+    }
+    const std::string path = folder + "scene.mfs";
+    EXPECT_TRUE(Replace(path, "one") && Replace(path, "two"));
+    std::vector<std::byte> content;
+    EXPECT_TRUE(m_files.FileIn(path, content));
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(content.data()), content.size()), "two");
+    m_files.AddRoot(folder);
+    EXPECT_EQ(m_files.FindFile("scene.mfs"), path);
+    const std::uint64_t stamp = m_files.GetFileStamp("scene.mfs");
+    EXPECT_TRUE(Replace(path, "three"));
+    EXPECT_NE(m_files.GetFileStamp("scene.mfs"), stamp);
 }
 
 TEST_F(FileSystem, AFailedReplaceLeavesTheOldFileAlone)
@@ -116,33 +165,35 @@ TEST_F(FileSystem, AFailedReplaceLeavesTheOldFileAlone)
     const std::string path = Make("scene");
     const std::string folder = m_folder.Path("folder");
     const std::string locked = Make("locked");
-    const std::string loop = m_folder.Path("loop");
-    const std::string pipe = m_folder.Path("pipe");
     fs::create_directory(folder);
     fs::permissions(locked, fs::perms(0444));
-    fs::create_symlink(loop, loop);
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const auto refuse = [&](const std::string& bad, const char* reason)
     {
-        const test::ExpectLog expected{"no regular file", "write-protected", "symbolic links", "no regular file",
-                                       "No such file",    "zero byte",       "empty"};
-        const std::string missing = m_folder.Path("missing/file");
-        for (const std::string& bad : {folder, locked, loop, pipe, missing, path + '\0', std::string()})
-            EXPECT_FALSE(Replace(bad, "new")) << bad;
-    }
-    // The disk takes the first bytes only.
-    rlimit before = {};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit small = {5000, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    {
-        const test::ExpectLog expected{"too large"};
-        EXPECT_FALSE(Replace(path, std::string(10000, 'n')));
-    }
-    setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
-    EXPECT_EQ(Read(path), "old");
+        const test::ExpectLog expected{reason};
+        EXPECT_FALSE(Replace(bad, std::string(10000, 'n'))) << bad;
+    };
+    refuse(folder, "no regular file");
+    refuse(locked, "write-protected");
+    refuse(m_folder.Path("missing/file"), "cannot write");
+    refuse(path + '\0', "zero byte");
+    refuse("", "empty");
     EXPECT_EQ(Read(locked), "old");
+    EXPECT_EQ(CountFiles(), 3);
+    fs::permissions(locked, fs::perms(0644));
+    if (!test::kIsUnix)
+        return;
+    const std::string loop = m_folder.Path("loop");
+    fs::create_symlink(loop, loop);
+    refuse(loop, "symbolic links");
+    const std::string pipe = m_folder.Path("pipe");
+    ASSERT_TRUE(test::MakePipe(pipe));
+    refuse(pipe, "no regular file");
+    {
+        // The disk takes the first bytes only.
+        const test::FileSizeLimit limit(5000);
+        refuse(path, "too large");
+    }
+    EXPECT_EQ(Read(path), "old");
     EXPECT_EQ(CountFiles(), 5);
 }
 } // namespace

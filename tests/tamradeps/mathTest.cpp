@@ -1,6 +1,8 @@
 #include "support/random.h"
 #include "tamradeps/collision/primAABB.h"
 #include "tamradeps/collision/primFrustum.h"
+#include "tamradeps/core/crc64.h"
+#include "tamradeps/math/angle.h"
 #include "tamradeps/math/matrix.h"
 
 #include <algorithm>
@@ -73,6 +75,32 @@ struct Clip
     // How far inside the volume, as a part of w.
     double Margin() const { return 1.0 - std::max({std::abs(x), std::abs(y), std::abs(z)}) / w; }
 };
+
+TEST(Angle, FunctionsAreAsExactAsFloatsCanTell)
+{
+    test::Random random(7);
+    for (int i = 0; i < 20000; ++i)
+    {
+        const float angle = random.Between(-1, 1) * std::pow(10.0F, random.Between(-8, 6));
+        const double exact = static_cast<double>(angle);
+        const auto [sine, cosine] = GetSineAndCosine(angle);
+        ASSERT_NEAR(sine, std::sin(exact), std::abs(std::sin(exact)) * 0x1.02p-24) << angle;
+        ASSERT_NEAR(cosine, std::cos(exact), std::abs(std::cos(exact)) * 0x1.02p-24) << angle;
+        ASSERT_NEAR(GetTangent(angle), std::tan(exact), std::abs(std::tan(exact)) * 0x1.02p-24) << angle;
+    }
+    EXPECT_NEAR(GetSineAndCosine(1e9F).sine, std::sin(1e9), 1e-6);
+    for (const float angle : {INFINITY, -INFINITY, NAN})
+        EXPECT_TRUE(std::isnan(GetSineAndCosine(angle).sine) && std::isnan(GetSineAndCosine(angle).cosine));
+    // The same bits on every machine.
+    std::uint64_t hash = 0;
+    for (int i = 0; i < 20000; ++i)
+    {
+        const float angle = random.Between(-1000, 1000);
+        const float bits[] = {GetSineAndCosine(angle).sine, GetSineAndCosine(angle).cosine, GetTangent(angle)};
+        hash = HashCRC64Data(bits, sizeof bits, hash);
+    }
+    EXPECT_EQ(hash, 3808729432511609621U);
+}
 
 TEST(Matrix, EulerTurnsAboutFixedXThenYThenZ)
 {

@@ -1,4 +1,8 @@
+#include "support/childProcess.h"
 #include "support/expectations.h"
+#include "support/system.h"
+#include "tamradeps/io/utf8Path.h"
+#include "tamradeps/platform/fileAccess.h"
 #include "tamradeps/sqlite/database.h"
 #include "tamradeps/sqlite/query.h"
 #include "tamradeps/sqlite/transaction.h"
@@ -11,9 +15,6 @@
 #include <thread>
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace
 {
@@ -37,6 +38,7 @@ protected:
         return count.getInt64(0);
     }
     std::int64_t Count() { return Count(m_database); }
+    static bool Exists(const std::string& path) { return fs::exists(tamra::ToPath(path)); }
     bool Insert() { return m_database.execute("INSERT INTO t(v) VALUES(1)"); }
 
     test::TemporaryFolder m_folder;
@@ -163,14 +165,14 @@ TEST_F(SQLite, TransactionsKeepAllOrNothing)
     EXPECT_EQ(Count(), 0);
     sqlite::transaction kept(m_database);
     EXPECT_TRUE(Insert());
-    EXPECT_TRUE(fs::exists(m_path + "-journal"));
+    EXPECT_TRUE(Exists(m_path + "-journal"));
     EXPECT_TRUE(kept.commit());
     kept.rollback();
     const test::ExpectLog expected{"cannot commit"};
     EXPECT_FALSE(kept.commit());
     EXPECT_EQ(Count(), 1);
-    EXPECT_FALSE(fs::exists(m_path + "-journal")) << "a scene is one file";
-    EXPECT_FALSE(fs::exists(m_path + "-wal"));
+    EXPECT_FALSE(Exists(m_path + "-journal")) << "a scene is one file";
+    EXPECT_FALSE(Exists(m_path + "-wal"));
 }
 
 TEST_F(SQLite, ACommitThatFailsIsRolledBack)
@@ -241,23 +243,34 @@ TEST_F(SQLite, WhatIsNoDatabaseIsRefusedAtOpen)
     };
     const std::string junk = write("junk", std::string(5000, 'x'));
     ASSERT_TRUE(m_database.execute("INSERT INTO t(v) VALUES(zeroblob(20000))"));
-    std::ifstream whole(m_path, std::ios::binary);
+    std::ifstream whole(tamra::ToPath(m_path), std::ios::binary);
     std::string bytes(9000, '\0');
     whole.read(bytes.data(), 9000);
     const std::string cut = write("cut", bytes);
     std::memset(&bytes[100], 0xEE, 3000);
     const std::string spoiled = write("spoiled", bytes);
-    const std::string pipe = m_folder.Path("pipe");
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-
     sqlite::database database;
-    const test::ExpectLog expected{"not a database", "malformed", "malformed",      "folder",        "no regular file",
-                                   "empty",          "zero byte", "unable to open", "unable to open"};
+    const auto refuse = [&](const std::string& path, const char* reason, OpenMode mode = OpenMode::ReadWriteCreate)
+    {
+        const test::ExpectLog expected{reason};
+        EXPECT_FALSE(database.open(path, mode)) << path;
+    };
+    refuse(junk, "not a database");
+    refuse(cut, "malformed");
+    refuse(spoiled, "malformed");
+    refuse(m_folder.Path(""), "folder");
+    refuse("", "empty");
+    refuse(std::string("a\0b", 3), "zero byte");
+    if (test::kIsUnix)
+    {
+        ASSERT_TRUE(test::MakePipe(m_folder.Path("pipe")));
+        refuse(m_folder.Path("pipe"), "no regular file");
+    }
+    else
+        refuse("\xC3(", "not UTF-8");
     const std::string missing = m_folder.Path("missing");
-    for (const std::string& path : {junk, cut, spoiled, m_folder.Path(""), pipe, std::string(), std::string("a\0b", 3)})
-        EXPECT_FALSE(database.open(path)) << path;
-    EXPECT_FALSE(database.open(missing, OpenMode::ReadWrite));
-    EXPECT_FALSE(database.open(missing, OpenMode::ReadOnly));
+    refuse(missing, "unable to open", OpenMode::ReadWrite);
+    refuse(missing, "unable to open", OpenMode::ReadOnly);
     EXPECT_FALSE(fs::exists(missing) || database.isOpen());
     EXPECT_EQ(database.getPath(), "");
     EXPECT_TRUE(database.open(write("new", "")) && !database.tableExists("t")) << "an empty file is an empty database";
@@ -267,50 +280,50 @@ TEST_F(SQLite, ReadOnlyFilesOpenForReading)
 {
     ASSERT_TRUE(Insert());
     m_database.close();
-    fs::permissions(m_path, fs::perms(0444));
-    fs::permissions(fs::path(m_path).parent_path(), fs::perms(0755));
-    // For the superuser no file is read-only.
-    const uid_t user = geteuid();
-    ASSERT_TRUE(user != 0 || seteuid(65534) == 0);
-    for (const OpenMode mode : {OpenMode::ReadWriteCreate, OpenMode::ReadWrite, OpenMode::ReadOnly})
+    const fs::path path = tamra::ToPath(m_path);
+    fs::permissions(path, fs::perms(0444));
+    fs::permissions(path.parent_path(), fs::perms(0755));
+    for (const OpenMode mode : {OpenMode::ReadOnly, OpenMode::ReadWrite, OpenMode::ReadWriteCreate})
     {
+        if (mode != OpenMode::ReadOnly && !test::CanProtectFiles())
+            break;
+        const test::NoSuperuser user;
         EXPECT_TRUE(m_database.open(m_path, mode) && m_database.isReadOnly());
         EXPECT_EQ(Count(), 1);
         const test::ExpectLog expected{"readonly"};
         EXPECT_FALSE(Insert());
     }
-    ASSERT_EQ(seteuid(user), 0);
+    m_database.close();
+    fs::permissions(path, fs::perms(0644));
 }
 
 TEST_F(SQLite, FilesWithAWriteAheadLogBecomeOneFile)
 {
     ASSERT_TRUE(m_database.execute("PRAGMA journal_mode=WAL") && Insert());
-    EXPECT_TRUE(fs::exists(m_path + "-wal"));
+    EXPECT_TRUE(Exists(m_path + "-wal"));
     ASSERT_TRUE(m_database.open(m_path) && Insert());
-    EXPECT_FALSE(fs::exists(m_path + "-wal"));
+    EXPECT_FALSE(Exists(m_path + "-wal"));
     EXPECT_EQ(Count(), 2);
 }
 
 TEST_F(SQLite, AKilledProcessLeavesTheLastCommit)
 {
-    m_database.close();
-    const pid_t child = fork();
-    if (child == 0)
+    const auto work = [](const std::string& path)
     {
         sqlite::database database;
-        database.open(m_path);
+        database.open(path);
         database.execute("PRAGMA cache_size=1; INSERT INTO t(v) VALUES(1)");
         sqlite::transaction transaction(database);
         // More than the cache holds, so that the file itself has been written to.
         for (int i = 0; i < 200; ++i)
             database.execute("INSERT INTO t(v) VALUES(zeroblob(10000))");
-        kill(getpid(), SIGKILL);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFSIGNALED(status));
-    EXPECT_GT(fs::file_size(m_path), 1000000U);
-    ASSERT_TRUE(fs::exists(m_path + "-journal"));
+        test::ChildProcess::KillSelf();
+    };
+    test::ChildProcess::RunIfChild(work);
+    m_database.close();
+    ASSERT_TRUE(test::ChildProcess(work, m_path).Wait());
+    EXPECT_GT(fs::file_size(tamra::ToPath(m_path)), 1000000U);
+    ASSERT_TRUE(Exists(m_path + "-journal"));
     ASSERT_TRUE(m_database.open(m_path));
     EXPECT_EQ(Count(), 1);
 }
@@ -322,11 +335,34 @@ TEST_F(SQLite, TableNamesAreFoundAsSQLiteComparesThem)
     EXPECT_TRUE(m_database.tableExists("o'x"));
     EXPECT_FALSE(m_database.tableExists("seen"));
     EXPECT_FALSE(m_database.tableExists(""));
+    if (!test::kIsUnix)
+        return;
     // Some builds of SQLite would take this for an address with options.
     const fs::path before = fs::current_path();
     fs::current_path(fs::path(m_path).parent_path());
     EXPECT_TRUE(m_database.open("file:x?mode=memory") && m_database.execute("CREATE TABLE a(b)"));
     EXPECT_TRUE(fs::exists("file:x?mode=memory"));
     fs::current_path(before);
+}
+
+TEST_F(SQLite, NamesMayBeLong)
+{
+    std::string folder = m_folder.Path("");
+    while (folder.size() < 400)
+    {
+        folder += "a folder \xC3\xA4\xE2\x82\xAC with a name of its own/";
+        fs::create_directory(tamra::platform::GetSystemPath(tamra::ToPath(folder)));
+    }
+    const std::string path = folder + "scene.sdb";
+    ASSERT_TRUE(m_database.open(path) && m_database.execute("CREATE TABLE t(v)"));
+    {
+        sqlite::transaction transaction(m_database);
+        EXPECT_TRUE(Insert());
+        const auto journal = tamra::platform::GetSystemPath(tamra::ToPath(path + "-journal"));
+        EXPECT_EQ(tamra::platform::GetFileStatus(journal).kind, tamra::platform::FileKind::Regular);
+        EXPECT_TRUE(transaction.commit());
+    }
+    ASSERT_TRUE(m_database.open(path, OpenMode::ReadOnly));
+    EXPECT_EQ(Count(), 1);
 }
 } // namespace

@@ -1,11 +1,11 @@
 // guitool as a program of its own, and the .gui files that are shipped, as it finds them.
 
 #include "support/expectations.h"
+#include "support/program.h"
 #include "tamraengine/renderer/imageDecoder.h"
 #include "tests/tools/townFixture.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 
@@ -24,19 +24,14 @@ protected:
     // Runs the program with arguments that may hold names of the test's folder as "@name".
     int Run(const std::string& arguments)
     {
-        // Without a display, and from a folder without assets.
-        std::string command =
-            "cd " + Path("") + " && env -u DISPLAY -u WAYLAND_DISPLAY " TAMRA_PROGRAM_FOLDER "/guitool " + arguments;
+        std::string command = arguments;
         for (std::size_t at = command.find('@'); at != std::string::npos; at = command.find('@'))
             command.replace(at, 1, Path(""));
-        const int status = std::system((command + " >" + Path("out.txt") + " 2>" + Path("err.txt")).c_str());
-        m_output = test::ReadFile(Path("out.txt"));
-        m_errors = test::ReadFile(Path("err.txt"));
-#if defined(_WIN32)
-        return status;
-#else
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#endif
+        // Without a display, and from a folder without assets.
+        test::ProgramResult result = test::RunProgram("guitool", command, Path(""), {"DISPLAY", "WAYLAND_DISPLAY"});
+        m_output = std::move(result.output);
+        m_errors = std::move(result.errors);
+        return result.exitCode;
     }
     bool HasOneErrorWith(const std::string& part) const
     {

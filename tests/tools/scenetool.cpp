@@ -3,24 +3,20 @@
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "gameengine/engine/scene.h"
 #include "support/expectations.h"
+#include "support/program.h"
 #include "tamradeps/sqlite/database.h"
 #include "tests/tools/townFixture.h"
 #include "tools/sceneTools/sceneConvert.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 
 #include <gtest/gtest.h>
 
 namespace
 {
-struct Result
+struct Result : test::ProgramResult
 {
-    int exitCode = -1;
-    std::string output;
-    std::string errors;
-
     bool Prints(const std::string& text) const { return output.find(text) != std::string::npos; }
 };
 
@@ -32,20 +28,10 @@ protected:
     // Runs the program with arguments that may hold names of the test's folder as "@name".
     Result Run(const std::string& arguments) const
     {
-        std::string command = TAMRA_PROGRAM_FOLDER "/scenetool " + arguments;
+        std::string command = arguments;
         for (std::size_t at = command.find('@'); at != std::string::npos; at = command.find('@'))
             command.replace(at, 1, Path(""));
-        command += " >" + Path("out.txt") + " 2>" + Path("err.txt");
-        Result result;
-        const int status = std::system(command.c_str());
-#if defined(_WIN32)
-        result.exitCode = status;
-#else
-        result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#endif
-        result.output = test::ReadFile(Path("out.txt"));
-        result.errors = test::ReadFile(Path("err.txt"));
-        return result;
+        return {test::RunProgram("scenetool", command)};
     }
 
     void ExpectBadInput(const std::string& arguments, const std::string& reason) const

@@ -252,8 +252,8 @@ void DrawI::FrameRoundRect(const GuiRecti& rect, int radius, Color color)
         return FrameRect(rect, color, 1);
     if (static_cast<std::int64_t>(rect.w) * rect.h <= kLargestHollow)
         return i_Round(rect, rect, radius, QuadKind::Ring, color);
-    const int right = rect.x + rect.w - radius;
-    const int lower = rect.y + rect.h - radius;
+    const int right = Tools_ToInt32(static_cast<double>(rect.x) + rect.w - radius);
+    const int lower = Tools_ToInt32(static_cast<double>(rect.y) + rect.h - radius);
     for (const auto& [x, y] : {Vec2<int>(rect.x, rect.y), {right, rect.y}, {rect.x, lower}, {right, lower}})
         i_Round({x, y, radius, radius}, rect, radius, QuadKind::Ring, color);
     const Edges e(rect);

@@ -24,7 +24,8 @@ int CQuadPicture::AddPiece(std::size_t first, std::size_t batchesBefore, const C
     const std::size_t batches = quads.GetBatches().size();
     const bool isInOne =
         batches == batchesBefore || (batches == batchesBefore + 1 && quads.GetBatches().back().first == first);
-    if (!isInOne)
+    // A piece that began elsewhere may begin behind the end.
+    if (!isInOne || first > quads.GetQuads().size())
         return -1;
     std::size_t room = count;
     if (count > 0)
@@ -95,7 +96,7 @@ void DrawI::BeginPicture(DrawPicture& picture)
 
 void DrawI::EndPicture()
 {
-    if (!m_frame->picture)
+    if (!m_frame->picture || m_frame->replaced)
         return;
     m_frame->picture = nullptr;
     m_frame->list = &m_frame->quads;
@@ -111,7 +112,8 @@ void DrawI::BeginPiece()
 int DrawI::EndPiece()
 {
     Frame& frame = *m_frame;
-    return frame.picture ? frame.picture->AddPiece(frame.pieceFirst, frame.pieceBatches, frame.GetClip()) : -1;
+    const bool isNew = frame.picture && !frame.replaced;
+    return isNew ? frame.picture->AddPiece(frame.pieceFirst, frame.pieceBatches, frame.GetClip()) : -1;
 }
 
 void DrawI::BeginReplace(DrawPicture& picture, int piece)

@@ -30,6 +30,14 @@ bool IsInRange(const Glyph& glyph)
     return std::all_of(std::begin(values), std::end(values), [](float v) { return v >= kMinValue && v <= kMaxValue; });
 }
 
+// What a file of text holds of a number.
+void Round(Glyph& glyph)
+{
+    for (float* const value : {&glyph.textureX, &glyph.textureY, &glyph.textureWidth, &glyph.textureHeight,
+                               &glyph.width, &glyph.height, &glyph.offsetX, &glyph.offsetY, &glyph.advance})
+        *value = static_cast<float>(std::round(static_cast<double>(*value) * 1e6) / 1e6);
+}
+
 // Why no font can be made of the body; null when one can.
 const char* FindFault(const FontBody& body)
 {
@@ -139,6 +147,7 @@ bool Font::Create(FontBody body)
     Destroy();
     if (const char* fault = FindFault(body))
         return Refuse("parts", fault);
+    std::for_each(body.glyphs.begin(), body.glyphs.end(), Round);
     body.texture = nullptr;
     renderer::CRenderer* const renderer = renderer::CRenderer::GetActive();
     if (renderer && renderer->HasDevice())

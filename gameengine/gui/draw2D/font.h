@@ -15,8 +15,8 @@
 
 namespace gui
 {
-/// Where a character lies in the bitmap of its font, and where it stands on a line. All in pixels; between -99 and 999,
-/// so that a file of text holds each value to the last digit.
+/// Where a character lies in the bitmap of its font, and where it stands on a line. All in pixels; between -99 and 999
+/// and, in a font, rounded to six decimals, so that a file of text holds each value to the last digit.
 struct Glyph
 {
     float textureX = 0.0F; ///< In the bitmap, from its upper left corner.

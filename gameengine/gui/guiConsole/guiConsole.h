@@ -183,8 +183,9 @@ private:
     bool m_isCursorShown = true;
 
     int m_scriptDepth = 0;
-    int m_scriptLines = 0; // run by the outermost script so far
-    std::string m_shown;   // a message as it is drawn
+    int m_scriptLines = 0;        // run by the outermost script so far
+    std::size_t m_scriptText = 0; // bytes that it has read
+    std::string m_shown;          // a message as it is drawn
 
     const std::thread::id m_thread = std::this_thread::get_id();
     std::atomic<bool> m_hasForeignMessages = false;

@@ -3,7 +3,9 @@
 #include "tamradeps/io/fileSystem.h"
 #include "tamradeps/io/utf8Path.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <filesystem>
 #include <utility>
 
 // The commands that every console has from the start.
@@ -13,6 +15,7 @@ namespace
 constexpr std::size_t kMaxScriptSize = std::size_t{1} << 20;
 constexpr int kMaxScriptDepth = 16;
 constexpr int kMaxScriptLines = 10000;
+constexpr std::size_t kMaxScriptText = std::size_t{1} << 23; // bytes that are split into commands in one go
 
 /// The first word, and what comes after the space behind it.
 std::pair<std::string, std::string> SplitWord(const std::string& text)
@@ -39,6 +42,13 @@ std::string GetUserPath(const std::string& name)
     const std::string& folder = GetFileSystem().GetUserFolder();
     return folder.empty() || tamra::ToPath(name).is_absolute() ? name : folder + '/' + name;
 }
+
+bool IsInUserFolder(const std::string& name)
+{
+    const std::filesystem::path path = tamra::ToPath(name);
+    return !GetFileSystem().GetUserFolder().empty() && !path.has_root_path() &&
+           std::find(path.begin(), path.end(), "..") == path.end();
+}
 } // namespace
 
 /// While one of these lives a script or an alias runs.
@@ -50,8 +60,10 @@ public:
     ScriptScope& operator=(const ScriptScope&) = delete;
     ~ScriptScope()
     {
-        if (--m_console.m_scriptDepth == 0)
-            m_console.m_scriptLines = 0;
+        if (--m_console.m_scriptDepth > 0)
+            return;
+        m_console.m_scriptLines = 0;
+        m_console.m_scriptText = 0;
     }
 
     /// False, with a message and everything that runs ended, when too much is nested.
@@ -59,13 +71,24 @@ public:
     {
         if (m_console.m_scriptDepth <= kMaxScriptDepth)
             return true;
-        m_console.AddMessage("[ERROR] " + InQuotes(name) + " runs itself, or is nested deeper than " +
-                             std::to_string(kMaxScriptDepth) + '.');
-        m_console.m_scriptLines = kMaxScriptLines;
-        return false;
+        return i_End(InQuotes(name) + " runs itself, or is nested deeper than " + std::to_string(kMaxScriptDepth) +
+                     '.');
+    }
+    /// The same when there is too much to read.
+    bool HasRoomFor(std::string_view text) const
+    {
+        m_console.m_scriptText += text.size();
+        return m_console.m_scriptText <= kMaxScriptText || i_End("The script ends here: it is too long.");
     }
 
 private:
+    bool i_End(const std::string& why) const
+    {
+        m_console.AddMessage("[ERROR] " + why);
+        m_console.m_scriptLines = kMaxScriptLines + 1;
+        return false;
+    }
+
     CGuiConsole& m_console;
 };
 
@@ -231,6 +254,9 @@ void CGuiConsole::i_SaveLog(const std::string& fileName)
 {
     if (fileName.empty())
         return i_Help("log.save");
+    // Who wrote a script may not be who runs it.
+    if (m_scriptDepth > 0 && !IsInUserFolder(fileName))
+        return AddMessage("[ERROR] Scripts and aliases write to the user folder only.");
     const std::string path = GetUserPath(fileName);
     const std::string text = i_JoinMessages();
     // A failure is a line of the log, which comes here.
@@ -271,6 +297,8 @@ void CGuiConsole::i_RunAlias(const std::string& name, const std::string& argumen
     std::string commands = m_commands.find(name)->second.alias;
     if (!arguments.empty())
         commands += ' ' + arguments;
+    if (!scope.HasRoomFor(commands))
+        return;
     for (const std::string_view command : Tools_StringSplit(commands, ';'))
     {
         const std::string line = Trim(command);
@@ -291,6 +319,8 @@ void CGuiConsole::i_ExecuteFile(const std::string& fileName)
     std::string_view text(reinterpret_cast<const char*>(content.data()), content.size());
     if (text.starts_with("\xEF\xBB\xBF"))
         text.remove_prefix(3);
+    if (!scope.HasRoomFor(text))
+        return;
     int number = 0;
     for (const std::string_view piece : Tools_StringSplit(text, '\n'))
     {
@@ -307,13 +337,10 @@ void CGuiConsole::i_ExecuteFile(const std::string& fileName)
 
 bool CGuiConsole::i_ExecuteOfScript(const std::string& line)
 {
-    if (m_scriptLines >= kMaxScriptLines)
-        return false;
-    ++m_scriptLines;
-    const bool isLast = m_scriptLines == kMaxScriptLines;
-    if (isLast)
+    if (m_scriptLines == kMaxScriptLines)
         AddMessage("[ERROR] The script ends here: it has run " + std::to_string(kMaxScriptLines) + " commands.");
-    else
-        Execute(line);
-    return m_scriptLines < kMaxScriptLines;
+    if (++m_scriptLines > kMaxScriptLines)
+        return false;
+    Execute(line);
+    return m_scriptLines <= kMaxScriptLines;
 }

@@ -15,6 +15,12 @@ namespace
 constexpr std::array<const char*, 4> kTypeNames = {"bool", "int", "float", "text"};
 constexpr double kNoEnd = std::numeric_limits<double>::max();
 
+float ToFloat(double end)
+{
+    constexpr double kLargest = std::numeric_limits<float>::max();
+    return static_cast<float>(std::clamp(end, -kLargest, kLargest));
+}
+
 std::string ToText(float number)
 {
     std::array<char, 64> text;
@@ -37,7 +43,7 @@ std::string ToText(const GuiConsoleValue& value)
 // The ends of a range are written like the values between them.
 std::string ToText(double end, const GuiConsoleValue& value)
 {
-    return std::holds_alternative<float>(value) ? ToText(static_cast<float>(end)) : std::to_string(std::llround(end));
+    return std::holds_alternative<float>(value) ? ToText(ToFloat(end)) : std::to_string(std::llround(end));
 }
 
 template <class Number>
@@ -79,12 +85,14 @@ double GetMeasure(const GuiConsoleValue& value)
     return 0.0;
 }
 
-// What is no number is in no range.
+// What is no number is in no range. The ends are taken as values of the variable's type: 0.3 as a float is more.
 bool IsAllowed(const GuiConsoleValue& value, const GuiConsoleVariable& variable)
 {
     const double measure = GetMeasure(value);
-    return std::holds_alternative<bool>(value) ||
-           (std::isfinite(measure) && measure >= variable.low && measure <= variable.high);
+    const bool isFloat = std::holds_alternative<float>(value);
+    const double low = isFloat ? ToFloat(variable.low) : variable.low;
+    const double high = isFloat ? ToFloat(variable.high) : variable.high;
+    return std::holds_alternative<bool>(value) || (std::isfinite(measure) && measure >= low && measure <= high);
 }
 
 // "float, 30 to 120"

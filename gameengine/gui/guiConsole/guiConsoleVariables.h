@@ -24,8 +24,8 @@ struct GuiConsoleVariable
 
     GuiConsoleValue value;
     /// What is allowed, both ends included: numbers, or the length of a text in bytes.
-    double low = -std::numeric_limits<double>::max();
-    double high = std::numeric_limits<double>::max();
+    double low = -(std::numeric_limits<double>::max)();
+    double high = (std::numeric_limits<double>::max)();
     std::string help = {};
     Changed changed = {};
 };
