@@ -105,6 +105,7 @@ int main(int count, char** values)
     app.add_option("--seed", options.seed, "Another life for each, 1");
     app.add_option("--folder", options.folder, "Where files go, a temporary folder unless given");
     app.add_flag("--no-device", hasNoDevice, "Cull without a device even if there is one");
+    app.add_flag("--lives", options.showsLives, "Print a hash of each kind of life after each season");
     app.footer("Exit codes: 0 all is well, 1 a difference or growing memory, 2 wrong usage.");
     try
     {

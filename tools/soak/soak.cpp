@@ -110,20 +110,30 @@ void CSoak::i_Round()
         m_lives[m_random.Below(m_lives.size())].life->Check();
 }
 
-void CSoak::i_CheckAll()
+void CSoak::i_CheckAll(const Print& print)
 {
     for (Entry& entry : m_lives)
         entry.life->Check();
-    std::string state;
+    std::string line = "  ";
     for (const Entry& entry : m_lives)
+    {
+        std::string state;
+        AppendBytes(state, m_hash);
+        const std::size_t start = state.size();
         entry.life->AppendState(state);
-    AppendBytes(state, m_hash);
-    m_hash = HashCRC64Data(state.data(), state.size());
+        m_hash = HashCRC64Data(state.data(), state.size());
+        char part[64];
+        std::snprintf(part, sizeof(part), "%s %04x  ", entry.life->GetName(),
+                      static_cast<unsigned>(HashCRC64Data(state.data() + start, state.size() - start) & 0xFFFF));
+        line += part;
+    }
+    if (m_options.showsLives)
+        print(line);
 }
 
 void CSoak::i_EndSeason(const Print& print)
 {
-    i_CheckAll();
+    i_CheckAll(print);
     for (Entry& entry : m_lives)
         entry.life->Empty();
     // Those of the world's entities that the store held went after the world.

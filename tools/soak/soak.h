@@ -22,7 +22,8 @@ struct Options
     std::uint64_t rounds = 0; ///< 0 for as many as there is time for.
     double minutes = 0.0;     ///< 0 for no end by time.
     std::string folder;
-    bool hasDevice = true; ///< Uses one where there is one.
+    bool hasDevice = true;   ///< Uses one where there is one.
+    bool showsLives = false; ///< Prints a hash of each life's state after each season.
 };
 
 /// All kinds of life together, in rounds: each round one of them takes a step. After every season of rounds all are
@@ -58,7 +59,7 @@ private:
 
     void i_Add(std::unique_ptr<CLife> life, int weight);
     void i_Round();
-    void i_CheckAll();
+    void i_CheckAll(const Print& print);
     void i_EndSeason(const Print& print);
     bool i_IsOver() const;
 
