@@ -17,6 +17,7 @@
 
 namespace
 {
+constexpr std::size_t kFewestWarmUp = 10;
 std::atomic<std::int64_t> g_live = 0;
 } // namespace
 
@@ -90,7 +91,7 @@ const CMemoryRecord::Sample& CMemoryRecord::Take(std::uint64_t round)
 
 std::size_t CMemoryRecord::GetWarm() const noexcept
 {
-    return std::min(std::max<std::size_t>(2, m_samples.size() / 3), m_samples.size());
+    return std::min(std::max(kFewestWarmUp, m_samples.size() / 3), m_samples.size());
 }
 
 template <class Get>

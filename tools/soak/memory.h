@@ -22,17 +22,18 @@ public:
     };
 
     /// Of the line that fits the samples after the warm-up best, from its first to its last: allocations at most, and
-    /// resident bytes at most, the larger of a number and a share of what there was.
+    /// resident bytes at most, the larger of a number and a share of what there was. The latter leave room for a
+    /// driver's buffers, which grow once with the largest picture; what is lost piece by piece shows in the former.
     static constexpr double kMostAllocations = 200.0;
     static constexpr double kMostAllocationShare = 0.01;
-    static constexpr double kMostResident = 24.0 * 1024 * 1024;
+    static constexpr double kMostResident = 64.0 * 1024 * 1024;
     static constexpr double kMostResidentShare = 0.05;
     /// Before so many samples after the warm-up, nothing is said.
     static constexpr std::size_t kFewestSamples = 6;
 
     const Sample& Take(std::uint64_t round);
     const std::vector<Sample>& GetSamples() const noexcept { return m_samples; }
-    /// The first sample that counts: the first third is warm-up, two samples at least.
+    /// The first sample that counts: the first third is warm-up, but ten samples at least.
     std::size_t GetWarm() const noexcept;
     /// Growth from the first sample that counts to the last, along the line that fits best.
     double GetAllocationGrowth() const;
