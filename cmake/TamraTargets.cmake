@@ -12,12 +12,16 @@ if(PROJECT_IS_TOP_LEVEL)
     endif()
 endif()
 
+set(refuse_warnings "")
+if(TAMRA_WARNINGS_AS_ERRORS)
+    set(refuse_warnings $<IF:$<CXX_COMPILER_ID:MSVC>,/WX,-Werror>)
+endif()
 add_library(TamraCompileOptions INTERFACE)
 target_compile_features(TamraCompileOptions INTERFACE cxx_std_20)
 # Contraction to fused multiply-add differs from machine to machine; saved scenes must not.
 target_compile_options(TamraCompileOptions INTERFACE
-    $<$<CXX_COMPILER_ID:GNU,Clang>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -ffp-contract=off>
-    $<$<CXX_COMPILER_ID:MSVC>:/W4 /WX /fp:precise /utf-8>)
+    $<$<CXX_COMPILER_ID:GNU,Clang>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion ${refuse_warnings} -ffp-contract=off>
+    $<$<CXX_COMPILER_ID:MSVC>:/W4 ${refuse_warnings} /fp:precise /utf-8>)
 target_compile_definitions(TamraCompileOptions INTERFACE $<$<CXX_COMPILER_ID:MSVC>:NOMINMAX>)
 if(TAMRA_SANITIZE)
     target_compile_options(TamraCompileOptions INTERFACE
@@ -67,4 +71,12 @@ function(tamra_add_program name)
     elseif(WIN32)
         target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/windows/program.rc)
     endif()
+endfunction()
+
+# tamra_add_tool(<name> <source>...): a program that is installed, and knows its version.
+function(tamra_add_tool name)
+    tamra_add_program(${name} ${ARGN})
+    add_executable(TamraGameEngine::${name} ALIAS ${name})
+    target_compile_definitions(${name} PRIVATE TAMRA_VERSION="${PROJECT_VERSION}")
+    set_property(GLOBAL APPEND PROPERTY TAMRA_TOOLS ${name})
 endfunction()

@@ -9,6 +9,7 @@ namespace renderer
 class CInput;
 }
 
+/// What a window is opened with.
 struct WindowSettings
 {
     std::string title;

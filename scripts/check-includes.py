@@ -132,7 +132,7 @@ class Checker:
     def judge_own(self, file, name):
         top = file.split("/")[0]
         target = name
-        if top == "tests" and name.startswith("support/"):
+        if top == "tests" and name.startswith(("support/", "docs/", "tutorial/")):
             target = "tests/" + name
         parts = target.split("/")
         if len(parts) < 2 or parts[0] not in FLOORS or "." in parts or ".." in parts:

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the system packages that the build needs. Quick and silent when nothing is missing.
 #
-#   --checks   also what .ci/run needs besides the build: clang-format, python3, a display of no screen
+#   --checks   also what .ci/run needs besides the build: clang-format, python3, doxygen, a display of no screen, and a
+#              second compiler
 #   --fuzz     also clang with libFuzzer, for the preset "fuzz"
 #   --windows  also what scripts/windows.sh needs to build for Windows and to run that
 set -euo pipefail
@@ -12,13 +13,13 @@ packages=(
     liblua5.4-dev libstb-dev
     libglew-dev libgl-dev libegl-dev libglfw3-dev libgl1-mesa-dri
     libosmium2-dev libprotozero-dev zlib1g-dev libcli11-dev
-    libgtest-dev libgmock-dev libbenchmark-dev libboost-dev libbullet-dev libimgui-dev
+    libgtest-dev libgmock-dev libxtst-dev libbenchmark-dev libboost-dev libbullet-dev libimgui-dev
 )
 tools=(g++ cmake ninja)
 for argument in "$@"; do
     case $argument in
     --checks)
-        packages+=(clang-format python3 xvfb xauth)
+        packages+=(clang-format clang python3 doxygen xvfb xauth)
         tools+=(clang-format python3)
         ;;
     --fuzz)

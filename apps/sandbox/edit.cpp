@@ -47,23 +47,15 @@ bool WritePictures(const SandboxOptions& options, CEditor& editor, CGuiConsole& 
     return isGood;
 }
 
-void ShowWindow(CWindow& window, CEditor& editor)
+void ShowWindow(CEditor& editor)
 {
     std::printf("%s\n", CEditor::GetHelp());
     tamra::platform::CStopwatch stopwatch;
-    while (window.PollEvents())
+    float seconds = 0.0F;
+    while (editor.ShowFrame(seconds))
     {
-        const auto seconds = static_cast<float>(stopwatch.GetSeconds());
+        seconds = std::min(static_cast<float>(stopwatch.GetSeconds()), kLongestFrame);
         stopwatch.Restart();
-        // A window may be shut to nothing, and dragged to any size.
-        const int width = window.GetWidth();
-        const int height = window.GetHeight();
-        if (width > 0 && height > 0 && editor.Resize(width, height))
-        {
-            editor.Update(std::min(seconds, kLongestFrame));
-            editor.GetTarget().CopyToWindow(width, height);
-        }
-        window.SwapBuffers();
     }
 }
 } // namespace
@@ -89,9 +81,11 @@ bool RunEdit(const SandboxOptions& options, const SandboxFiles& files)
     CEditor editor(*engine);
     if (!editor.Initialize(files.scene, options.width, options.height, *culler, window.get()))
         return false;
+    if (options.isLight)
+        editor.SetStyle(gui::GuiStyleData::MakeLight());
     if (!window)
         return WritePictures(options, editor, engine->GetConsole());
     RunCommands(options.commands, engine->GetConsole());
-    ShowWindow(*window, editor);
+    ShowWindow(editor);
     return true;
 }

@@ -13,7 +13,6 @@ namespace
 {
 // The size for which the files of the windows were made.
 constexpr GuiRecti kDesign(0, 0, 1280, 720);
-constexpr Color kMenuColor = 0xFF2B2724;
 constexpr int kKeyDelete = 261;
 } // namespace
 
@@ -31,7 +30,9 @@ const char* CEditor::GetHelp()
 {
     return "F1: console   F2: entities   F3: properties   F4: view   F5: statistics   F6: keyboard to the view\n"
            "In the view: W A S D Q E, Shift, arrows: fly; right button: look around; left button: select; Delete\n"
-           "Control and S: save";
+           "Dragging what is selected moves it over the ground, with Shift up and down, with Control it pulls a side;\n"
+           "Escape takes that back\n"
+           "Control and S: save; Control and Z, Y: undo, redo";
 }
 
 bool CEditor::Initialize(const std::string& scene, int width, int height, TownCuller culler, CWindow* window)
@@ -40,15 +41,8 @@ bool CEditor::Initialize(const std::string& scene, int width, int height, TownCu
     if (!m_town.Load(scene, width, height, culler) || !GuiContext::Create(m_engine.GetDraw(), m_context))
         return false;
     m_context->GetRoot().SetRect(kDesign);
-    m_picker = std::make_unique<CEditorColorPicker>(*m_context);
-    m_entities = std::make_unique<CEditorEntities>(m_town, *m_context);
-    m_properties = std::make_unique<CEditorProperties>(m_town, *m_context, *m_picker);
-    m_view = std::make_unique<CEditorView>(m_town, *m_context, *m_picker);
-    m_statistics = std::make_unique<CEditorStatistics>(m_town, *m_context);
-    if (!i_LoadMenu() || !m_picker->IsLoaded() || !m_entities->IsLoaded() || !m_properties->IsLoaded() ||
-        !m_view->IsLoaded() || !m_statistics->IsLoaded())
+    if (!i_LoadWindows())
         return false;
-
     CGuiConsole& console = m_engine.GetConsole();
     m_commands = std::make_unique<CEditorCommands>(m_town, console, [this] { return m_statistics->GetFigures(); });
     if (window)
@@ -58,20 +52,73 @@ bool CEditor::Initialize(const std::string& scene, int width, int height, TownCu
     input.AddListener(m_adapter.get());
     input.AddListener(this);
     m_controls = std::make_unique<CEditorControls>(input);
-    m_controls->onPick = [this](int x, int y)
+    i_ConnectControls();
+    return true;
+}
+
+bool CEditor::i_LoadWindows()
+{
+    m_picker = std::make_unique<CEditorColorPicker>(*m_context);
+    m_entities = std::make_unique<CEditorEntities>(m_town, *m_context);
+    m_properties = std::make_unique<CEditorProperties>(m_town, *m_context, *m_picker);
+    m_view = std::make_unique<CEditorView>(m_town, *m_context, *m_picker);
+    m_statistics = std::make_unique<CEditorStatistics>(m_town, *m_context);
+    return i_LoadMenu() && m_picker->IsLoaded() && m_entities->IsLoaded() && m_properties->IsLoaded() &&
+           m_view->IsLoaded() && m_statistics->IsLoaded();
+}
+
+void CEditor::i_ConnectControls()
+{
+    m_controls->onPress = [this](int x, int y) { return i_OnPress(x, y); };
+    m_controls->onDrag = [this](int x, int y)
     {
-        m_context->GrabFocus(nullptr);
-        m_town.Select(m_town.Pick(x, y));
+        m_adapter->OnMouseMove(x, y);
+        m_drag.Continue(x, y, m_view->GetSnap());
+    };
+    m_controls->onDrop = [this](bool isKept) { m_drag.End(isKept); };
+    m_controls->onKeyMeanwhile = [this](int key, bool isDown)
+    {
+        if (isDown)
+            m_adapter->OnKeyDown(key);
+        else
+        {
+            OnKeyUp(key);
+            m_adapter->OnKeyUp(key);
+        }
     };
     m_controls->onKey = [this](int key) { i_OnViewKey(key); };
     m_controls->onLooking = [this](bool isLooking)
     {
         if (isLooking)
+        {
+            m_held.clear();
             m_adapter->Release();
+        }
         if (m_window)
             m_window->SetMouseLook(isLooking);
     };
-    return true;
+}
+
+// On what is selected it begins a drag, anywhere else it selects.
+bool CEditor::i_OnPress(int x, int y)
+{
+    m_context->GrabFocus(nullptr);
+    const unsigned modifiers = m_context->GetModifiers();
+    CEditorDrag::Kind kind = CEditorDrag::Kind::Move;
+    if ((modifiers & kGuiControl) != 0)
+        kind = CEditorDrag::Kind::Pull;
+    else if ((modifiers & kGuiShift) != 0)
+        kind = CEditorDrag::Kind::Lift;
+    if (m_drag.Begin(kind, x, y))
+        return true;
+    m_town.Select(m_town.Pick(x, y));
+    return false;
+}
+
+void CEditor::SetStyle(const GuiStyleData& style)
+{
+    m_context->SetStyleData(0, style);
+    m_menuBack->SetTint(style.background);
 }
 
 bool CEditor::i_LoadMenu()
@@ -80,13 +127,15 @@ bool CEditor::i_LoadMenu()
     if (!LoadWidgetFile(root, "gui/editor_menu.gui"))
         return false;
     auto* menu = FindWidget<GuiLayout>(root, "menu");
-    auto* back = FindWidget<GuiImage>(root, "menuBack");
+    m_menuBack = FindWidget<GuiImage>(root, "menuBack");
     m_status = FindWidget<GuiLabel>(root, "status");
-    if (!menu || !back || !m_status)
+    m_undo = FindWidget<GuiButton>(root, "undo");
+    m_redo = FindWidget<GuiButton>(root, "redo");
+    if (!menu || !m_menuBack || !m_status || !m_undo || !m_redo)
         return false;
     menu->SetCallback(this);
-    back->SetKeepsAspect(false);
-    back->SetTint(kMenuColor);
+    m_menuBack->SetKeepsAspect(false);
+    m_menuBack->SetTint(m_context->GetStyleData(0).background);
     return true;
 }
 
@@ -94,6 +143,8 @@ void CEditor::Update(float seconds)
 {
     m_context->Update(seconds);
     i_UpdateConsole();
+    if (!i_IsEditing())
+        m_town.EndEdit();
     m_controls->Update(m_town.GetViewpoint(), seconds, m_view->GetSpeed());
     m_adapter->UpdateCursor();
 
@@ -108,21 +159,53 @@ void CEditor::Update(float seconds)
     m_engine.RenderGUI(target.GetWidth(), target.GetHeight());
 }
 
+bool CEditor::ShowFrame(float seconds)
+{
+    if (!m_window->PollEvents())
+        return false;
+    // A window may be shut to nothing, and dragged to any size.
+    const int width = m_window->GetWidth();
+    const int height = m_window->GetHeight();
+    if (width > 0 && height > 0 && m_town.GetViewer().Resize(width, height))
+    {
+        Update(seconds);
+        GetTarget().CopyToWindow(width, height);
+    }
+    m_window->SwapBuffers();
+    return true;
+}
+
 void CEditor::i_UpdateWindows(float seconds)
 {
     m_entities->Update();
     m_properties->Update();
     m_view->Update();
     m_statistics->Update(seconds);
+    m_undo->SetLocked(!m_town.CanUndo());
+    m_redo->SetLocked(!m_town.CanRedo());
+    i_UpdateStatus();
+}
+
+void CEditor::i_UpdateStatus()
+{
     if (m_messageRevision != m_town.GetValueRevision())
         m_message.clear();
     std::string status = m_message;
-    if (status.empty() && m_town.GetSelected())
-        status = m_town.GetLabel(m_town.GetNumber(*m_town.GetSelected()));
-    if (m_town.IsModified())
-        status += status.empty() ? "Not saved" : "  (not saved)";
-    if (const std::string shown = ToLatin1(status); shown != m_status->GetText())
-        m_status->SetText(shown);
+    if (status.empty() && m_town.IsModified())
+        status = "Not saved   ";
+    if (m_message.empty() && m_town.GetSelected())
+        status += m_town.GetLabel(m_town.GetNumber(*m_town.GetSelected()));
+    const int width = m_status->GetRect().w;
+    if (status == m_shownStatus && width == m_shownStatusWidth)
+        return;
+    m_shownStatus = status;
+    m_shownStatusWidth = width;
+    const int font = m_context->GetStyleData(0).font;
+    const std::string whole = ToLatin1(status);
+    std::string shown = whole;
+    for (std::size_t kept = whole.size(); kept > 0 && m_engine.GetDraw().GetTextWidth(shown, font) > width; --kept)
+        shown = whole.substr(0, kept) + "...";
+    m_status->SetText(shown);
 }
 
 // The console is seen as long as it has the keyboard.
@@ -149,11 +232,39 @@ void CEditor::i_Save()
     m_messageRevision = m_town.GetValueRevision();
 }
 
+// By a key or a button that is held, the choice of colours, or a text that is being typed.
+bool CEditor::i_IsEditing() const
+{
+    const GuiWidget* focus = m_context->GetFocusWidget();
+    const bool isTyping = dynamic_cast<const GuiTextEditLine*>(focus) && focus->IsWithin(m_properties->GetWindow());
+    return isTyping || !m_held.empty() || m_context->GetInputWidget() || m_controls->IsDragging() || m_picker->IsOpen();
+}
+
+// False where it is about what is being typed. Texts of properties are edits of the town already.
+bool CEditor::i_LeavesUndo(bool isUndo) const
+{
+    const auto* edit = dynamic_cast<const GuiTextEdit*>(m_context->GetFocusWidget());
+    if (!edit || (dynamic_cast<const GuiTextEditLine*>(edit) && edit->IsWithin(m_properties->GetWindow())))
+        return true;
+    return !(isUndo ? edit->CanUndo() : edit->CanRedo());
+}
+
+void CEditor::i_Undo(bool isUndo)
+{
+    m_picker->Close();
+    m_town.EndEdit();
+    if (isUndo)
+        m_town.Undo();
+    else
+        m_town.Redo();
+}
+
 bool CEditor::OnKeyDown(int key)
 {
     const bool isNew = m_held.insert(key).second;
     const bool isFunctionKey = key >= renderer::kKeyF1 && key < renderer::kKeyF1 + 6;
-    return isNew ? i_OnKey(key) : isFunctionKey;
+    const bool repeats = key == 'Z' || key == 'Y';
+    return isNew || repeats ? i_OnKey(key) : isFunctionKey;
 }
 
 bool CEditor::OnKeyUp(int key)
@@ -169,11 +280,24 @@ bool CEditor::i_OnKey(int key)
     if (functionKey == 1)
         i_OpenConsole();
     else if (functionKey >= 2 && functionKey <= 5)
-        windows[functionKey - 2]->Toggle();
+        windows[functionKey - 2]->Reach();
     else if (functionKey == 6)
         m_context->GrabFocus(nullptr);
-    else if (key == 'S' && (m_context->GetModifiers() & kGuiControl) != 0)
+    else
+        return i_OnShortcut(key);
+    return true;
+}
+
+bool CEditor::i_OnShortcut(int key)
+{
+    const unsigned modifiers = m_context->GetModifiers();
+    if ((modifiers & kGuiControl) == 0)
+        return false;
+    const bool isUndo = key == 'Z' && (modifiers & kGuiShift) == 0;
+    if (key == 'S')
         i_Save();
+    else if ((key == 'Z' || key == 'Y') && i_LeavesUndo(isUndo))
+        i_Undo(isUndo);
     else
         return false;
     return true;
@@ -206,5 +330,7 @@ bool CEditor::OnGuiEvent(const char* name, const GuiEvent& event)
         i_OpenConsole();
     else if (id == "save")
         i_Save();
+    else if (id == "undo" || id == "redo")
+        i_Undo(id == "undo");
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include "apps/sandbox/editorCommands.h"
 #include "apps/sandbox/editorControls.h"
+#include "apps/sandbox/editorDrag.h"
 #include "apps/sandbox/editorTown.h"
 #include "apps/sandbox/editorWindows.h"
 #include "gameengine/gameEngine.h"
@@ -25,10 +26,13 @@ public:
     /// Loads the town and the windows. `window`, whose clipboard and mouse are used, may be null, and must outlive it.
     /// False, with the reason logged, when something is missing.
     bool Initialize(const std::string& scene, int width, int height, TownCuller culler, CWindow* window);
+    /// Colours and measures of the windows; dark at first.
+    void SetStyle(const gui::GuiStyleData& style);
 
     /// One frame: takes what was done, and draws town and windows into the target.
     void Update(float seconds);
-    bool Resize(int width, int height) { return m_town.GetViewer().Resize(width, height); }
+    /// One frame in the window: takes its input, and shows the picture in its size. False when it is to be closed.
+    bool ShowFrame(float seconds);
 
     CEditorTown& GetTown() noexcept { return m_town; }
     gui::GuiContext& GetContext() noexcept { return *m_context; }
@@ -43,17 +47,26 @@ public:
     int GetPriority() override { return gui::GuiInputAdapter::kPriority + 1; }
 
 private:
+    bool i_LoadWindows();
     bool i_LoadMenu();
+    void i_ConnectControls();
+    bool i_OnPress(int x, int y);
     void i_OpenConsole();
     void i_UpdateConsole();
     void i_UpdateWindows(float seconds);
+    void i_UpdateStatus();
     void i_OnViewKey(int key);
     void i_Save();
+    void i_Undo(bool isUndo);
+    bool i_LeavesUndo(bool isUndo) const;
+    bool i_IsEditing() const;
     bool i_OnKey(int key);
+    bool i_OnShortcut(int key);
 
     CTamraGameEngine& m_engine;
     CWindow* m_window = nullptr;
     CEditorTown m_town;
+    CEditorDrag m_drag{m_town};
     std::unique_ptr<gui::GuiContext> m_context;
     std::unique_ptr<gui::GuiInputAdapter> m_adapter;
     std::unique_ptr<CEditorColorPicker> m_picker;
@@ -65,6 +78,11 @@ private:
     std::unique_ptr<CEditorControls> m_controls;
     std::set<int> m_held; // keys, so that those that the window repeats count once
     gui::GuiLabel* m_status = nullptr;
+    gui::GuiImage* m_menuBack = nullptr;
+    gui::GuiButton* m_undo = nullptr;
+    gui::GuiButton* m_redo = nullptr;
+    std::string m_shownStatus;
+    int m_shownStatusWidth = 0;
     std::string m_message; // what the status shows until something is changed
     unsigned m_messageRevision = 0;
     tamra::platform::CStopwatch m_frameTime; // since the last frame, whatever time that stood for

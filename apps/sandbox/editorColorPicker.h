@@ -35,6 +35,7 @@ public:
     void Open(const std::string& title, const EditorColor& color, Changed changed);
     /// Keeps the colour.
     void Close();
+    bool IsOpen() const { return m_window->IsVisible(); }
 
     bool OnGuiEvent(const char* name, const gui::GuiEvent& event) override;
 

@@ -1,6 +1,7 @@
 #include "apps/sandbox/editorCommands.h"
 
 #include "apps/sandbox/editorProperties.h"
+#include "gameengine/engine/componentTransform.h"
 #include "tamradeps/core/tools.h"
 
 #include <algorithm>
@@ -52,6 +53,9 @@ CEditorCommands::CEditorCommands(CEditorTown& town, CGuiConsole& console, std::f
           "spawn [WIDTH DEPTH HEIGHT] [NAME]: a building where the view's middle is");
     i_Add("delete", &CEditorCommands::i_Delete, "delete [NUMBER]: takes the selected entity away, or that one");
     i_Add("goto", &CEditorCommands::i_GoTo, "goto PLACE, or goto X Y [Z]: flies there and selects the place");
+    i_Add("resize", &CEditorCommands::i_Resize, "resize WIDTH DEPTH HEIGHT: of the selected entity, which stays below");
+    i_Add("undo", &CEditorCommands::i_Undo, "undo: takes the last edit back");
+    i_Add("redo", &CEditorCommands::i_Redo, "redo: does again what was taken back");
     i_Add("save", &CEditorCommands::i_Save, "save: writes what was changed to the scene file");
     i_Add("load", &CEditorCommands::i_Load, "load: reads the scene file anew; what was not saved is gone");
     i_Add("culler", &CEditorCommands::i_Culler, "culler [none|bruteforce|tree|software|gpu]: who culls");
@@ -108,11 +112,8 @@ void CEditorCommands::i_Spawn(const std::string& arguments)
         size = {numbers[0], numbers[1], numbers[2]};
         name = rest;
     }
-    if (!(std::min({size.x, size.y, size.z}) > 0.0F) || std::max({size.x, size.y, size.z}) > kMaxSide)
-    {
-        i_Say("Sides are more than 0 and at most 2000 metres.");
+    if (!i_IsSize(size))
         return;
-    }
     if (!Tools_IsValidUtf8(name))
     {
         i_Say("That is no name.");
@@ -126,6 +127,49 @@ void CEditorCommands::i_Spawn(const std::string& arguments)
     CEntity* entity = m_town.Spawn(std::string(Tools_StringTrim(name)), size,
                                    {place.x, place.y, distance > kMostDistance ? 0.0F : place.z});
     i_Say("New: " + m_town.GetLabel(m_town.GetNumber(*entity)));
+}
+
+bool CEditorCommands::i_IsSize(CVector3 size)
+{
+    const bool isGood = std::min({size.x, size.y, size.z}) > 0.0F && std::max({size.x, size.y, size.z}) <= kMaxSide;
+    if (!isGood)
+        i_Say("Sides are more than 0 and at most 2000 metres.");
+    return isGood;
+}
+
+void CEditorCommands::i_Resize(const std::string& arguments)
+{
+    CEntity* entity = m_town.GetSelected();
+    const auto numbers = GetNumbers(arguments);
+    if (!entity || numbers.size() != 3)
+    {
+        i_Say(entity ? "Three sides are needed." : "No entity is selected.");
+        return;
+    }
+    const CVector3 size(numbers[0], numbers[1], numbers[2]);
+    if (!i_IsSize(size))
+        return;
+    CMatrix place = entity->Find<ComponentTransform>()->GetTransform();
+    const CVector3 up = place.GetLocalZ().Normalized();
+    const CVector3 middle = place.Translation() + up * ((size.z - place.GetLocalZ().Length()) * 0.5F);
+    place.SetLocalX(place.GetLocalX().Normalized() * size.x);
+    place.SetLocalY(place.GetLocalY().Normalized() * size.y);
+    place.SetLocalZ(up * size.z);
+    place.SetTranslation(middle);
+    i_Say(m_town.SetPlace(*entity, place) ? "Resized: " + m_town.GetLabel(m_town.GetNumber(*entity)) : "Not resized.");
+    m_town.EndEdit();
+}
+
+void CEditorCommands::i_Undo(const std::string&)
+{
+    m_town.EndEdit();
+    i_Say(m_town.Undo() ? "Undone." : "There is nothing to undo.");
+}
+
+void CEditorCommands::i_Redo(const std::string&)
+{
+    m_town.EndEdit();
+    i_Say(m_town.Redo() ? "Redone." : "There is nothing to redo.");
 }
 
 void CEditorCommands::i_Delete(const std::string& arguments)
@@ -238,7 +282,9 @@ void CEditorCommands::i_Set(const std::string& arguments)
         i_Say("That is no value of it.");
         return;
     }
+    m_town.EndEdit();
     m_town.Set(*entity, *property, value);
+    m_town.EndEdit();
     if (ReadProperty(*entity, *property))
         i_Say(std::string(property->record.name) + ": " + FormatProperty(property->record));
 }

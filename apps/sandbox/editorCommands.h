@@ -22,6 +22,9 @@ private:
     void i_Spawn(const std::string& arguments);
     void i_Delete(const std::string& arguments);
     void i_GoTo(const std::string& arguments);
+    void i_Resize(const std::string& arguments);
+    void i_Undo(const std::string& arguments);
+    void i_Redo(const std::string& arguments);
     void i_Save(const std::string& arguments);
     void i_Load(const std::string& arguments);
     void i_Culler(const std::string& arguments);
@@ -30,6 +33,7 @@ private:
     void i_Get(const std::string& arguments);
     void i_Set(const std::string& arguments);
 
+    bool i_IsSize(CVector3 size);
     CEntity* i_TakeEntity(std::string_view& arguments);
     void i_Say(const std::string& text) { m_console.AddMessage(text); }
 

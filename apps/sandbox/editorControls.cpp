@@ -25,6 +25,14 @@ CEditorControls::~CEditorControls()
 
 bool CEditorControls::OnKeyDown(int key)
 {
+    if (m_isDragging)
+    {
+        if (key == renderer::kKeyEscape)
+            i_Drop(false);
+        else if (key >= renderer::kKeyLeftShift && onKeyMeanwhile)
+            onKeyMeanwhile(key, true);
+        return true;
+    }
     const bool isNew = m_held.insert(key).second;
     if (isNew && onKey)
         onKey(key);
@@ -34,13 +42,21 @@ bool CEditorControls::OnKeyDown(int key)
 bool CEditorControls::OnKeyUp(int key)
 {
     m_held.erase(key);
+    if (m_isDragging && onKeyMeanwhile)
+        onKeyMeanwhile(key, false);
     return false;
 }
 
 bool CEditorControls::OnMouseDown(int button)
 {
-    if (button == renderer::kMouseLeft && onPick)
-        onPick(m_mouseX, m_mouseY);
+    if (m_isDragging)
+        return true;
+    if (button == renderer::kMouseLeft && !m_isLooking && onPress)
+    {
+        m_isDragging = onPress(m_mouseX, m_mouseY);
+        if (m_isDragging)
+            m_input.Capture(this);
+    }
     else if (button == renderer::kMouseRight)
         i_SetLooking(true);
     else if (button == renderer::kMouseWheelUp)
@@ -54,6 +70,8 @@ bool CEditorControls::OnMouseUp(int button)
 {
     if (button == renderer::kMouseRight && m_isLooking)
         i_SetLooking(false);
+    else if (button == renderer::kMouseLeft && m_isDragging)
+        i_Drop(true);
     return false;
 }
 
@@ -66,7 +84,9 @@ bool CEditorControls::OnMouseMove(int x, int y)
     }
     m_mouseX = x;
     m_mouseY = y;
-    return m_isLooking;
+    if (m_isDragging && onDrag)
+        onDrag(x, y);
+    return m_isLooking || m_isDragging;
 }
 
 void CEditorControls::i_SetLooking(bool isLooking)
@@ -80,9 +100,19 @@ void CEditorControls::i_SetLooking(bool isLooking)
         onLooking(isLooking);
 }
 
+void CEditorControls::i_Drop(bool isKept)
+{
+    m_isDragging = false;
+    m_input.Release(this);
+    if (onDrop)
+        onDrop(isKept);
+}
+
 void CEditorControls::Release()
 {
     m_held.clear();
+    if (m_isDragging)
+        i_Drop(true);
     if (m_isLooking)
         i_SetLooking(false);
 }

@@ -12,9 +12,6 @@ constexpr float kMostRange = 0.15F;  // longer columns are cut
 constexpr Color kGood = 0xFF58B060;
 constexpr Color kFair = 0xFF30A8E0;
 constexpr Color kPoor = 0xFF4848E0;
-constexpr Color kMark = 0x80FFFFFF;
-constexpr Color kMarkText = 0xFFC8C8C8;
-constexpr Color kPlate = 0xA0000000; // behind the text
 } // namespace
 
 CEditorGraph::CEditorGraph(GuiContext& context)
@@ -65,10 +62,10 @@ void CEditorGraph::i_DrawMarks(float scale)
         if (y > below - lineHeight - 3 || y < rect.y + lineHeight + 2)
             continue;
         below = y;
-        myGetDraw().FillRect({rect.x + 1, y, rect.w - 2, 1}, kMark);
+        myGetDraw().FillRect({rect.x + 1, y, rect.w - 2, 1}, myGetStyle().textDisabled);
         const int width = myGetDraw().GetTextWidth(mark.text, TFB_PIXEL);
-        myGetDraw().FillRect({rect.x + 2, y - lineHeight - 1, width + 4, lineHeight + 1}, kPlate);
-        myGetDraw().Text(rect.x + 4, y - lineHeight - 1, mark.text, kMarkText, TFB_PIXEL);
+        myGetDraw().FillRect({rect.x + 2, y - lineHeight - 1, width + 4, lineHeight + 1}, myGetStyle().panel);
+        myGetDraw().Text(rect.x + 4, y - lineHeight - 1, mark.text, myGetStyle().text, TFB_PIXEL);
     }
 }
 

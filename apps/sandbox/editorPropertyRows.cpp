@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 using namespace gui;
 using Property = CEntityComponentProperty;
@@ -42,9 +43,35 @@ std::string GetTitle(std::string_view component)
 // So many digits as there is room for; an edit starts from what is seen.
 float ToShown(float value)
 {
-    const float scale = std::abs(value) < 1000.0F ? 1000.0F : 100.0F;
-    return std::abs(value) < kMost ? std::round(value * scale) / scale : value;
+    const float size = std::abs(value);
+    const float scale = size < 0.01F ? 1.0e6F : (size < 1000.0F ? 1000.0F : (size < 10000.0F ? 100.0F : 10.0F));
+    return size < kMost ? std::round(value * scale) / scale : value;
 }
+
+/// A list without padding in which the wheel turns a scroll bar.
+class RowList final : public GuiList
+{
+public:
+    RowList(GuiListV& parent, GuiScrollBar* bar)
+        : GuiList(parent.GetContext(), parent.GetStyle(), {}, GuiSizePolicy::Expand(), true),
+          m_bar(bar)
+    {
+    }
+    GuiWidgetType GetType() const override { return GuiWidgetType::ListV; }
+    const char* GetTypeString() const override { return "EDITOR_ROWS"; }
+    GuiRecti GetContainingRect() const override { return GetRect(); }
+    void OnMouseClick(unsigned button) override
+    {
+        if (m_bar && m_bar->IsVisible() && (button == kGuiMouseWheelUp || button == kGuiMouseWheelDown))
+            m_bar->SetValue(m_bar->GetValue() + (button == kGuiMouseWheelUp ? -kNotch : kNotch));
+        else
+            GuiList::OnMouseClick(button);
+    }
+
+private:
+    static constexpr float kNotch = 2.0F * kRowHeight;
+    GuiScrollBar* m_bar;
+};
 
 EditorColor GetColor(const Property& record)
 {
@@ -58,7 +85,7 @@ CEditorPropertyRows::CEditorPropertyRows(CEditorTown& town, CEditorColorPicker& 
                                          GuiScrollBar* bar)
     : m_town(town),
       m_picker(picker),
-      m_list(list),
+      m_list(static_cast<GuiList&>(*list.AddChild(std::make_unique<RowList>(list, bar)))),
       m_bar(bar)
 {
     m_list.SetCallback(this);
@@ -113,7 +140,7 @@ void CEditorPropertyRows::i_AddProperty(const EditorProperty& property)
     name->SetSizePolicy(GuiSizePolicy::Fixed());
     name->SetText(property.record.name);
     i_AddControls(list, row);
-    i_ShowValue(row);
+    i_ShowValue(row, true);
 }
 
 template <class Widget>
@@ -168,7 +195,7 @@ void CEditorPropertyRows::i_AddControls(GuiListH& list, Row& row)
     }
 }
 
-void CEditorPropertyRows::i_ShowValue(Row& row)
+void CEditorPropertyRows::i_ShowValue(Row& row, bool isForced)
 {
     Property& record = row.property.record;
     float values[4] = {};
@@ -190,7 +217,7 @@ void CEditorPropertyRows::i_ShowValue(Row& row)
         const std::string text = ToLatin1(record.GetText());
         // What the line cannot show would be lost by an edit.
         line->SetFlags(ToUtf8(text) == record.GetText() ? 0U : static_cast<unsigned>(kTextReadOnly));
-        if (m_list.GetContext().GetFocusWidget() != line)
+        if (isForced || m_list.GetContext().GetFocusWidget() != line)
             line->SetText(text);
         break;
     }
@@ -213,10 +240,12 @@ void CEditorPropertyRows::Update()
     if (m_entity && m_shownRevision != m_town.GetValueRevision())
     {
         m_shownRevision = m_town.GetValueRevision();
+        const bool isForced = m_shownUndo != m_town.GetUndoRevision();
+        m_shownUndo = m_town.GetUndoRevision();
         for (Row& row : m_rows)
         {
             if (!row.isTitle && ReadProperty(*m_entity, row.property))
-                i_ShowValue(row);
+                i_ShowValue(row, isForced);
         }
     }
     i_Place();
@@ -262,6 +291,8 @@ void CEditorPropertyRows::i_Apply(Row& row, std::size_t control, const GuiEvent&
     {
         if (event.type == GET_BUTTON_RELEASED && event.GetInt(0) == 1)
             i_OpenPicker(row);
+        else if (event.type == GET_TEXTEDIT_RETURNPRESSED)
+            m_town.EndEdit();
         return;
     }
     m_town.Set(*m_entity, row.property, value);
@@ -279,6 +310,37 @@ void CEditorPropertyRows::i_OpenPicker(Row& row)
                   });
 }
 
+int CEditorPropertyRows::i_GetHeight(const Row& row) const
+{
+    return (row.isTitle ? kTitleHeight : kRowHeight) + m_list.GetContext().GetStyleData(m_list.GetStyle()).spacing;
+}
+
+// Brings the row in focus into view, and those beside it: Tab finds only what is seen.
+void CEditorPropertyRows::i_FollowFocus(int room)
+{
+    const GuiWidget* focus = m_list.GetContext().GetFocusWidget();
+    if (focus == std::exchange(m_focus, focus) || !focus)
+        return;
+    int top = 0;
+    int before = 0; // height of the row before
+    for (std::size_t i = 0; i < m_rows.size(); ++i)
+    {
+        const int height = i_GetHeight(m_rows[i]);
+        if (focus->IsWithin(*m_rows[i].widget))
+        {
+            const int next = i + 1 < m_rows.size() ? i_GetHeight(m_rows[i + 1]) : 0;
+            const int title = i + 2 < m_rows.size() && m_rows[i + 1].isTitle ? i_GetHeight(m_rows[i + 2]) : 0;
+            const int above = i > 1 && m_rows[i - 1].isTitle ? i_GetHeight(m_rows[i - 2]) : 0;
+            const int shown = static_cast<int>(m_bar->GetValue());
+            const int lowest = top + height + next + title - room;
+            m_bar->SetValue(static_cast<float>(std::min(std::max(shown, lowest), top - before - above)));
+            return;
+        }
+        top += height;
+        before = height;
+    }
+}
+
 // Rows that do not wholly fit are left out; the bar says from which one on.
 void CEditorPropertyRows::i_Place()
 {
@@ -286,10 +348,9 @@ void CEditorPropertyRows::i_Place()
         return;
     const int room = m_list.GetContainingRect().h;
     const int spacing = m_list.GetContext().GetStyleData(m_list.GetStyle()).spacing;
-    const auto getHeight = [&](const Row& row) { return (row.isTitle ? kTitleHeight : kRowHeight) + spacing; };
     int total = -spacing;
     for (const Row& row : m_rows)
-        total += getHeight(row);
+        total += i_GetHeight(row);
     const bool needsBar = total > room;
     if (m_bar->IsVisible() != needsBar)
         m_bar->SetVisible(needsBar);
@@ -297,12 +358,14 @@ void CEditorPropertyRows::i_Place()
     const int length = std::max(total + m_bar->GetRect().h - room, 0);
     if (m_bar->GetContentLength() != length)
         m_bar->SetContentLength(length);
+    if (needsBar)
+        i_FollowFocus(room);
     const int skipped = needsBar ? static_cast<int>(m_bar->GetValue()) : 0;
     int before = 0;
     int shown = -spacing;
     for (Row& row : m_rows)
     {
-        const int height = getHeight(row);
+        const int height = i_GetHeight(row);
         const bool isSeen = before >= skipped && (shown += height) <= room;
         before += height;
         if (row.widget->IsVisible() != isSeen)

@@ -16,7 +16,8 @@
 class CEditorPropertyRows : public gui::GuiCallback
 {
 public:
-    /// All must outlive it. `bar` chooses which rows are seen where there is no room for all; null for none.
+    /// All must outlive it. `bar`, and the wheel over rows, chooses which ones are seen where there is no room for all;
+    /// null for none. Tab goes on through rows that are not seen.
     CEditorPropertyRows(CEditorTown& town, CEditorColorPicker& picker, gui::GuiListV& list, gui::GuiScrollBar* bar);
 
     /// Makes rows for the entity, for none when it is null; of one component alone if its class is named.
@@ -42,16 +43,20 @@ private:
     void i_AddControls(gui::GuiListH& list, Row& row);
     template <class Widget>
     Widget* i_Add(gui::GuiListH& list, const std::string& id, int width);
-    void i_ShowValue(Row& row);
+    void i_ShowValue(Row& row, bool isForced);
     void i_Apply(Row& row, std::size_t control, const gui::GuiEvent& event);
     void i_OpenPicker(Row& row);
+    void i_FollowFocus(int room);
     void i_Place();
+    int i_GetHeight(const Row& row) const;
 
     CEditorTown& m_town;
     CEditorColorPicker& m_picker;
-    gui::GuiListV& m_list;
+    gui::GuiList& m_list; // of its own, in the one given
     gui::GuiScrollBar* m_bar;
     RefPtr<CEntity> m_entity;
     std::vector<Row> m_rows;
+    const gui::GuiWidget* m_focus = nullptr; // last seen
     unsigned m_shownRevision = 0;
+    unsigned m_shownUndo = 0;
 };

@@ -47,6 +47,13 @@ int Match(std::string_view name, std::string_view text)
         return 0;
     return at > 0 ? 1 : (name.size() == text.size() ? 3 : 2);
 }
+
+// Without the word for its kind, if it has one.
+std::string_view GetPlaceName(const CEntity& entity)
+{
+    const auto* data = entity.Find<ComponentEditorData>();
+    return GetTownKind(entity) == TownKind::None && data ? data->GetData() : GetTownName(entity);
+}
 } // namespace
 
 bool CEditorTown::Load(const std::string& path, int width, int height, TownCuller culler)
@@ -65,11 +72,12 @@ bool CEditorTown::Load(const std::string& path, int width, int height, TownCulle
     else
         m_viewpoint = CTownPath(*model).GetFlight(0.0);
     m_selected = nullptr;
+    m_history.Clear();
     m_query = std::make_unique<CEntityArray_SpatialQuery>(&model->GetTree());
     m_viewer = std::move(viewer); // before the model that it shows
     m_model = std::move(model);
     m_path = path;
-    m_isModified = false;
+    m_content = m_savedContent;
     ++m_listRevision;
     ++m_valueRevision;
     return true;
@@ -90,7 +98,8 @@ bool CEditorTown::Save()
     const auto& after = store.GetCounters();
     m_savedCount = static_cast<int>(after.inserted - before.inserted + after.updated - before.updated + after.deleted -
                                     before.deleted);
-    m_isModified = false;
+    EndEdit();
+    m_savedContent = m_content;
     ++m_valueRevision;
     return true;
 }
@@ -107,12 +116,69 @@ void CEditorTown::i_Mark()
     m_viewer->GetDebug().marked = m_selected ? m_model->GetNumber(m_selected.Get()) : -1;
 }
 
+// The viewer's own components can be changed too, but are not saved.
+template <class Change>
+void CEditorTown::i_Change(CEntity& entity, const std::string& what, const Change& change)
+{
+    m_history.Begin(entity, what, m_content);
+    change();
+    if (m_model->GetNumber(&entity) >= 0)
+        m_content = ++m_lastContent;
+    m_history.End(m_content);
+    i_NoteChange(&entity);
+}
+
 void CEditorTown::i_NoteChange(CEntity* entity)
 {
-    m_isModified = true;
     ++m_valueRevision;
     if (const int number = m_model->GetNumber(entity); number >= 0)
         m_viewer->Update(number);
+}
+
+void CEditorTown::EndEdit()
+{
+    if (m_history.Close(m_content))
+        ++m_valueRevision;
+}
+
+// Before it goes, after it has come.
+void CEditorTown::i_NoteComing(CEntity* entity, const char* what, bool isThere)
+{
+    EndEdit();
+    CEditorHistory::Edit edit;
+    edit.entity = entity;
+    edit.what = what;
+    edit.number = m_model->GetNumber(entity);
+    edit.seed = m_model->GetSeed(static_cast<std::size_t>(edit.number));
+    edit.before = {.isThere = !isThere, .entity = CEntitySnapshot(*entity), .content = m_content};
+    m_content = ++m_lastContent;
+    edit.after = {.isThere = isThere, .entity = edit.before.entity, .content = m_content};
+    m_history.Add(std::move(edit));
+}
+
+bool CEditorTown::i_Apply(const CEditorHistory::Edit* edit, bool isUndo)
+{
+    if (!edit)
+        return false;
+    const CEditorHistory::State& state = isUndo ? edit->before : edit->after;
+    CEntity* entity = edit->entity.Get();
+    const bool isViewer = entity == &m_model->GetViewer();
+    const int number = m_model->GetNumber(entity);
+    if (number >= 0 && !state.isThere)
+        i_Remove(number);
+    else if (number < 0 && state.isThere && !isViewer)
+        m_viewer->Change([&] { m_model->Insert(entity, edit->number, edit->seed); });
+    if (state.isThere)
+        state.entity.Restore(*entity);
+    m_content = state.content;
+    ++m_listRevision;
+    ++m_componentRevision;
+    ++m_undoRevision;
+    i_NoteChange(entity);
+    if (state.isThere && !isViewer)
+        Select(entity);
+    i_Mark();
+    return true;
 }
 
 CEntity* CEditorTown::Spawn(const std::string& name, CVector3 size, CVector3 place)
@@ -124,7 +190,7 @@ CEntity* CEditorTown::Spawn(const std::string& name, CVector3 size, CVector3 pla
     box.centre = {place.x, place.y, place.z + size.z * 0.5F};
     const RefPtr<CEntity> entity = CreateTownEntity(box, m_model->GetScene().GetInterfaces());
     m_viewer->Change([&] { m_model->Add(entity.Get()); });
-    m_isModified = true;
+    i_NoteComing(entity.Get(), "spawn", true);
     ++m_listRevision;
     Select(entity.Get());
     return entity.Get();
@@ -135,14 +201,19 @@ bool CEditorTown::Delete(CEntity* entity)
     const int number = entity ? m_model->GetNumber(entity) : -1;
     if (number < 0)
         return false;
-    if (m_selected.Get() == entity)
-        m_selected = nullptr;
-    m_viewer->Change([&] { m_model->Remove(number); });
-    i_Mark();
-    m_isModified = true;
+    i_NoteComing(entity, "delete", false);
+    i_Remove(number);
     ++m_listRevision;
     ++m_valueRevision;
     return true;
+}
+
+void CEditorTown::i_Remove(int number)
+{
+    if (m_selected.Get() == Get(number))
+        m_selected = nullptr;
+    m_viewer->Change([&] { m_model->Remove(number); });
+    i_Mark();
 }
 
 bool CEditorTown::AddComponent(CEntity& entity, int type, std::string& fault)
@@ -161,11 +232,15 @@ bool CEditorTown::AddComponent(CEntity& entity, int type, std::string& fault)
             return false;
         }
     }
-    entity.LockComponentList();
-    types.Create(type, &entity);
-    entity.UnlockComponentList();
+    EndEdit();
+    i_Change(entity, "add",
+             [&]
+             {
+                 entity.LockComponentList();
+                 types.Create(type, &entity);
+                 entity.UnlockComponentList();
+             });
     ++m_componentRevision;
-    i_NoteChange(&entity);
     return true;
 }
 
@@ -183,29 +258,59 @@ bool CEditorTown::RemoveComponent(CEntity& entity, int type, std::string& fault)
         fault = component ? "what stands in the town needs a place" : "there is none";
         return false;
     }
-    entity.LockComponentList();
-    entity.RemoveComponent(component);
-    delete component;
-    entity.UnlockComponentList();
+    EndEdit();
+    i_Change(entity, "remove",
+             [&]
+             {
+                 entity.LockComponentList();
+                 entity.RemoveComponent(component);
+                 delete component;
+                 entity.UnlockComponentList();
+             });
     ++m_componentRevision;
     ++m_listRevision;
-    i_NoteChange(&entity);
     return true;
 }
 
 bool CEditorTown::Set(CEntity& entity, const EditorProperty& property, CEntityComponentProperty& value)
 {
-    const std::string name = GetNumber(entity) >= 0 ? GetLabel(GetNumber(entity)) : std::string();
-    if (!WriteProperty(entity, property, value))
+    const CEntityComponent* component = entity.GetComponent(property.component);
+    if (!component || component->GetTypeString() != property.componentName)
         return false;
-    if (GetNumber(entity) < 0) // the viewer's own
-    {
-        ++m_valueRevision;
-        return true;
-    }
-    i_NoteChange(&entity);
+    const std::string name = GetLabel(GetNumber(entity));
+    i_Change(entity, property.componentName + "." + property.record.name,
+             [&] { WriteProperty(entity, property, value); });
     if (GetLabel(GetNumber(entity)) != name)
         ++m_listRevision;
+    return true;
+}
+
+void CEditorTown::Move(CEntity& entity, CVector3 place)
+{
+    for (EditorProperty& property : CollectProperties(entity))
+    {
+        if (property.record.kind != CEntityComponentProperty::kVector3 ||
+            std::string_view(property.record.name) != "Translation")
+            continue;
+        CEntityComponentProperty value;
+        value.SetVector3(property.record.name, place.x, place.y, place.z);
+        Set(entity, property, value);
+        return;
+    }
+    CMatrix matrix = entity.Find<ComponentTransform>()->GetTransform();
+    matrix.SetTranslation(place);
+    SetPlace(entity, matrix);
+}
+
+bool CEditorTown::SetPlace(CEntity& entity, const CMatrix& place)
+{
+    const float* elements = place.GetElements();
+    const bool isFinite = std::all_of(elements, elements + 16, [](float element) { return std::isfinite(element); });
+    const bool isBox =
+        std::min({place.GetLocalX().Length(), place.GetLocalY().Length(), place.GetLocalZ().Length()}) > 0.0F;
+    if (!isFinite || !isBox || GetNumber(entity) < 0)
+        return false;
+    i_Change(entity, "place", [&] { entity.Find<ComponentTransform>()->SetTransform(place); });
     return true;
 }
 
@@ -242,7 +347,7 @@ CEntity* CEditorTown::FindPlace(std::string_view name) const
     std::pair<int, float> bestRank = {0, 0.0F};
     for (CEntity* entity : m_model->GetEntities())
     {
-        const int match = Match(Tools_StringToLowercase(GetTownName(*entity)), wanted);
+        const int match = Match(Tools_StringToLowercase(GetPlaceName(*entity)), wanted);
         const CVector3 size = entity->Find<ComponentTransform>()->GetBoundingBox().GetSize();
         const std::pair rank = {match, size.Length()};
         if (match > 0 && rank > bestRank)
@@ -254,7 +359,7 @@ CEntity* CEditorTown::FindPlace(std::string_view name) const
     return wanted.empty() ? nullptr : best;
 }
 
-CEntity* CEditorTown::Pick(int x, int y)
+CEditorTown::Ray CEditorTown::GetRay(int x, int y) const
 {
     const auto& target = m_viewer->GetTarget();
     const CMatrix inverse = m_viewer->GetProjectionView().Inverse();
@@ -264,8 +369,14 @@ CEntity* CEditorTown::Pick(int x, int y)
     const float* m = inverse.GetElements();
     const auto row = [&](int i) { return m[i] * right + m[i + 4] * up + m[i + 8] + m[i + 12]; };
     const CVector3 eye = m_model->GetEye();
+    return {eye, (CVector3(row(0), row(1), row(2)) * (1.0F / row(3)) - eye).Normalized()};
+}
+
+CEntity* CEditorTown::Pick(int x, int y)
+{
+    const Ray ray = GetRay(x, y);
     float distance = 0.0F;
-    return Cast(eye, (CVector3(row(0), row(1), row(2)) * (1.0F / row(3)) - eye).Normalized(), distance);
+    return Cast(ray.origin, ray.direction, distance);
 }
 
 // The tree knows upright boxes; what is seen are turned ones.

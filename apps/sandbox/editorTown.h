@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/sandbox/editorHistory.h"
 #include "apps/sandbox/townPath.h"
 #include "apps/sandbox/townViewer.h"
 #include "gameengine/engine/entityArraySpatialQuery.h"
@@ -27,8 +28,8 @@ public:
     bool Save();
     /// Rows that the last save wrote or deleted.
     int GetSavedCount() const noexcept { return m_savedCount; }
-    /// Whether there is something to save.
-    bool IsModified() const noexcept { return m_isModified; }
+    /// Whether there is something to save. An edit that was taken back is nothing.
+    bool IsModified() const noexcept { return m_content != m_savedContent; }
 
     CTownModel& GetModel() noexcept { return *m_model; }
     CTownViewer& GetViewer() noexcept { return *m_viewer; }
@@ -48,6 +49,19 @@ public:
     bool RemoveComponent(CEntity& entity, int type, std::string& fault);
     /// Sets a property. False when the entity has it no more.
     bool Set(CEntity& entity, const EditorProperty& property, CEntityComponentProperty& value);
+    /// Moves an entity, by its property "Translation" if it has one.
+    void Move(CEntity& entity, CVector3 place);
+    /// Gives an entity of the town another place and size; those that are no numbers, or not above 0, are refused.
+    bool SetPlace(CEntity& entity, const CMatrix& place);
+
+    /// Changes of the same thing, such as those of a drag or of typing, are one edit until this.
+    void EndEdit();
+    /// Takes the last edit back, or does again what was taken back; what was changed is selected. False when there is
+    /// none. Loading the town anew forgets all.
+    bool Undo() { return i_Apply(m_history.Undo(), true); }
+    bool Redo() { return i_Apply(m_history.Redo(), false); }
+    bool CanUndo() const noexcept { return m_history.CanUndo(); }
+    bool CanRedo() const noexcept { return m_history.CanRedo(); }
 
     /// The number of an entity, as commands and lists tell it; null for none.
     CEntity* Get(int number) const;
@@ -59,6 +73,13 @@ public:
     CEntity* FindPlace(std::string_view name) const;
     /// What is seen at a pixel of the last picture; null for the ground and the sky.
     CEntity* Pick(int x, int y);
+    /// From the eye through a pixel of the last picture.
+    struct Ray
+    {
+        CVector3 origin;
+        CVector3 direction; ///< Its length is 1.
+    };
+    Ray GetRay(int x, int y) const;
     /// What a ray hits first, the direction of which has the length 1; null for nothing. `distance` gets how far that
     /// is, or the ground; it is `kFarAway` for the sky.
     CEntity* Cast(CVector3 origin, CVector3 direction, float& distance);
@@ -72,12 +93,19 @@ public:
     unsigned GetListRevision() const noexcept { return m_listRevision; }
     unsigned GetComponentRevision() const noexcept { return m_componentRevision; }
     unsigned GetValueRevision() const noexcept { return m_valueRevision; }
+    /// Another one after `Undo` and `Redo`: what is being typed counts no more.
+    unsigned GetUndoRevision() const noexcept { return m_undoRevision; }
 
     /// As lists show it: number and name.
     std::string GetLabel(int number) const;
 
 private:
+    template <class Change>
+    void i_Change(CEntity& entity, const std::string& what, const Change& change);
     void i_NoteChange(CEntity* entity);
+    void i_NoteComing(CEntity* entity, const char* what, bool isThere);
+    bool i_Apply(const CEditorHistory::Edit* edit, bool isUndo);
+    void i_Remove(int number);
     void i_Mark();
 
     renderer::CRenderer& m_renderer;
@@ -86,11 +114,16 @@ private:
     std::unique_ptr<CTownViewer> m_viewer;
     std::unique_ptr<CEntityArray_SpatialQuery> m_query;
     CEntityArray_SpatialQuery::Buffer m_hits;
+    CEditorHistory m_history;
     RefPtr<CEntity> m_selected;
     TownViewpoint m_viewpoint;
     unsigned m_listRevision = 0;
     unsigned m_componentRevision = 0;
     unsigned m_valueRevision = 0;
+    unsigned m_undoRevision = 0;
+    // Numbers of all that the town holds, now, in the file, and the last one given.
+    unsigned m_content = 0;
+    unsigned m_savedContent = 0;
+    unsigned m_lastContent = 0;
     int m_savedCount = 0;
-    bool m_isModified = false;
 };

@@ -56,8 +56,21 @@ Widget* CEditorWindow::myFind(const char* id)
 void CEditorWindow::Toggle()
 {
     m_window->SetVisible(!m_window->IsVisible());
-    if (!m_window->IsVisible())
-        return;
+    if (m_window->IsVisible())
+        i_Enter();
+}
+
+void CEditorWindow::Reach()
+{
+    const GuiWidget* focus = m_window->GetContext().GetFocusWidget();
+    if (m_window->IsVisible() && !(focus && focus->IsWithin(*m_window)))
+        i_Enter();
+    else
+        Toggle();
+}
+
+void CEditorWindow::i_Enter()
+{
     m_window->Activate();
     m_window->GetContext().GrabFocus(m_window);
     m_window->GetContext().MoveFocus(1);
@@ -176,7 +189,8 @@ bool CEditorProperties::OnGuiEvent(const char* name, const GuiEvent& event)
 CEditorView::CEditorView(CEditorTown& town, GuiContext& context, CEditorColorPicker& picker)
     : CEditorWindow(town, context, "gui/editor_view.gui", "viewWindow"),
       m_culler(myFind<GuiDropList>("culler")),
-      m_speed(myFind<GuiSpinner>("speed"))
+      m_speed(myFind<GuiSpinner>("speed")),
+      m_snap(myFind<GuiSpinner>("snap"))
 {
     for (std::size_t i = 0; i < std::size(kFlags); ++i)
         m_flags[i] = myFind<GuiCheckBox>(kFlags[i]);
@@ -216,7 +230,7 @@ CEditorStatistics::CEditorStatistics(CEditorTown& town, GuiContext& context)
     : CEditorWindow(town, context, "gui/editor_statistics.gui", "statisticsWindow"),
       m_figures(myFind<GuiLabel>("figures"))
 {
-    if (auto* list = myFind<GuiListV>("graph"))
+    if (auto* list = myFind<GuiListV>("statisticsContent"))
         m_graph = static_cast<CEditorGraph*>(list->AddChild(std::make_unique<CEditorGraph>(context)));
 }
 

@@ -20,6 +20,8 @@ public:
     gui::GuiWindow& GetWindow() noexcept { return *m_window; }
     /// Shows it with the keyboard in it, or hides it.
     void Toggle();
+    /// Brings the keyboard into it; hides it where that is already.
+    void Reach();
 
 protected:
     /// Loads the file into the root; the window has this id, and `town` outlives it.
@@ -32,6 +34,8 @@ protected:
     CEditorTown& m_town;
 
 private:
+    void i_Enter();
+
     gui::GuiWindow* m_window = nullptr;
     bool m_isLoaded = false;
 };
@@ -85,10 +89,13 @@ public:
     bool OnGuiEvent(const char* name, const gui::GuiEvent& event) override;
     /// Metres a second that the camera flies.
     float GetSpeed() const { return m_speed->GetValue(); }
+    /// Metres between the places to which a drag brings things; 0 for any place.
+    float GetSnap() const { return m_snap->GetValue(); }
 
 private:
     gui::GuiDropList* m_culler;
     gui::GuiSpinner* m_speed;
+    gui::GuiSpinner* m_snap;
     gui::GuiCheckBox* m_flags[4];
     std::unique_ptr<CEditorPropertyRows> m_rows;
 };

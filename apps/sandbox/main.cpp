@@ -40,6 +40,10 @@ int main(int argc, char** argv)
     app.add_option("--viewpoints", options.viewpoints,
                    "without a window: so many still pictures in place of the flight")
         ->check(CLI::Range(1, 10000));
+    std::string style = "dark";
+    app.add_option("--style", style, "of the editor's windows")
+        ->check(CLI::IsMember({"dark", "light"}))
+        ->capture_default_str();
     app.add_option("--commands", options.commands,
                    "of the editor's console, run at its start, with semicolons between");
     app.add_option("--debug", options.debug, "show boxes, cells, culled, figures: words with commas between");
@@ -52,6 +56,7 @@ int main(int argc, char** argv)
         return app.exit(error) == 0 ? 0 : 1;
     }
 
+    options.isLight = style == "light";
     const auto isWanted = [&](const char* part) { return std::find(parts.begin(), parts.end(), part) != parts.end(); };
     if (parts.empty())
         parts = {"stream", "view"};

@@ -17,6 +17,7 @@ struct SandboxOptions
     int width = 1280;
     int height = 720;
     int viewpoints = 0;   ///< Pictures of so many still viewpoints in place of a flight.
+    bool isLight = false; ///< The editor's style.
     std::string commands; ///< Lines of the editor's console, with semicolons between.
     std::string debug;    ///< Words among "boxes", "cells", "culled" and "figures", with commas between.
 };

@@ -15,6 +15,7 @@ constexpr std::size_t kMaxLamps = 400;
 constexpr float kLampHeight = 7.0F;
 constexpr float kLampRange = 26.0F;
 constexpr float kMargin = 50.0F;
+constexpr float kUnitBox[6] = {-0.5F, -0.5F, -0.5F, 0.5F, 0.5F, 0.5F};
 
 template <class Component>
 Component* Make(CEntity* entity)
@@ -49,27 +50,32 @@ bool CTownModel::Load(const std::string& path)
     for (const std::int64_t row : rows)
     {
         CEntity* const entity = m_store->LoadRow(row);
-        const TownKind kind = entity ? GetTownKind(*entity) : TownKind::None;
-        if (kind == TownKind::None)
-            continue;
-        PrepareTownEntity(*entity);
-        i_Append(entity, kind);
+        if (entity && entity->Find<ComponentTransform>())
+            i_Insert(entity, static_cast<int>(m_entities.size()), m_nextSeed++);
     }
     if (m_entities.empty())
+    {
+        tamra::log::Error(tamra::log::Quoted(path) + " holds nothing that has a place");
         return false;
+    }
     i_MakeTree();
     i_MakeView();
     i_MakeLamps();
     return true;
 }
 
-void CTownModel::i_Append(CEntity* entity, TownKind kind)
+void CTownModel::i_Insert(CEntity* entity, int number, std::size_t seed)
 {
-    m_entities.push_back(entity);
-    m_kinds.push_back(kind);
-    m_boxes.push_back(entity->Find<ComponentTransform>()->GetBoundingBox());
-    m_seeds.push_back(m_nextSeed++);
-    i_SetNumber(static_cast<int>(m_entities.size() - 1));
+    auto* transform = entity->Find<ComponentTransform>();
+    transform->SetUntransformedBoundingBox(kUnitBox);
+    const TownKind kind = GetTownKind(*entity);
+    const auto place = static_cast<std::ptrdiff_t>(number);
+    m_entities.insert(m_entities.begin() + place, entity);
+    m_kinds.insert(m_kinds.begin() + place, kind == TownKind::None ? TownKind::Building : kind);
+    m_boxes.insert(m_boxes.begin() + place, transform->GetBoundingBox());
+    m_seeds.insert(m_seeds.begin() + place, seed);
+    for (int i = number; i < static_cast<int>(m_entities.size()); ++i)
+        i_SetNumber(i);
 }
 
 void CTownModel::i_SetNumber(int number)
@@ -81,16 +87,20 @@ void CTownModel::i_SetNumber(int number)
 
 void CTownModel::Add(CEntity* entity)
 {
+    Insert(entity, static_cast<int>(m_entities.size()), m_nextSeed++);
+}
+
+void CTownModel::Insert(CEntity* entity, int number, std::size_t seed)
+{
     if (!entity->Find<ComponentRuntimeData>())
     {
         entity->LockComponentList();
         Make<ComponentRuntimeData>(entity);
         entity->UnlockComponentList();
     }
-    PrepareTownEntity(*entity);
     if (!m_scene.GetArray().Contains(entity))
         m_scene.GetArray().Add(entity);
-    i_Append(entity, GetTownKind(*entity));
+    i_Insert(entity, number, seed);
 }
 
 void CTownModel::Remove(int number)

@@ -19,7 +19,8 @@
 class CTownModel
 {
 public:
-    /// Loads the scene file. False and one log line when it cannot be read or holds no town.
+    /// Loads the scene file. False and one log line when it cannot be read or holds no town. Entities with a place
+    /// whose name tells no kind are boxes as buildings are.
     bool Load(const std::string& path);
 
     CScene& GetScene() noexcept { return m_scene; }
@@ -40,7 +41,10 @@ public:
     /// Chooses how it looks, and stays when others come and go.
     std::size_t GetSeed(std::size_t number) const noexcept { return m_seeds[number]; }
 
-    /// Appends a new entity of a town, which need not be in the scene. It gets what all of them have. Numbers stay.
+    /// Puts in an entity that is none of the town's and need not be in the scene. It gets what all of them have. Those
+    /// from the number on move down.
+    void Insert(CEntity* entity, int number, std::size_t seed);
+    /// The same with a new entity, behind all others.
     void Add(CEntity* entity);
     /// Takes an entity out of the scene, and its row out of the file with the next save. Those behind it move up.
     void Remove(int number);
@@ -59,7 +63,7 @@ public:
     CVector3 GetMax() const noexcept { return m_max; }
 
 private:
-    void i_Append(CEntity* entity, TownKind kind);
+    void i_Insert(CEntity* entity, int number, std::size_t seed);
     void i_SetNumber(int number);
     void i_MakeTree();
     void i_MakeView();

@@ -8,6 +8,7 @@
 
 class ComponentTransform;
 
+/// The kinds of light; the numbers are those of saved data.
 enum class ComponentLightType : std::int32_t
 {
     Point = 0,

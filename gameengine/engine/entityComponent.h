@@ -203,6 +203,7 @@ private:                                                                  \
     static TComponentRepository<RepositoryClass> s_repository; \
     static const bool s_isEntered
 
+/// What belongs to `TAMRA_COMPONENT_REPOSITORY` in the source file.
 #define TAMRA_COMPONENT_REPOSITORY_IMPLEMENT(Class, RepositoryClass)                                  \
     namespace                                                                                         \
     {                                                                                                 \
@@ -211,6 +212,8 @@ private:                                                                  \
     constinit TComponentRepository<RepositoryClass> Class::s_repository(TYPEID(), g_placesOf##Class); \
     const bool Class::s_isEntered = s_repository.Enter()
 
+/// What belongs to `TAMRA_COMPONENT` in the source file, in the namespace of the class: repository, factory, name,
+/// pool.
 #define TAMRA_COMPONENT_IMPLEMENT(Class, RepositoryClass)                             \
     TAMRA_COMPONENT_REPOSITORY_IMPLEMENT(Class, RepositoryClass);                     \
     CEntityComponent* Class::CreateComponent(CEntity* entity)                         \

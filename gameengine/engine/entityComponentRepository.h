@@ -194,6 +194,7 @@ template <>
 class TComponentRepository<CEntityComponentRepository>
 {
 public:
+    /// Needs none of its own.
     struct Places
     {
     };

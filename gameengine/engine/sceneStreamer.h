@@ -34,6 +34,7 @@
 class TAMRAGAMEENGINE_API CSceneStreamer
 {
 public:
+    /// How far and how fast is loaded.
     struct Settings
     {
         float cellSize = 100.0F;   ///< Edge of a cell in world units, at least a 64th of `loadRadius`.
@@ -52,7 +53,7 @@ public:
     };
 
     /// Store and array must outlive the streamer; the array is that of the store's scene. Settings that make no sense
-    /// (not positive, not finite) are replaced by the defaults.
+    /// (not positive, not finite) are replaced by the defaults, a `keepRadius` by `loadRadius`.
     CSceneStreamer(CEntityArray_SaveLoad_SqliteDB& store, CEntityArray& array, const Settings& settings);
     CSceneStreamer(const CSceneStreamer&) = delete;
     CSceneStreamer& operator=(const CSceneStreamer&) = delete;

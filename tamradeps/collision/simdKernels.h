@@ -37,6 +37,7 @@ struct TAMRADEPS_API FrustumQuery
 {
     FrustumQuery(const PrimFrustum& frustum) noexcept;
 
+    /// A plane with what its test reads from a block.
     struct Plane
     {
         float normal[3];

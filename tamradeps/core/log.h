@@ -11,6 +11,7 @@
 /// Any thread may log, and add and remove sinks. One line at a time is written, by the thread that it comes from.
 namespace tamra::log
 {
+/// How serious a line is; sets its prefix.
 enum class Level
 {
     Info,
@@ -39,16 +40,20 @@ TAMRADEPS_API void RemoveSink(Sink& sink);
 /// Turns the sink on standard error on or off (on at the start).
 TAMRADEPS_API void SetStandardErrorEnabled(bool enabled);
 
+/// Sends a line, without a line end, to every sink.
 TAMRADEPS_API void Write(Level level, std::string_view text);
 
+/// A line without a prefix.
 inline void Info(std::string_view text)
 {
     Write(Level::Info, text);
 }
+/// A line with "[WARNING] " before it: something is wrong, and was made do with.
 inline void Warning(std::string_view text)
 {
     Write(Level::Warning, text);
 }
+/// A line with "[ERROR] " before it: something could not be done.
 inline void Error(std::string_view text)
 {
     Write(Level::Error, text);

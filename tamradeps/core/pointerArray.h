@@ -9,9 +9,10 @@
 
 namespace tamra
 {
-// The rare part of the array below, kept out of line so that the usual part stays small: room for `capacity` pointers
-// with the first `count` of the old ones, whose memory is freed if it came from here.
+/// The rare part of `CPointerArray`, kept out of line so that the usual part stays small: room for `capacity` pointers
+/// with the first `count` of the old ones, whose memory is freed if it came from here.
 TAMRADEPS_API void* GrowPointers(void* old, bool isOwned, std::uint32_t count, std::uint32_t capacity);
+/// Frees what `GrowPointers` gave.
 TAMRADEPS_API void FreePointers(void* pointers) noexcept;
 } // namespace tamra
 

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-// String helpers. Case is that of ASCII letters; every other byte, UTF-8 sequences included, stays as it is.
-
+/// The text with its ASCII letters in capitals; every other byte, UTF-8 sequences included, stays as it is.
 TAMRADEPS_API std::string Tools_StringToUppercase(std::string_view text);
+/// The same in small letters.
 TAMRADEPS_API std::string Tools_StringToLowercase(std::string_view text);
 
 /// The text without spaces, tabs and line ends at both ends.

@@ -18,6 +18,7 @@
 class TAMRADEPS_API variant
 {
 public:
+    /// What is held.
     enum class Kind : std::uint8_t
     {
         Empty,

@@ -20,7 +20,7 @@ inline std::filesystem::path ToPath(std::string_view utf8)
     }
 }
 
-/// With slashes between folders on every system.
+/// A path as UTF-8, with slashes between folders on every system; empty when it cannot be written so.
 inline std::string ToUtf8(const std::filesystem::path& path)
 {
     try

@@ -5,6 +5,7 @@
 // The C library's sines differ in the last bit from one system to another. What is saved of them must not, so that
 // equal input gives equal files everywhere: these are the same on every machine.
 
+/// Both of one angle.
 struct SineAndCosine
 {
     float sine;

@@ -5,9 +5,10 @@
 
 namespace tamra::platform
 {
-// The standard clock reads the system's monotonic high-resolution counter without a system call on both systems.
+/// The standard clock reads the system's monotonic high-resolution counter without a system call on both systems.
 using CounterClock = std::chrono::steady_clock;
 
+/// Ticks of `GetCounterTicks` in a second.
 inline constexpr std::int64_t kTicksPerSecond = CounterClock::period::den / CounterClock::period::num;
 
 /// A counter that runs evenly and never back, `kTicksPerSecond` ticks a second, from an arbitrary start. A reading

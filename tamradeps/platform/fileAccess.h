@@ -14,6 +14,7 @@
 
 namespace tamra::platform
 {
+/// What a path leads to.
 enum class FileKind
 {
     None, ///< There is nothing, or it cannot be seen.
@@ -22,6 +23,7 @@ enum class FileKind
     Other ///< A device, a pipe, ...
 };
 
+/// What the system says about a file.
 struct FileStatus
 {
     FileKind kind = FileKind::None;

@@ -13,6 +13,7 @@ namespace sqlite
 class query;
 class transaction;
 
+/// What `database::open` may do to the file.
 enum class OpenMode
 {
     ReadWriteCreate,

@@ -23,6 +23,7 @@ class database;
 class TAMRADEPS_API query
 {
 public:
+    /// What `step` has come to.
     enum class Step
     {
         /// A row is there to be read.

@@ -17,6 +17,7 @@ class UDBGroup;
 class UDBEntry
 {
 public:
+    /// What the value is.
     enum class Kind : std::uint8_t
     {
         Number,
@@ -103,6 +104,7 @@ public:
     /// Entries of the largest group that does without a hash table.
     static constexpr std::size_t kMaxWalk = 64;
 
+    /// Goes through the entries in stored order; valid until the group or its database is cleared.
     class Iterator
     {
     public:

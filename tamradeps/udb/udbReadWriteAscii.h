@@ -20,7 +20,7 @@ class UDBGroup;
 ///
 /// One entry a line: key and value between blanks. Keys made of letters, digits, '_', '-' and '.' stand without quotes.
 /// Numbers are the shortest decimal ones that give the same bits; beside them there are `inf`, `-inf`, and NaN with all
-/// its bits, `nan:7ff8000000000000`. Quoted texts know \\ \" \n \r \t and \xHH for any byte.
+/// its bits, `nan:7ff8000000000000`. Quoted texts know `\\`, `\"`, `\n`, `\r`, `\t`, and `\xHH` for any byte.
 class TAMRADEPS_API UDBReadWriteAscii
 {
 public:

@@ -22,6 +22,7 @@ public:
     /// Requests that can be under way at once.
     static constexpr std::size_t kRequests = 4;
 
+    /// What a request brought; false when there was none.
     struct Answer
     {
         std::uint64_t tag = 0;

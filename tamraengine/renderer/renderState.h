@@ -27,6 +27,7 @@ enum class Cull : std::uint8_t
     Back,
 };
 
+/// What passes the depth test. With `Off` depth is not written either.
 enum class DepthTest : std::uint8_t
 {
     Off,
@@ -60,6 +61,7 @@ public:
     /// Indices of uniform blocks and of storage blocks that are looked after.
     static constexpr std::uint32_t kBufferIndices = 8;
 
+    /// All of the state, as it is at first.
     struct Values
     {
         bool colorWrite = true;

@@ -11,6 +11,7 @@ namespace renderer
 {
 struct Image;
 
+/// Channels and their bits; the size of a texel is that of `CTexture::Upload`.
 enum class TextureFormat : std::uint8_t
 {
     RGBA8,
@@ -20,6 +21,7 @@ enum class TextureFormat : std::uint8_t
     Depth32F,
 };
 
+/// How texels are blended when a texture is stretched.
 enum class TextureFilter : std::uint8_t
 {
     Nearest,   ///< Also between mip levels.
@@ -27,12 +29,14 @@ enum class TextureFilter : std::uint8_t
     Trilinear, ///< Needs mip levels.
 };
 
+/// What lies beyond the edges.
 enum class TextureWrap : std::uint8_t
 {
     Clamp,
     Repeat,
 };
 
+/// What a texture is made by.
 struct TextureDesc
 {
     int width = 0;

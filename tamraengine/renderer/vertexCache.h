@@ -23,6 +23,7 @@ struct Vertex
 };
 static_assert(sizeof(Vertex) == 24);
 
+/// What the vertices of a draw are taken for.
 enum class Primitive : std::uint8_t
 {
     Triangles,

@@ -374,6 +374,9 @@ TEST_F(GuiTextEdits, SpinnerTakesNumbersAndSteps)
     EXPECT_EQ(play("'4"), " 4");
     m_context->GrabFocus(nullptr);
     EXPECT_EQ(play(""), "17:4 4");
+    Wheel(30, 20, 32); // out of focus it is for others
+    EXPECT_EQ(Take(), "");
+    m_context->GrabFocus(&spinner);
     Wheel(30, 20, 32);
     Wheel(30, 20, 64);
     EXPECT_EQ(Take(), "17:4.1 17:4");

@@ -1,86 +1,20 @@
 // The editor, used as a person would: by mouse, keyboard and console, from a scene file to the changed one.
 
-#include "apps/sandbox/editor.h"
-
 #include "gameengine/engine/componentEditorData.h"
 #include "gameengine/engine/componentLight.h"
 #include "gameengine/engine/componentTransform.h"
-#include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
-#include "gameengine/engine/entityComponentTypeDatabase.h"
-#include "gameengine/gui/guiWidget/guiAutomation.h"
-#include "support/deviceFixture.h"
-#include "support/expectations.h"
-#include "tamradeps/io/fileSystem.h"
-#include "tests/tools/townFixture.h"
+#include "tests/tools/editorFixture.h"
 
 #include <array>
 #include <filesystem>
 #include <map>
-#include <memory>
-#include <optional>
 #include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 namespace
 {
-constexpr float kStep = gui::GuiAutomation::kStep;
-
-class Editor : public test::DeviceTest
+class Editor : public test::EditorTest
 {
 protected:
-    void SetUp() override
-    {
-        DeviceTest::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
-        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
-        m_path = m_folder.Path("town.sdb");
-        WriteTown();
-        m_engine = CTamraGameEngine::Create(m_renderer);
-        m_editor.emplace(*m_engine);
-        ASSERT_TRUE(m_editor->Initialize(m_path, 1280, 720, TownCuller::Software, nullptr));
-        m_user.emplace(m_editor->GetContext());
-        Draw();
-    }
-
-    // A row of buildings along the X axis, 50 metres from one to the next.
-    void WriteTown()
-    {
-        RegisterBuiltInComponents();
-        CScene scene;
-        std::vector<RefPtr<CEntity>> entities;
-        std::vector<CEntity*> inOrder;
-        for (int i = 0; i < 5; ++i)
-        {
-            TownBox box = test::MakeBuilding({static_cast<float>(i) * 50.0F, 0, 15}, {20, 20, 30});
-            box.name = i == 2 ? "Caf\xC3\xA9" : "House " + std::to_string(i);
-            entities.push_back(CreateTownEntity(box, scene.GetInterfaces()));
-            inOrder.push_back(entities.back().Get());
-        }
-        CEntityArray_SaveLoad_SqliteDB store(m_path.c_str(), scene.GetInterfaces());
-        ASSERT_TRUE(store.CreateEmpty() && store.SaveEntities(inOrder));
-    }
-
-    void Draw()
-    {
-        // The second frame shows what the first one has brought about.
-        m_editor->Update(kStep);
-        m_editor->Update(kStep);
-    }
-
-    std::string Run(const std::string& command)
-    {
-        m_engine->GetConsole().ClearMessages();
-        m_engine->GetConsole().Execute(command);
-        Draw();
-        std::string answer;
-        for (const std::string& message : m_engine->GetConsole().GetMessages())
-            answer += message + "\n";
-        return answer;
-    }
-
     struct Stored
     {
         CMatrix place;
@@ -110,19 +44,6 @@ protected:
         }
         return town;
     }
-
-    std::string GetText(const char* target)
-    {
-        std::string text;
-        EXPECT_TRUE(m_user->GetText(target, text)) << target;
-        return text;
-    }
-
-    test::TemporaryFolder m_folder;
-    std::string m_path;
-    std::unique_ptr<CTamraGameEngine> m_engine;
-    std::optional<CEditor> m_editor;
-    std::optional<gui::GuiAutomation> m_user;
 };
 
 TEST_F(Editor, EditsWhatWasFoundInTheListAndSavesIt)
@@ -240,14 +161,14 @@ TEST_F(Editor, TakesInputOfTheWindowToTheWidgetsOrTheView)
     EXPECT_EQ(getEye(), ahead);
     EXPECT_EQ(GetText("filter"), "w");
 
-    // A window goes and comes once for each press, however often the key is repeated.
-    for (int i = 0; i < 3; ++i)
-        input.KeyDown(renderer::kKeyF1 + 2);
-    input.KeyUp(renderer::kKeyF1 + 2);
-    EXPECT_FALSE(m_user->FindById("propertiesWindow")->IsVisible());
-    input.KeyDown(renderer::kKeyF1 + 2);
-    input.KeyUp(renderer::kKeyF1 + 2);
-    EXPECT_TRUE(m_user->FindById("propertiesWindow")->IsVisible());
+    // A press takes the keyboard into a window, another one hides it, however often the key is repeated.
+    for (const bool isVisible : {true, false, true})
+    {
+        for (int i = 0; i < 3; ++i)
+            input.KeyDown(renderer::kKeyF1 + 2);
+        input.KeyUp(renderer::kKeyF1 + 2);
+        EXPECT_EQ(m_user->FindById("propertiesWindow")->IsVisible(), isVisible);
+    }
 
     // The console takes all of it until Escape. A key that came up meanwhile does not go on.
     m_user->Click("filter");

@@ -6,6 +6,7 @@
 #include "corvex/context.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
+#include "tamradeps/platform/programFolder.h"
 #include "tamraengine/renderer/imageEncoder.h"
 #include "tamraengine/renderer/renderTarget.h"
 #include "tamraengine/renderer/renderer.h"
@@ -210,13 +211,21 @@ private:
     std::string m_size;
     Command m_command = nullptr;
 };
+
+// Those of the current folder come first, for screens of another game.
+void AddAssets()
+{
+    const std::string folder = tamra::platform::GetProgramFolder();
+    GetFileSystem().AddRoot("assets");
+    GetFileSystem().AddRoot(folder + "/" TAMRA_INSTALLED_ASSETS);
+    GetFileSystem().AddRoot(folder + "/" TAMRA_BUILT_ASSETS);
+}
 } // namespace
 
 int main(int count, char** values)
 {
     CTerminalLog log("guitool");
-    GetFileSystem().AddRoot("assets");
-    GetFileSystem().AddRoot(TAMRA_ASSET_FOLDER);
+    AddAssets();
     try
     {
         return CCommandLine().Run(count, values);

@@ -16,8 +16,8 @@ constexpr int kPadding = 6;
 constexpr std::size_t kMaxShown = 4096; // bytes of one message
 constexpr std::size_t kPromptLength = 2;
 
-constexpr Color kBackground = 0xD0201A16;
-constexpr Color kInputBackground = 0xE0302822;
+constexpr Color kBackground = 0xFF201A16;
+constexpr Color kInputBackground = 0xFF302822;
 constexpr Color kEdge = 0xFFD68A3C;
 constexpr Color kText = 0xFFDCD8D4;
 constexpr Color kDimText = 0xFF908880;
@@ -119,7 +119,7 @@ void CGuiConsole::i_DrawMessages(Draw& draw, int columns, int bottom)
     const GuiRecti hintRect(draw.GetTextWidth("0", kFont) * columns + 2 * kPadding - hintWidth, bottom - lineHeight,
                             hintWidth, lineHeight);
     draw.FillRect(hintRect, kEdge);
-    draw.Text(hintRect.x + kPadding, hintRect.y, hint.data(), kInputBackground | 0xFF000000, kFont);
+    draw.Text(hintRect.x + kPadding, hintRect.y, hint.data(), kInputBackground, kFont);
 }
 
 void CGuiConsole::i_DrawInput(Draw& draw, std::size_t columns, int y)

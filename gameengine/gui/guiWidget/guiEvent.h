@@ -10,6 +10,7 @@ namespace gui
 {
 class GuiWidget;
 
+/// What a widget can tell; docs/gui.md says which type emits what, and what the words mean. The numbers are fixed.
 enum GuiEventType : std::int32_t
 {
     GET_BUTTON_PRESSED = 3,

@@ -4,6 +4,7 @@
 
 namespace gui
 {
+/// Where text stands in its rectangle, on one axis; the numbers are those of files.
 enum class GuiAlign : std::int32_t
 {
     Near, ///< Left or top.

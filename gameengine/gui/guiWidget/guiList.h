@@ -38,6 +38,7 @@ private:
     std::vector<Part> m_parts;
 };
 
+/// From left to right.
 class TAMRAGAMEENGINE_API GuiListH final : public GuiList
 {
 public:
@@ -50,6 +51,7 @@ public:
     const char* GetTypeString() const override { return "GWT_LIST_H"; }
 };
 
+/// From top to bottom.
 class TAMRAGAMEENGINE_API GuiListV final : public GuiList
 {
 public:

@@ -27,6 +27,7 @@ struct GuiNodeLink
     friend bool operator==(const GuiNodeLink&, const GuiNodeLink&) = default;
 };
 
+/// A box with pins for links on both sides.
 struct GuiNode
 {
     GuiNodeId id = 0;
@@ -42,6 +43,7 @@ struct GuiNode
 /// What lies at a point.
 struct GuiNodeHit
 {
+    /// Of a node, or none.
     enum class Part
     {
         None,

@@ -62,6 +62,8 @@ void GuiSpinner::i_ShowValue()
     // The shortest that stands for the value; without a sign for zero.
     const float value = m_value == 0.0F ? 0.0F : m_value;
     char* const end = std::to_chars(text, text + kNumberLength, value, std::chars_format::fixed).ptr;
+    if (myIsChanged())
+        SetText({}); // what was typed is taken: no step back to it
     SetText({text, end});
     myClearChanged();
     if (myIsFocusWidget())
@@ -159,6 +161,8 @@ bool GuiSpinner::myOnKey(unsigned key)
 
 bool GuiSpinner::myOnWheel(int direction)
 {
+    if (!myIsFocusWidget())
+        return false;
     i_Step(-direction);
     return true;
 }

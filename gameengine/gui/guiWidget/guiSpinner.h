@@ -5,8 +5,9 @@
 namespace gui
 {
 /// Chooses a number: it is typed, and taken by Enter or when the focus leaves, or stepped by the two arrows, which
-/// repeat while they are held and can be dragged up and down, by Up, Down, PageUp and PageDown, or by the wheel. What
-/// is no number is dropped, as is what was typed by Escape.
+/// repeat while they are held and can be dragged up and down, by Up, Down, PageUp and PageDown, or by the wheel while
+/// it is in focus: otherwise that scrolls what the spinner lies in. What is no number is dropped, as is what was typed
+/// by Escape.
 ///
 /// Numbers are kept to a millionth, as in files, and lie in between `-kMost` and `kMost`; those that are not finite
 /// are ignored.

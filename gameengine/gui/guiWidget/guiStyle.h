@@ -10,7 +10,9 @@ namespace gui
 /// Chooses a `GuiStyleData` of the context.
 using GuiStyle = std::int32_t;
 
+/// Light on dark. A context has this style and the next one by itself.
 inline constexpr GuiStyle kStyleDark = 0;
+/// Dark on light.
 inline constexpr GuiStyle kStyleLight = 1;
 /// Styles that a context has room for; what names another is drawn in style 0.
 inline constexpr GuiStyle kStyleCount = 16;

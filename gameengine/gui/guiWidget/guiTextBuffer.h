@@ -43,6 +43,7 @@ public:
     /// What undo keeps, in bytes: older steps are forgotten. The last one is always kept.
     static constexpr std::size_t kMaxUndoBytes = std::size_t{4} << 20;
 
+    /// Where a key takes the cursor.
     enum class Move
     {
         Left,
@@ -55,6 +56,7 @@ public:
         TextEnd
     };
 
+    /// Bytes from `begin` to before `end`.
     struct Range
     {
         std::size_t begin = 0;

@@ -42,6 +42,9 @@ public:
     const std::string& GetText() const noexcept { return m_buffer.GetText(); }
     GuiTextBuffer::Range GetSelection() const noexcept { return m_buffer.GetSelection(); }
     std::size_t GetCursorPlace() const noexcept { return m_buffer.GetCursor(); }
+    /// Whether there is an edit by hand to take back, or to do again.
+    bool CanUndo() const noexcept { return m_buffer.CanUndo(); }
+    bool CanRedo() const noexcept { return m_buffer.CanRedo(); }
 
 protected:
     /// `knownFlags`: bits of `GuiTextFlag` that can be set.

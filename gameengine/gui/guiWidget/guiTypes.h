@@ -81,9 +81,12 @@ struct Rect
     friend constexpr bool operator==(const Rect&, const Rect&) noexcept = default;
 };
 
+/// Pixels, as drawn and hit.
 using GuiRecti = Rect<int>;
+/// The same with fractions, as layouts calculate.
 using GuiRectf = Rect<float>;
 
+/// The same rectangle in floats.
 constexpr GuiRectf ToFloat(const GuiRecti& rect) noexcept
 {
     return {static_cast<float>(rect.x), static_cast<float>(rect.y), static_cast<float>(rect.w),

@@ -508,7 +508,7 @@ void GuiWindow::i_DrawTitle(const GuiRecti& bar)
     const int left = bar.x + kBorder + style.padding;
     const int right = (i_Has(kWindowClosable) ? close.x : bar.x + bar.w) - style.padding;
     const int y = bar.y + (bar.h - draw.GetLineHeight(style.font)) / 2;
-    const Color text = m_isActive && !IsLocked() ? style.text : style.textDisabled;
+    const Color text = IsLocked() ? style.textDisabled : style.text;
     draw.PushClip(bar);
     std::string shortened;
     draw.Text(left, y, Shorten(draw, m_title, right - left, style.font, shortened), text, style.font);

@@ -1,0 +1,169 @@
+// The editor in a window of its own, used by the keyboard and the mouse of the display.
+
+#include "apps/sandbox/editor.h"
+#include "corvex/window.h"
+#include "gameengine/gui/guiWidget/guiLayout.h"
+#include "support/expectations.h"
+#include "tamradeps/io/fileSystem.h"
+#include "tests/display/xUser.h"
+#include "tests/tools/townFixture.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+using test::XUser;
+
+class EditorWindow : public testing::Test
+{
+protected:
+    static constexpr int kWidth = 1280;
+    static constexpr int kHeight = 720;
+
+    void SetUp() override
+    {
+        // It would move the mouse of whoever sits there.
+        if (!std::getenv("TAMRA_OWN_DISPLAY"))
+            GTEST_SKIP() << "needs a display of its own: run it by scripts/with-display.sh";
+        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
+        m_path = m_folder.Path("town.sdb");
+        ASSERT_TRUE(test::WriteStreet(m_path));
+        m_window = CWindow::Create({.title = "Editor", .width = kWidth, .height = kHeight}, &m_renderer.GetInput());
+        ASSERT_TRUE(m_window && m_renderer.InitializeDevice());
+        m_engine = CTamraGameEngine::Create(m_renderer);
+        m_editor.emplace(*m_engine);
+        ASSERT_TRUE(m_editor->Initialize(m_path, kWidth, kHeight, TownCuller::Software, m_window.get()));
+        Frames(3);
+        ASSERT_TRUE(m_user.FindWindow(kWidth, kHeight));
+    }
+
+    void Frames(int count)
+    {
+        for (int i = 0; i < count; ++i)
+            ASSERT_TRUE(m_editor->ShowFrame(1.0F / 60.0F));
+    }
+
+    // The server hands events on when it likes.
+    bool Becomes(const std::function<bool()>& condition)
+    {
+        for (int i = 0; i < 200; ++i)
+        {
+            Frames(1);
+            if (condition())
+                return true;
+        }
+        return false;
+    }
+
+    void MoveTo(const char* id)
+    {
+        const gui::GuiWidget* widget = m_editor->GetContext().GetRoot().FindChild(id);
+        ASSERT_TRUE(widget && widget->IsVisible()) << id;
+        const gui::GuiRecti rect = widget->GetRect();
+        m_user.MoveTo(rect.x + rect.w / 3, rect.y + rect.h / 2);
+        Frames(2);
+    }
+
+    bool Click(const char* id)
+    {
+        MoveTo(id);
+        m_user.Click();
+        Frames(3);
+        const gui::GuiWidget* focus = m_editor->GetContext().GetFocusWidget();
+        return focus && focus->GetId() == id;
+    }
+
+    CEditorTown& Town() { return m_editor->GetTown(); }
+    CVector3 PlaceOf(int number)
+    {
+        return Town().Get(number)->Find<ComponentTransform>()->GetTransform().Translation();
+    }
+
+    test::TemporaryFolder m_folder;
+    std::string m_path;
+    renderer::CRenderer m_renderer;
+    std::unique_ptr<CWindow> m_window;
+    std::unique_ptr<CTamraGameEngine> m_engine;
+    std::optional<CEditor> m_editor;
+    XUser m_user;
+};
+
+TEST_F(EditorWindow, ChangesATownByKeyboardAndMouseFromOpeningToClosing)
+{
+    // A name is looked for and chosen, a number and a text are typed.
+    ASSERT_TRUE(Click("filter"));
+    m_user.Type("house 3");
+    m_user.Press(XUser::kEnter);
+    ASSERT_TRUE(Becomes([&] { return Town().GetSelected() && Town().GetSelected() == Town().Get(3); }));
+    ASSERT_TRUE(Click("ComponentTransformDirect.Translation.x"));
+    m_user.Press('a', XUser::kControl);
+    m_user.Type("172.5");
+    m_user.Press(XUser::kEnter);
+    EXPECT_TRUE(Becomes([&] { return PlaceOf(3) == CVector3(172.5F, 0, 15); }));
+    ASSERT_TRUE(Click("ComponentEditorData.Editor Name"));
+    m_user.Press(XUser::kEnd);
+    m_user.Type(" (East)!");
+    EXPECT_TRUE(Becomes([&] { return Town().GetLabel(3) == "3  building House 3 (East)!"; })) << Town().GetLabel(3);
+
+    // What stands in the middle of the view is clicked, then dragged.
+    Town().GoTo(*Town().Get(2));
+    m_user.MoveTo(640, 360);
+    Frames(3);
+    m_user.Click();
+    ASSERT_TRUE(Becomes([&] { return Town().GetSelected() == Town().Get(2); }));
+    m_user.HoldButton(1, true);
+    m_user.MoveTo(660, 370);
+    Frames(2);
+    m_user.MoveTo(720, 400);
+    EXPECT_TRUE(Becomes([&] { return PlaceOf(2) != CVector3(100, 0, 15); }));
+    m_user.HoldButton(1, false);
+    Frames(3);
+    const CVector3 dragged = PlaceOf(2);
+    EXPECT_EQ(dragged.z, 15.0F);
+    m_user.Press('z', XUser::kControl);
+    EXPECT_TRUE(Becomes([&] { return PlaceOf(2) == CVector3(100, 0, 15); })) << "one edit for the whole drag";
+    m_user.Press('y', XUser::kControl);
+    EXPECT_TRUE(Becomes([&] { return PlaceOf(2) == dragged; }));
+
+    // The wheel and a held key fly.
+    const auto getEye = [&] { return Town().GetViewpoint().eye; };
+    CVector3 eye = getEye();
+    m_user.Click(4);
+    EXPECT_TRUE(Becomes([&] { return std::abs((getEye() - eye).Length() - 25.0F) < 0.1F; }));
+    eye = getEye();
+    m_user.Hold('d', true);
+    EXPECT_TRUE(Becomes([&] { return (getEye() - eye).Length() > 2.0F; }));
+    m_user.Hold('d', false);
+
+    // A command, the file, the end.
+    m_user.Press(XUser::kF1);
+    ASSERT_TRUE(Becomes([&] { return m_engine->GetConsole().GetVisible(); }));
+    m_user.Type("ent.set 1 Translation 51 2 15.5");
+    m_user.Press(XUser::kEnter);
+    EXPECT_TRUE(Becomes([&] { return PlaceOf(1) == CVector3(51, 2, 15.5F); }));
+    m_user.Press(XUser::kEscape);
+    ASSERT_TRUE(Becomes([&] { return !m_engine->GetConsole().GetVisible(); }));
+    EXPECT_TRUE(Town().IsModified());
+    m_user.Press('s', XUser::kControl);
+    EXPECT_TRUE(Becomes([&] { return !Town().IsModified(); }));
+    m_user.CloseWindow();
+    bool isOpen = true;
+    for (int i = 0; i < 200 && isOpen; ++i)
+        isOpen = m_editor->ShowFrame(1.0F / 60.0F);
+    EXPECT_FALSE(isOpen);
+
+    const auto places = test::ReadPlaces(m_path);
+    ASSERT_TRUE(places.contains("building House 3 (East)!"));
+    EXPECT_EQ(places.at("building House 3 (East)!").Translation(), CVector3(172.5F, 0, 15));
+    EXPECT_EQ(places.at("building House 1").Translation(), CVector3(51, 2, 15.5F));
+    EXPECT_EQ(places.at("building Caf\xC3\xA9").Translation(), dragged);
+    EXPECT_EQ(places.size(), 5U);
+}
+} // namespace

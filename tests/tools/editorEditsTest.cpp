@@ -1,0 +1,337 @@
+// Edits in the editor: each kind of row, the mouse in the view, undo and redo, and the keyboard alone.
+
+#include "apps/sandbox/editorProperties.h"
+#include "tests/tools/editorFixture.h"
+
+#include <cmath>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace
+{
+class EditorEdits : public test::EditorTest
+{
+protected:
+    using Values = std::map<std::string, std::string>;
+
+    CEditorTown& Town() { return m_editor->GetTown(); }
+    static int LightType() { return CEntityComponentTypeDatabase::Instance().FindByName("ComponentLight"); }
+    CMatrix PlaceOf(int number) { return Town().Get(number)->Find<ComponentTransform>()->GetTransform(); }
+
+    static Values GetValues(const CEntity& entity)
+    {
+        Values values;
+        for (const EditorProperty& property : CollectProperties(entity))
+            values[property.componentName + "." + property.record.name] = FormatProperty(property.record);
+        return values;
+    }
+
+    // Of the entity that stands there, from the file alone.
+    Values ReadValues(CVector3 place)
+    {
+        CScene scene;
+        CEntityArray_SaveLoad_SqliteDB store(m_path.c_str(), scene.GetInterfaces());
+        EXPECT_TRUE(store.Load(nullptr, nullptr));
+        for (int i = 0; i < store.GetEntityCount(); ++i)
+        {
+            if (store.Get(i)->Find<ComponentTransform>()->GetTransform().Translation() == place)
+                return GetValues(*store.Get(i));
+        }
+        return {};
+    }
+
+    void Press(int key, int held = 0)
+    {
+        renderer::CInput& input = m_renderer.GetInput();
+        if (held != 0)
+            input.KeyDown(held);
+        input.KeyDown(key);
+        input.KeyUp(key);
+        if (held != 0)
+            input.KeyUp(held);
+        Draw();
+    }
+
+    void Drag(int fromX, int fromY, int toX, int toY, int held = 0, bool isKept = true)
+    {
+        renderer::CInput& input = m_renderer.GetInput();
+        if (held != 0)
+            input.KeyDown(held);
+        input.MouseMove(fromX, fromY);
+        input.MouseDown(renderer::kMouseLeft);
+        Draw();
+        for (int i = 1; i <= 4; ++i)
+        {
+            input.MouseMove(fromX + (toX - fromX) * i / 4, fromY + (toY - fromY) * i / 4);
+            Draw();
+        }
+        if (!isKept)
+            input.KeyDown(renderer::kKeyEscape);
+        input.MouseUp(renderer::kMouseLeft);
+        if (held != 0)
+            input.KeyUp(held);
+        Draw();
+    }
+};
+
+TEST_F(EditorEdits, EachKindOfRowGoesFromTheWidgetToTheFileAndBack)
+{
+    Run("goto house 3");
+    ASSERT_TRUE(m_user->Click("componentType") && m_user->Type("ComponentL\n") && m_user->Click("addComponent"));
+    Draw();
+    const auto fill = [this](const char* text)
+    { return [this, text](const char* id) { return m_user->Fill(id, text) && m_user->Press(gui::kGuiKeyEnter); }; };
+    const auto click = [this](const char* id) { return m_user->Click(id); };
+    const auto choose = [this](const char* id) { return m_user->Click(id) && m_user->Type("Dir\n"); };
+    const auto color = [this](const char* id)
+    {
+        return m_user->Click(id) && m_user->Fill("colorpicker/hex", "FF0000FF") && m_user->Press(gui::kGuiKeyEnter) &&
+               m_user->Fill("colorpicker/green", "51") && m_user->Press(gui::kGuiKeyEnter) &&
+               m_user->Click("colorpicker/ok");
+    };
+    const struct
+    {
+        const char* property;
+        const char* part;
+        std::function<bool(const char*)> edit;
+        const char* value;
+    } kRows[] = {
+        {"ComponentEditorData.Editor Name", "", fill("building Caf\xC3\xA9 Nord"), "building Caf\xC3\xA9 Nord"},
+        {"ComponentTransformDirect.Translation", ".y", fill("-12.25"), "150 -12.25 15"},
+        {"ComponentTransformDirect.Scale", "", fill("40"), "40"},
+        {"ComponentLight.Light Type", "", choose, "Directional Light"},
+        {"ComponentLight.Shadowed", "", click, "Active"},
+        {"ComponentLight.Range", "", fill("47.5"), "47.5"},
+        {"ComponentLight.Color", "", color, "1 0.2 0 1"},
+        {"ComponentLight.Shadow Resolution", ".x", fill("512"), "512 256 0"},
+    };
+    const Values before = GetValues(*Town().GetSelected());
+    Values expected = before;
+    gui::GuiWidget* bar = m_user->FindById("propertiesBar");
+    for (const auto& row : kRows)
+    {
+        const std::string id = std::string(row.property) + row.part;
+        for (int i = 0; i < 9 && !m_user->FindById(id)->GetParent()->IsVisible(); ++i)
+        {
+            m_user->Wheel(*bar, -1);
+            Draw();
+        }
+        ASSERT_TRUE(row.edit(id.c_str())) << id;
+        Draw();
+        EXPECT_EQ(GetValues(*Town().GetSelected())[row.property], row.value) << row.property;
+        expected[row.property] = row.value;
+    }
+    EXPECT_NE(Run("save").find("Saved: 1"), std::string::npos);
+    const CVector3 place(150, -12.25F, 15);
+    EXPECT_EQ(ReadValues(place), expected);
+
+    // Each was one edit; taking back all of them leaves nothing of it, in the file neither.
+    for (std::size_t i = 0; i < std::size(kRows); ++i)
+        Press('Z', renderer::kKeyLeftControl);
+    EXPECT_EQ(GetValues(*Town().GetSelected()), before);
+    EXPECT_EQ(GetText("ComponentEditorData.Editor Name"), "building House 3");
+    Run("save");
+    EXPECT_EQ(ReadValues({150, 0, 15}), before);
+    while (Town().CanRedo())
+        Press('Y', renderer::kKeyLeftControl);
+    EXPECT_EQ(GetValues(*Town().GetSelected()), expected);
+}
+
+TEST_F(EditorEdits, DragsWhatIsSelectedAsOneEdit)
+{
+    Town().GoTo(*Town().Get(2));
+    Town().Select(Town().Get(2));
+    Draw();
+    const CMatrix start = PlaceOf(2);
+    const auto place = [&] { return PlaceOf(2).Translation(); };
+    // Over the ground: what was gripped stays under the mouse.
+    Drag(645, 360, 700, 330);
+    EXPECT_EQ(place().z, 15.0F);
+    EXPECT_GT((place() - start.Translation()).Length(), 2.0F);
+    EXPECT_EQ(Town().Pick(700, 330), Town().Get(2));
+    float shown = 0.0F;
+    ASSERT_TRUE(m_user->GetValue("ComponentTransformDirect.Translation.x", shown));
+    EXPECT_NEAR(shown, place().x, 1e-3F);
+    const CMatrix moved = PlaceOf(2);
+    // Taken back while it goes on: no edit.
+    Drag(700, 330, 600, 400, 0, false);
+    EXPECT_EQ(PlaceOf(2), moved);
+    // Up, by whole steps.
+    ASSERT_TRUE(m_user->Fill("snap", "5") && m_user->Press(gui::kGuiKeyEnter));
+    Drag(700, 330, 700, 230, renderer::kKeyLeftShift);
+    EXPECT_GT(place().z, 15.0F);
+    EXPECT_EQ(std::fmod(place().z, 5.0F), 0.0F);
+    EXPECT_EQ(place().x, moved.Translation().x);
+    // A side: the one that was gripped goes, the opposite one stays.
+    const CMatrix lifted = PlaceOf(2);
+    int y = 360;
+    float distance = 0.0F;
+    for (; y > 60; --y) // the highest point that still shows it lies on the roof
+    {
+        const CEditorTown::Ray ray = Town().GetRay(700, y - 4);
+        if (Town().Cast(ray.origin, ray.direction, distance) == Town().Get(2) &&
+            (ray.origin + ray.direction * distance).z > place().z + 14.99F)
+            break;
+    }
+    Drag(700, y - 4, 700, y - 64, renderer::kKeyLeftControl);
+    const float height = PlaceOf(2).GetLocalZ().Length();
+    EXPECT_GT(height, 32.0F);
+    EXPECT_NEAR(place().z - height * 0.5F, lifted.Translation().z - 15.0F, 1e-3F);
+    EXPECT_EQ(PlaceOf(2).GetLocalX(), start.GetLocalX());
+
+    const CMatrix pulled = PlaceOf(2);
+    for (const CMatrix& expected : {lifted, moved, start})
+    {
+        EXPECT_TRUE(Town().IsModified());
+        Press('Z', renderer::kKeyLeftControl);
+        EXPECT_EQ(PlaceOf(2), expected);
+    }
+    EXPECT_FALSE(Town().IsModified() || Town().CanUndo());
+    for (int i = 0; i < 3; ++i)
+        Press('Y', renderer::kKeyLeftControl);
+    EXPECT_EQ(PlaceOf(2), pulled);
+    // Beside it the mouse selects.
+    Drag(400, 690, 400, 650);
+    EXPECT_EQ(PlaceOf(2), pulled);
+    EXPECT_EQ(Town().GetSelected(), nullptr);
+}
+
+TEST_F(EditorEdits, TakesBackWhatCameAndWentInItsOldPlace)
+{
+    const auto names = [this]
+    {
+        std::string all;
+        for (const int number : Town().Find(""))
+            all += Town().GetLabel(number) + "\n";
+        return all;
+    };
+    std::vector<std::string> states = {names()};
+    std::vector<Values> values = {GetValues(*Town().Get(1))};
+    std::string fault;
+    const std::vector<std::function<void()>> kEdits = {
+        [&] { Run("spawn 10 12 40 New Tower"); },
+        [&] { Run("delete 0"); },
+        [&] { Run("ent.set 0 Editor Name building Hall"); },
+        [&]
+        {
+            Run("goto hall");
+            Run("resize 8 9 10");
+        },
+        [&] { Town().AddComponent(*Town().Get(0), LightType(), fault); },
+        [&] { Run("ent.set 0 Translation 1 2 3"); },
+        [&] { Town().RemoveComponent(*Town().Get(0), LightType(), fault); },
+        [&] { Run("delete 3"); },
+    };
+    for (const auto& edit : kEdits)
+    {
+        edit();
+        Draw();
+        states.push_back(names());
+        values.push_back(GetValues(*Town().Get(0)));
+    }
+    EXPECT_EQ(fault, "");
+    for (int round = 0; round < 2; ++round)
+    {
+        for (std::size_t i = kEdits.size(); i-- > 0;)
+        {
+            EXPECT_EQ(Run("undo"), "Undone.\n");
+            EXPECT_EQ(names(), states[i]);
+            EXPECT_TRUE(i < 2 || GetValues(*Town().Get(0)) == values[i]) << i;
+        }
+        EXPECT_FALSE(Town().IsModified());
+        EXPECT_EQ(Run("undo"), "There is nothing to undo.\n");
+        for (std::size_t i = 1; i <= kEdits.size(); ++i)
+        {
+            EXPECT_EQ(Run("redo"), "Redone.\n");
+            EXPECT_EQ(names(), states[i]);
+        }
+        EXPECT_EQ(Run("redo"), "There is nothing to redo.\n");
+    }
+    // The file gets an entity again that was deleted in it meanwhile.
+    Run("save");
+    while (Town().Undo())
+        Draw();
+    Run("save");
+    Run("load");
+    EXPECT_EQ(Town().GetModel().GetEntities().size(), 5U);
+    EXPECT_FALSE(Town().CanUndo()) << "of a town that is gone";
+    EXPECT_TRUE(Town().FindPlace("house 0"));
+
+    // A new edit ends what could be done again; old ones are forgotten.
+    for (std::size_t i = 0; i < CEditorHistory::kMaxEdits + 20; ++i)
+        Run("ent.set 2 Scale " + std::to_string(i + 1));
+    std::size_t count = 0;
+    for (; Town().Undo(); ++count)
+        EXPECT_TRUE(Town().CanRedo());
+    EXPECT_EQ(count, CEditorHistory::kMaxEdits);
+    Run("ent.set 2 Scale 7");
+    EXPECT_FALSE(Town().CanRedo());
+}
+
+TEST_F(EditorEdits, ReachesEveryRowByTheKeyboardAndScrollsByTheWheel)
+{
+    renderer::CInput& input = m_renderer.GetInput();
+    const auto type = [&](const std::string& text)
+    {
+        for (const char c : text)
+            input.KeyChar(c);
+        Draw();
+    };
+    std::string fault;
+    ASSERT_TRUE(Town().AddComponent(*Town().Get(1), LightType(), fault));
+    Press(renderer::kKeyF1 + 1);
+    type("house 1");
+    Press(renderer::kKeyEnter);
+    ASSERT_EQ(Town().GetSelected(), Town().Get(1));
+    Press(renderer::kKeyF1 + 2);
+    std::set<std::string> reached;
+    for (int i = 0; i < 22; ++i) // as many controls as there are
+    {
+        if (const gui::GuiWidget* focus = m_editor->GetContext().GetFocusWidget())
+        {
+            reached.insert(focus->GetId());
+            EXPECT_TRUE(focus->IsVisible() && focus->GetParent()->IsVisible());
+            if (focus->GetId() == "ComponentLight.Range")
+                type("99");
+            if (focus->GetId() == "ComponentLight.Shadowed")
+                Press(renderer::kKeySpace);
+        }
+        Press(renderer::kKeyTab);
+    }
+    for (const char* id : {"ComponentTransformDirect.Rotation.z", "ComponentLight.Light Type", "ComponentLight.Color",
+                           "ComponentLight.Shadow Resolution.z", "componentType", "removeComponent"})
+        EXPECT_TRUE(reached.contains(id)) << id;
+    const Values values = GetValues(*Town().Get(1));
+    EXPECT_EQ(values.at("ComponentLight.Range"), "99");
+    EXPECT_EQ(values.at("ComponentLight.Shadowed"), "Active");
+
+    // Over a spinner that is not in focus the wheel scrolls the rows, over one that is it turns the number.
+    Press(renderer::kKeyF1 + 5);
+    gui::GuiWidget* bar = m_user->FindById("propertiesBar");
+    m_user->Wheel(*bar, 20);
+    Draw();
+    gui::GuiWidget* number = m_user->FindById("ComponentTransformDirect.Translation.y");
+    ASSERT_TRUE(number->GetParent()->IsVisible() && m_user->Wheel(*number, -1));
+    Draw();
+    EXPECT_FALSE(m_user->FindById("ComponentTransformDirect")->IsVisible());
+    EXPECT_EQ(GetValues(*Town().Get(1)), values);
+    m_user->Wheel(*bar, 20);
+    Draw();
+    ASSERT_TRUE(m_user->Click(*number) && m_user->Wheel(*number, 1));
+    Draw();
+    EXPECT_EQ(GetValues(*Town().Get(1)).at("ComponentTransformDirect.Translation"), "50 0.1 15");
+}
+
+TEST_F(EditorEdits, ShowsWhatHasNoKindAfterLoadingToo)
+{
+    Run("ent.set 1 Editor Name Town Hall");
+    Run("save");
+    EXPECT_EQ(Run("load"), "Loaded: 5 entities.\n");
+    EXPECT_EQ(Run("goto town hall"), "1  Town Hall\n");
+    Draw();
+    EXPECT_EQ(Town().Pick(640, 360), Town().Get(1));
+}
+} // namespace

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "apps/sandbox/editor.h"
+#include "gameengine/gui/guiWidget/guiAutomation.h"
+#include "support/deviceFixture.h"
+#include "support/expectations.h"
+#include "tamradeps/io/fileSystem.h"
+#include "tests/tools/townFixture.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace test
+{
+/// The editor without a window, over a town of `WriteStreet`, with somebody at its widgets.
+class EditorTest : public DeviceTest
+{
+protected:
+    void SetUp() override
+    {
+        DeviceTest::SetUp();
+        if (IsSkipped() || HasFatalFailure())
+            return;
+        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
+        m_path = m_folder.Path("town.sdb");
+        ASSERT_TRUE(WriteStreet(m_path));
+        m_engine = CTamraGameEngine::Create(m_renderer);
+        m_editor.emplace(*m_engine);
+        ASSERT_TRUE(m_editor->Initialize(m_path, 1280, 720, TownCuller::Software, nullptr));
+        m_user.emplace(m_editor->GetContext());
+        Draw();
+    }
+
+    void Draw()
+    {
+        // The second frame shows what the first one has brought about.
+        m_editor->Update(gui::GuiAutomation::kStep);
+        m_editor->Update(gui::GuiAutomation::kStep);
+    }
+
+    std::string Run(const std::string& command)
+    {
+        m_engine->GetConsole().ClearMessages();
+        m_engine->GetConsole().Execute(command);
+        Draw();
+        std::string answer;
+        for (const std::string& message : m_engine->GetConsole().GetMessages())
+            answer += message + "\n";
+        return answer;
+    }
+
+    std::string GetText(const char* target)
+    {
+        std::string text;
+        EXPECT_TRUE(m_user->GetText(target, text)) << target;
+        return text;
+    }
+
+    TemporaryFolder m_folder;
+    std::string m_path;
+    std::unique_ptr<CTamraGameEngine> m_engine;
+    std::optional<CEditor> m_editor;
+    std::optional<gui::GuiAutomation> m_user;
+};
+} // namespace test
