@@ -3,7 +3,8 @@
 #include "gameengine/engine/entityComponent.h"
 
 /// Exempts its entity from visibility culling: sets the flag in the entity's `ComponentRuntimeData` when the component
-/// list is unlocked, and clears it when it is destroyed. Without runtime data it does nothing.
+/// list is unlocked, and clears it when it is destroyed. Without runtime data it does nothing. Delete it while it is in
+/// the entity's list: after `CEntity::RemoveComponent` it leaves the flag alone.
 class TAMRAGAMEENGINE_API ComponentAlwaysVisible : public CEntityComponent
 {
     TAMRA_COMPONENT(ComponentAlwaysVisible, CEntityComponentRepository, 10016);
