@@ -222,7 +222,7 @@ elif ((${#programs[@]} > 0)); then
         run_test "$name"
     done
 else
-    for name in test_tamradeps test_tamraengine test_corvex test_gameengine test_tools; do
+    for name in test_tamradeps test_tamraengine test_corvex test_gameengine test_tools test_docs; do
         run_test "$name"
     done
     for source in fuzz/fuzz*.cpp; do
