@@ -83,7 +83,7 @@ TEST_F(StorageSqlite, NameChoosesTheBackEnd)
     CInterfaceCollection* const world = m_world.GetInterfaces();
     m_world.Add("a", {});
     for (const auto& [name, firstByte] :
-         {std::pair("x.sdb", 'S'), std::pair("x.SDB", 'S'), std::pair("x.mfs", 'T'), std::pair("x.MFS", 'T')})
+         {std::pair("x.sdb", 'S'), std::pair("y.SDB", 'S'), std::pair("x.mfs", 'T'), std::pair("y.MFS", 'T')})
     {
         const std::string path = m_folder.Path(name);
         EXPECT_TRUE(CEntityArray_SaveLoad::Save(path.c_str(), world)) << name;

@@ -152,6 +152,7 @@ TEST_F(Sandbox, SaysInOneLineWhyThereIsNoView)
     const std::filesystem::path shader = m_folder.Path("assets/shaders/occlusionhiz_test.comp");
     std::filesystem::create_directories(shader.parent_path());
     test::WriteFile(shader.string(), "void main() { nonsense(); }");
+    m_environment.clear();
     m_current = m_folder.Path("");
     EXPECT_TRUE(Run("view --headless --frames 2 --size 64x36 --culler gpu")) << m_text;
     EXPECT_NE(m_text.find("occlusionhiz_test.comp:1: "), std::string::npos) << m_text;

@@ -165,7 +165,7 @@ TEST_F(Scenetool, FilesAreReplacedOnlyByForceAndOnlyBySuccess)
     EXPECT_EQ(Run("import-osm --force " + test::GetExtract("manhattan") + " @houses.sdb").exitCode, 0);
     EXPECT_EQ(Run("check @houses.sdb").exitCode, 0);
     EXPECT_FALSE(Run("list @houses.sdb").Prints("House 0"));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Path("")), {}), 4) << "no scratch file stays";
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Path("")), {}), 2) << "no scratch file stays";
 }
 
 TEST_F(Scenetool, BadInputIsOneLine)
