@@ -297,7 +297,7 @@ TEST_F(Draw2DTest, PicturesKeepTheirPlaceAndTheirPieces)
     EXPECT_EQ(m_draw->GetStatistics().drawCalls, 3U);
 
     EXPECT_TRUE(replace(area, [&] { m_draw->FillRect({0, 0, 200, 10}, kBlue); }));
-    EXPECT_TRUE(replace(text, [&] { m_draw->Text(0, 20, "pixe", kRed, TFB_PIXEL); }));
+    EXPECT_TRUE(replace(text, [&] { m_draw->Text(0, 20, "pixel", kRed, TFB_PIXEL); }));
     show();
     EXPECT_EQ(At(99, 5), kBlue);
     EXPECT_EQ(At(100, 5), 0xFF000000) << "the clip of then";

@@ -7,7 +7,7 @@ namespace gui
 namespace
 {
 constexpr std::size_t kRoomStep = 4;  // quads
-constexpr std::size_t kSpareRoom = 1; // at least; for a character more, or a cursor
+constexpr std::size_t kSpareRoom = 3; // at least; for a few characters more, or a cursor
 constexpr ClipBox kNoClip{1, 1, 0, 0};
 } // namespace
 
