@@ -6,6 +6,7 @@
 #include "support/allocations.h"
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
+#include "support/quarters.h"
 #include "tamradeps/io/fileSystem.h"
 #include "tamraengine/renderer/imageDecoder.h"
 #include "tamraengine/renderer/imageEncoder.h"
@@ -14,28 +15,16 @@
 #include <cstdlib>
 
 using namespace gui;
+using test::kBlue;
+using test::kGreen;
+using test::kRed;
+using test::kWhite;
+using test::MakeQuarters;
 
 namespace
 {
 constexpr int kWidth = 320;
 constexpr int kHeight = 200;
-constexpr Color kWhite = 0xFFFFFFFF;
-constexpr Color kRed = 0xFF0000FF;
-constexpr Color kGreen = 0xFF00FF00;
-constexpr Color kBlue = 0xFFFF0000;
-
-/// The pixels of a red, a green, a blue and a white quarter, from the upper left one on.
-std::vector<std::uint32_t> MakeQuarters(int side)
-{
-    std::vector<std::uint32_t> pixels;
-    for (int i = 0; i < side * side; ++i)
-    {
-        const bool isRight = i % side >= side / 2;
-        const bool isLower = i / side >= side / 2;
-        pixels.push_back(isLower ? (isRight ? kWhite : kBlue) : (isRight ? kGreen : kRed));
-    }
-    return pixels;
-}
 
 class Draw2DTest : public test::DeviceTest
 {

@@ -9,6 +9,7 @@
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
+#include "support/quarters.h"
 #include "tamradeps/io/fileSystem.h"
 #include "tamraengine/renderer/imageDecoder.h"
 #include "tamraengine/renderer/imageEncoder.h"
@@ -16,31 +17,18 @@
 #include <cstdlib>
 
 using namespace gui;
+using test::kBlue;
+using test::kGreen;
+using test::kRed;
+using test::kWhite;
+using test::MakeQuarters;
 
 namespace
 {
-constexpr Color kWhite = 0xFFFFFFFF;
-constexpr Color kRed = 0xFF0000FF;
-constexpr Color kGreen = 0xFF00FF00;
-constexpr Color kBlue = 0xFFFF0000;
-
 // Devices round differently, and see slanted edges differently: of a thousand pixels one may be off by more than this,
 // of 255 levels.
 constexpr int kTolerance = 8;
 constexpr std::size_t kOneIn = 1000;
-
-/// The pixels of a red, a green, a blue and a white quarter, from the upper left one on.
-std::vector<std::uint32_t> MakeQuarters(int side)
-{
-    std::vector<std::uint32_t> pixels;
-    for (int i = 0; i < side * side; ++i)
-    {
-        const bool isRight = i % side >= side / 2;
-        const bool isLower = i / side >= side / 2;
-        pixels.push_back(isLower ? (isRight ? kWhite : kBlue) : (isRight ? kGreen : kRed));
-    }
-    return pixels;
-}
 
 class ReferencePictures : public test::DeviceTest
 {
