@@ -31,6 +31,13 @@ std::size_t GetBucket(float closeness)
     return kBuckets - 1 - (std::bit_cast<std::uint32_t>(closeness) >> kDroppedBits);
 }
 
+struct Made
+{
+    std::uint16_t bucket;
+    std::uint16_t tileRowBegin;
+    std::uint16_t tileRowEnd;
+};
+
 int RoundUp(int value, int step)
 {
     return (std::clamp(value, 1, COcclusionAABBSoftwareHierarchicalZ::kMostPixels) + step - 1) / step * step;
@@ -84,6 +91,7 @@ struct COcclusionAABBSoftwareHierarchicalZ::State
     std::size_t occluderCount = 0;
     std::vector<OcclusionPolygon> polygons;
     std::vector<std::uint8_t> polygonCounts;
+    std::vector<Made> made; ///< Beside the polygons, what sorting needs of them.
     std::vector<DrawEntry> order;
     std::vector<std::uint32_t> foundCounts; ///< For each chunk of boxes.
     Stage makeStage;
@@ -255,6 +263,7 @@ void COcclusionAABBSoftwareHierarchicalZ::i_PrepareDrawing()
     {
         state.polygonCounts.resize(most);
         state.polygons.resize(most * kMostPolygons);
+        state.made.resize(most * kMostPolygons);
         state.order.reserve(most * kMostPolygons);
     }
     state.makeStage.Reset(state.occluderCount + state.primitives.size(), kOccludersPerChunk);
@@ -289,20 +298,31 @@ void COcclusionAABBSoftwareHierarchicalZ::i_MakePolygons(std::size_t begin, std:
 {
     State& state = *m_state;
     const OcclusionKernels& kernels = *state.kernels;
+    const std::size_t boxEnd = std::clamp(state.occluderCount, begin, end);
+    BoxOutcome outcomes[kOccludersPerChunk];
+    if (begin < boxEnd)
+        kernels.makeBoxes(state.view, state.occluderBoxes.front().GetFloats(),
+                          std::span(state.occluders).subspan(begin, boxEnd - begin),
+                          &state.polygons[begin * kMostPolygons], outcomes);
     for (std::size_t i = begin; i < end; ++i)
     {
         OcclusionPolygon* const polygons = &state.polygons[i * kMostPolygons];
         int count = 0;
-        if (i >= state.occluderCount)
+        if (i >= boxEnd)
             count = AddPrimitive(state.view, kernels, state.primitives[i - state.occluderCount], polygons);
+        else if (outcomes[i - begin] == BoxOutcome::kDifficult)
+            count = AddDifficultBox(state.view, kernels, state.occluderBoxes[state.occluders[i]].GetFloats(), polygons);
         else
-        {
-            const float* box = state.occluderBoxes[state.occluders[i]].GetFloats();
-            const BoxOutcome outcome = kernels.makeBox(state.view, box, *polygons);
-            count = outcome == BoxOutcome::kDifficult ? AddDifficultBox(state.view, kernels, box, polygons)
-                                                      : outcome == BoxOutcome::kPolygon;
-        }
+            count = outcomes[i - begin] == BoxOutcome::kPolygon;
         state.polygonCounts[i] = static_cast<std::uint8_t>(count);
+        for (int j = 0; j < count; ++j)
+        {
+            const OcclusionPolygon& polygon = polygons[j];
+            state.made[i * kMostPolygons + static_cast<std::size_t>(j)] = {
+                static_cast<std::uint16_t>(GetBucket(polygon.nearest)),
+                static_cast<std::uint16_t>(polygon.bounds.rowBegin / kTileHeight),
+                static_cast<std::uint16_t>((polygon.bounds.rowEnd + kTileHeight - 1) / kTileHeight)};
+        }
     }
 }
 
@@ -324,7 +344,7 @@ void COcclusionAABBSoftwareHierarchicalZ::i_SortPolygons()
     forEach(
         [&](std::size_t i)
         {
-            ++state.bucketEnds[GetBucket(state.polygons[i].nearest)];
+            ++state.bucketEnds[state.made[i].bucket];
             ++count;
         });
     std::uint32_t sum = 0;
@@ -334,11 +354,9 @@ void COcclusionAABBSoftwareHierarchicalZ::i_SortPolygons()
     forEach(
         [&](std::size_t i)
         {
-            const OcclusionPolygon& polygon = state.polygons[i];
-            const int tileRowEnd = (polygon.rowEnd + kTileHeight - 1) / kTileHeight;
-            state.order[state.bucketEnds[GetBucket(polygon.nearest)]++] = {
-                static_cast<std::uint32_t>(i), static_cast<std::uint16_t>(polygon.rowBegin / kTileHeight),
-                static_cast<std::uint16_t>(tileRowEnd)};
+            const Made& made = state.made[i];
+            state.order[state.bucketEnds[made.bucket]++] = {static_cast<std::uint32_t>(i), made.tileRowBegin,
+                                                            made.tileRowEnd};
         });
 }
 

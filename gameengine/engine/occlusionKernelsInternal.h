@@ -11,7 +11,7 @@ namespace
 template <class Arch>
 constexpr OcclusionKernels MakeKernels(const char* name)
 {
-    return {name, &MakeBox<Arch>, &MakePolygon<Arch>, &Draw<Arch>, &KeepVisible<Arch>};
+    return {name, &MakeBoxes<Arch>, &MakePolygon<Arch>, &Draw<Arch>, &KeepVisible<Arch>};
 }
 } // namespace
 } // namespace occlusion

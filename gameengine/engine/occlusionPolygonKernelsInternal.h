@@ -3,7 +3,9 @@
 #include "gameengine/engine/occlusionVectorsInternal.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstring>
 
 namespace occlusion
 {
@@ -51,10 +53,14 @@ struct Sides
     using E = Eight<Arch>;
 
     TAMRA_INLINE explicit Sides(const PolygonCorners& corners)
-        : x0(E::Load(corners.x)),
-          y0(E::Load(corners.y)),
-          x1(E::Load(corners.x + 1)),
-          y1(E::Load(corners.y + 1)),
+        : Sides(E::Load(corners.x), E::Load(corners.y), E::Load(corners.x + 1), E::Load(corners.y + 1))
+    {
+    }
+    TAMRA_INLINE Sides(const E& fromX, const E& fromY, const E& toX, const E& toY)
+        : x0(fromX),
+          y0(fromY),
+          x1(toX),
+          y1(toY),
           dx(x1 - x0),
           dy(y1 - y0)
     {
@@ -68,79 +74,122 @@ struct Sides
     E dy;
 };
 
-inline void SetDepth(const OcclusionView& view, const PolygonCorners& corners, OcclusionPolygon& polygon)
+/// Least x, least -x, least y, least -y.
+template <class Arch>
+TAMRA_INLINE Four GetExtent(const Sides<Arch>& sides)
 {
-    polygon.farthest = corners.farthest - std::abs(corners.farthest) * kRounding;
-    polygon.nearest = corners.nearest;
-    polygon.planeCount = corners.planeCount;
-    for (int i = 0; i < corners.planeCount; ++i)
-    {
-        const ScreenPlane& plane = corners.planes[i];
-        float* out = polygon.planes[i];
-        out[0] = plane.a * static_cast<float>(kTileWidth);
-        out[1] = plane.b * static_cast<float>(kTileHeight);
-        const float size = std::abs(plane.a) * view.width + std::abs(plane.b) * view.height + std::abs(plane.c);
-        if (size < 1.0e30F)
-        {
-            out[2] = plane.c - size * kRounding + std::min(out[0], 0.0F) + std::min(out[1], 0.0F);
-            continue;
-        }
-        out[0] = out[1] = 0.0F;
-        out[2] = polygon.farthest;
-    }
+    const Eight<Arch> zero(0.0F);
+    return Target<Arch>::Extremes(sides.x0, zero - sides.x0, sides.y0, zero - sides.y0);
 }
 
-/// The rows of pixels whose middle may be inside, and the tiles that they touch; false if there are none. Rows are cut
-/// where flat sides are.
+/// What is kept of eight planes that surfaces lie on.
 template <class Arch>
-TAMRA_INLINE bool SetBounds(const OcclusionView& view, const Sides<Arch>& sides, const EightBools<Arch>& flat,
-                            OcclusionPolygon& polygon)
+struct PlaneTerms
 {
     using E = Eight<Arch>;
-    // Downwards the inside is at the right, to the right it is above.
-    const EightBools<Arch> bottom = flat & Less(E(0.0F), sides.dx);
-    const EightBools<Arch> top = flat & Less(sides.dx, E(0.0F));
-    const E flatLow = Select(bottom, Max(sides.y0, sides.y1) + E(view.margin), E(0.0F));
-    const E flatHigh = Select(top, Min(sides.y0, sides.y1) - E(view.margin), E(view.height));
-    float least[4];
-    Target<Arch>::Extremes(sides.y0, E(0.0F) - sides.y0, E(0.0F) - flatLow, flatHigh, least);
-    const float low = std::min(std::max({least[0], -least[2], 0.0F}), view.height);
-    const float high = std::max(std::min({-least[1], least[3], view.height}), 0.0F);
-    polygon.rowBegin = static_cast<std::int32_t>(low);
-    polygon.rowBegin += static_cast<float>(polygon.rowBegin) < low;
-    polygon.rowEnd = static_cast<std::int32_t>(high);
-    Target<Arch>::Extremes(sides.x0, E(0.0F) - sides.x0, sides.x0, sides.x0, least);
-    constexpr float kScale = 1.0F / static_cast<float>(kTileWidth);
-    polygon.tileBegin = static_cast<std::int32_t>(std::max(least[0], 0.0F) * kScale);
-    polygon.tileEnd = static_cast<std::int32_t>(std::min(-least[1], view.width - 1.0F) * kScale) + 1;
-    return polygon.rowBegin < polygon.rowEnd;
+
+    TAMRA_INLINE PlaneTerms(const OcclusionView& view, const E& a, const E& b, const E& c,
+                            const EightBools<Arch>& isThere, const E& farthest)
+    {
+        constexpr float kOutOfTheWay = -kNothing;
+        const E zero(0.0F);
+        const E size = Abs(a) * E(view.width) + Abs(b) * E(view.height) + Abs(c);
+        // Of a plane that is seen from its edge nothing is known but that it is not farther than the farthest corner.
+        const EightBools<Arch> isKnown = isThere & Less(size, E(1.0e30F));
+        byColumn = Select(isKnown, a * E(static_cast<float>(kTileWidth)), zero);
+        byRow = Select(isKnown, b * E(static_cast<float>(kTileHeight)), zero);
+        start = Select(isKnown, c - size * E(kRounding) + Min(byColumn, zero) + Min(byRow, zero),
+                       Select(isThere, farthest, E(kOutOfTheWay)));
+    }
+
+    E start;
+    E byColumn;
+    E byRow;
+};
+
+template <class Arch>
+TAMRA_INLINE Eight<Arch> GetFarthest(const Eight<Arch>& closeness)
+{
+    return closeness - Abs(closeness) * Eight<Arch>(kRounding);
 }
 
-/// The sides that are not flat, to the left and to the right of the inside.
-template <class Arch>
-TAMRA_INLINE void SetEdges(const PolygonCorners& corners, const Eight<Arch>& edge, const Eight<Arch>& slope,
-                           std::uint32_t downs, std::uint32_t flats, OcclusionPolygon& polygon)
+/// The columns of tiles that are touched, and the rows of pixels that may be inside; false if there are none. Rows are
+/// cut where flat sides are: `flats` are 0, 0, the greatest low one with a minus, and the least high one.
+inline bool SetBounds(const OcclusionView& view, const Four& extent, const Four& flats, OcclusionPolygon& polygon)
 {
-    // A flat side is written to a place that another takes later.
-    float slopes[8];
-    float edges[8];
-    slope.Store(slopes);
-    edge.Store(edges);
-    int left = 0;
-    int right = OcclusionPolygon::kEdges;
-    for (int i = 0; i < corners.count; ++i)
-    {
-        const int isLeft = static_cast<int>(downs >> i & ~(flats >> i) & 1);
-        const int isRight = static_cast<int>(~(downs >> i) & ~(flats >> i) & 1);
-        right -= isRight;
-        const int place = isRight ? right : left;
-        left += isLeft;
-        polygon.edgeX[place] = edges[i];
-        polygon.edgeY[place] = corners.y[i];
-        polygon.slope[place] = slopes[i];
-    }
-    polygon.leftCount = left;
-    polygon.rightCount = OcclusionPolygon::kEdges - right;
+    constexpr float kTile = 1.0F / static_cast<float>(kTileWidth);
+    const Four least = flats * Lanes(0.0F, 0.0F, -1.0F, 0.0F);
+    const Four most = flats * Lanes(0.0F, 0.0F, 0.0F, 1.0F) + Four::load_unaligned(view.lastPlaces);
+    const Four places =
+        xsimd::min(xsimd::max(extent * Lanes(1.0F, -1.0F, 1.0F, -1.0F), least), most) * Lanes(kTile, kTile, 1.0F, 1.0F);
+    const Four begun = xsimd::to_float(xsimd::to_int(places));
+    const Four isRounded = xsimd::select(begun < places, Lanes(0.0F, 0.0F, 1.0F, 0.0F), Four(0.0F));
+    xsimd::to_int(begun + isRounded + Lanes(0.0F, 1.0F, 0.0F, 0.0F)).store_unaligned(&polygon.bounds.tileBegin);
+    return polygon.bounds.rowBegin < polygon.bounds.rowEnd;
+}
+
+/// The sides that are not flat, to the left and to the right of the inside. False if either are missing.
+template <class Arch>
+TAMRA_INLINE bool SetEdges(const Sides<Arch>& sides, const Eight<Arch>& edge, const Eight<Arch>& slope,
+                           std::uint32_t lefts, std::uint32_t rights, OcclusionPolygon& polygon)
+{
+    polygon.leftCount = std::popcount(lefts);
+    polygon.rightCount = std::popcount(rights);
+    if (lefts == 0 || rights == 0)
+        return false;
+    // What both leave free is filled up.
+    const int middle = std::clamp(4, polygon.leftCount, OcclusionPolygon::kEdges - polygon.rightCount);
+    polygon.hasThree = middle >= 3 && middle <= OcclusionPolygon::kEdges - 3;
+    const std::uint64_t isFront = (std::uint64_t{1} << (8 * middle)) - 1;
+    const std::uint64_t places = (kPackTable.front[lefts] & isFront) | (kPackTable.back[rights] & ~isFront);
+    std::uint8_t lanes[8];
+    std::memcpy(lanes, &places, sizeof(lanes));
+    Permute(edge, lanes).Store(polygon.edgeX);
+    Permute(sides.y0, lanes).Store(polygon.edgeY);
+    Permute(slope, lanes).Store(polygon.slope);
+    return true;
+}
+
+template <class Arch>
+TAMRA_INLINE bool DropSameCorners(Sides<Arch>& sides, int& count, Four& extent)
+{
+    PolygonCorners corners = {};
+    sides.x0.Store(corners.x);
+    sides.y0.Store(corners.y);
+    corners.count = count;
+    DropSameCorners(corners);
+    count = corners.count;
+    sides = Sides<Arch>(corners);
+    extent = GetExtent(sides);
+    return count >= 3;
+}
+
+/// All but the depth; false if no pixel is inside.
+template <class Arch>
+TAMRA_INLINE bool SetShape(const OcclusionView& view, Sides<Arch>& sides, int count, Four extent,
+                           OcclusionPolygon& polygon)
+{
+    using E = Eight<Arch>;
+    const EightBools<Arch> same = Less(Abs(sides.dx), E(kSameCorner)) & Less(Abs(sides.dy), E(kSameCorner));
+    if ((same.Bits() & ((1U << count) - 1)) != 0 && !DropSameCorners(sides, count, extent))
+        return false;
+    const E zero(0.0F);
+    const EightBools<Arch> flat = Less(Abs(sides.dy), E(kFlat));
+    const E slope = sides.dx / Select(flat, E(1.0F), sides.dy);
+    const E inset = E(view.margin) + Abs(slope) * E(0.5F + view.margin);
+    const EightBools<Arch> down = Less(sides.dy, zero);
+    const E edge = sides.x0 + Select(down, inset, zero - inset);
+
+    // Downwards the inside is at the right, to the right it is above.
+    const EightBools<Arch> bottom = flat & Less(zero, sides.dx);
+    const EightBools<Arch> top = flat & Less(sides.dx, zero);
+    const E flatLow = Select(bottom, Max(sides.y0, sides.y1) + E(view.margin), zero);
+    const E flatHigh = Select(top, Min(sides.y0, sides.y1) - E(view.margin), E(view.height));
+    const Four flats = Target<Arch>::Extremes(zero, zero, zero - flatLow, flatHigh);
+    const std::uint32_t steep = ~flat.Bits() & ((1U << count) - 1);
+    const std::uint32_t downs = down.Bits();
+    return SetBounds(view, extent, flats, polygon) &&
+           SetEdges(sides, edge, slope, steep & downs, steep & ~downs, polygon);
 }
 
 template <class Arch>
@@ -149,134 +198,185 @@ bool MakePolygon(const OcclusionView& view, PolygonCorners& corners, OcclusionPo
     using E = Eight<Arch>;
     CloseRing(corners);
     Sides<Arch> sides(corners);
-    const EightBools<Arch> same = Less(Abs(sides.dx), E(kSameCorner)) & Less(Abs(sides.dy), E(kSameCorner));
-    if ((same.Bits() & ((1U << corners.count) - 1)) != 0)
+    if (!SetShape(view, sides, corners.count, GetExtent(sides), polygon))
+        return false;
+    float planes[3][8] = {};
+    for (int i = 0; i < corners.planeCount; ++i)
     {
-        DropSameCorners(corners);
-        if (corners.count < 3)
-            return false;
-        sides = Sides<Arch>(corners);
+        planes[0][i] = corners.planes[i].a;
+        planes[1][i] = corners.planes[i].b;
+        planes[2][i] = corners.planes[i].c;
     }
-    const EightBools<Arch> flat = Less(Abs(sides.dy), E(kFlat));
-    const E slope = sides.dx / Select(flat, E(1.0F), sides.dy);
-    const E inset = E(view.margin) + Abs(slope) * E(0.5F + view.margin);
-    const EightBools<Arch> down = Less(sides.dy, E(0.0F));
-    const E edge = sides.x0 + Select(down, inset, E(0.0F) - inset);
-
-    if (!SetBounds(view, sides, flat, polygon))
-        return false;
-    SetEdges(corners, edge, slope, down.Bits(), flat.Bits(), polygon);
-    if (polygon.leftCount == 0 || polygon.rightCount == 0)
-        return false;
-    SetDepth(view, corners, polygon);
+    const E farthest = GetFarthest<Arch>(E(corners.farthest));
+    const PlaneTerms<Arch> terms(view, E::Load(planes[0]), E::Load(planes[1]), E::Load(planes[2]),
+                                 Less(E::Load(kNumbers), E(static_cast<float>(corners.planeCount))), farthest);
+    Target<Arch>::StoreFour(terms.start, polygon.planeStart);
+    Target<Arch>::StoreFour(terms.byColumn, polygon.planeX);
+    Target<Arch>::StoreFour(terms.byRow, polygon.planeY);
+    float values[8];
+    farthest.Store(values);
+    polygon.farthest = values[0];
+    polygon.nearest = corners.nearest;
     return true;
 }
 
-/// The eight corners of a box.
+/// Eight boxes side by side, from the eye's origin.
 template <class Arch>
-struct BoxCorners
+struct OccluderGroup
 {
     using E = Eight<Arch>;
 
-    TAMRA_INLINE explicit BoxCorners(const float (&low)[3], const float (&high)[3])
+    TAMRA_INLINE OccluderGroup(const OcclusionView& view, const float* const (&boxes)[8])
     {
+        LoadBoxes<Arch>(boxes, low, high);
+        E code(0.0F);
+        E error(view.error[3]);
+        EightBools<Arch> isSound = Less(E(0.0F), E(1.0F));
         for (int axis = 0; axis < 3; ++axis)
         {
-            float values[8];
-            for (int i = 0; i < 8; ++i)
-                values[i] = i >> axis & 1 ? high[axis] : low[axis];
-            positions[axis] = E::Load(values);
+            low[axis] = low[axis] - E(view.origin[axis]);
+            high[axis] = high[axis] - E(view.origin[axis]);
+            // Not of the greater one alone: that drops a NaN.
+            isSound = isSound & Less(E(-1.0e15F), low[axis]) & Less(high[axis], E(1.0e15F)) &
+                      LessOrEqual(low[axis], high[axis]);
+            error = error + Max(Abs(low[axis]), Abs(high[axis])) * E(view.error[axis]);
+            isLower[axis] = Less(E(view.eye[axis]), low[axis]);
+            isUpper[axis] = Less(high[axis], E(view.eye[axis]));
+            code = code + Select(isLower[axis], E(static_cast<float>(1 << axis)), E(0.0F)) +
+                   Select(isUpper[axis], E(static_cast<float>(8 << axis)), E(0.0F));
+        }
+        code.StoreIntegers(codes);
+        sound = isSound.Bits();
+        inFront = (Less(error, GetLeast(view.nearPlane)) & Less(error, GetLeast(view.w))).Bits();
+        SetCorners(view);
+        SetPlanes(view);
+    }
+
+    E low[3];
+    E high[3];
+    EightBools<Arch> isLower[3];
+    EightBools<Arch> isUpper[3];
+    std::int32_t codes[8]; ///< For kBoxRings.
+    std::uint32_t sound;
+    std::uint32_t inFront;
+    /// The corners of each box in pixels.
+    E x[8];
+    E y[8];
+    float nearest[8];
+    float farthest[8];
+    float planeStart[3][8];
+    float planeX[3][8];
+    float planeY[3][8];
+
+private:
+    TAMRA_INLINE E GetLeast(const OcclusionView::Row& row) const
+    {
+        E sum(row.factors[3]);
+        for (int axis = 0; axis < 3; ++axis)
+            sum = sum + (row.factors[axis] > 0.0F ? low[axis] : high[axis]) * E(row.factors[axis]);
+        return sum;
+    }
+    /// At all corners of each box.
+    TAMRA_INLINE void GetAll(const OcclusionView::Row& row, E (&values)[8]) const
+    {
+        const E factors[3] = {E(row.factors[0]), E(row.factors[1]), E(row.factors[2])};
+        const E across[2] = {low[0] * factors[0], high[0] * factors[0]};
+        const E along[2] = {low[1] * factors[1], high[1] * factors[1]};
+        const E up[2] = {low[2] * factors[2] + E(row.factors[3]), high[2] * factors[2] + E(row.factors[3])};
+        for (int i = 0; i < 4; ++i)
+        {
+            const E sum = across[i & 1] + along[i >> 1];
+            values[i] = sum + up[0];
+            values[i + 4] = sum + up[1];
         }
     }
-    TAMRA_INLINE E Get(const OcclusionView::Row& row) const
+    TAMRA_INLINE void SetCorners(const OcclusionView& view)
     {
-        return (positions[0] * E(row.factors[0]) + positions[1] * E(row.factors[1])) +
-               (positions[2] * E(row.factors[2]) + E(row.factors[3]));
+        E closeness[8];
+        GetAll(view.w, closeness);
+        GetAll(view.x, x);
+        GetAll(view.y, y);
+        for (int i = 0; i < 8; ++i)
+        {
+            closeness[i] = E(1.0F) / closeness[i];
+            x[i] = x[i] * closeness[i];
+            y[i] = y[i] * closeness[i];
+        }
+        if (!view.perspective)
+            GetAll(view.depth, closeness);
+        E least = closeness[0];
+        E greatest = closeness[0];
+        for (int i = 1; i < 8; ++i)
+        {
+            least = Min(closeness[i], least);
+            greatest = Max(closeness[i], greatest);
+        }
+        GetFarthest<Arch>(least).Store(farthest);
+        greatest.Store(nearest);
+        Target<Arch>::Transpose(x);
+        Target<Arch>::Transpose(y);
     }
-
-    E positions[3];
+    TAMRA_INLINE void SetPlanes(const OcclusionView& view)
+    {
+        const E farthestOfAll = E::Load(farthest);
+        for (int axis = 0; axis < 3; ++axis)
+        {
+            const E position = Select(isLower[axis], low[axis], high[axis]);
+            const E scale = view.perspective ? E(1.0F) / (position - E(view.eye[axis])) : E(1.0F);
+            const auto& f = view.axisPlanes;
+            const PlaneTerms<Arch> terms(view, E(f[0][axis]) * scale, E(f[1][axis]) * scale,
+                                         E(f[2][axis]) * scale + E(f[3][axis]) * position,
+                                         isLower[axis] | isUpper[axis], farthestOfAll);
+            terms.start.Store(planeStart[axis]);
+            terms.byColumn.Store(planeX[axis]);
+            terms.byRow.Store(planeY[axis]);
+        }
+    }
 };
 
-/// What rounding can do to the distances of any point of the box.
-inline float GetError(const OcclusionView& view, const float (&low)[3], const float (&high)[3])
+template <class Arch>
+TAMRA_INLINE BoxOutcome MakeBox(const OcclusionView& view, const OccluderGroup<Arch>& group, int i,
+                                OcclusionPolygon& polygon)
 {
-    float sum = view.error[3];
+    const BoxRing& ring = kBoxRings[static_cast<std::size_t>(group.codes[i])];
+    if ((group.sound >> i & 1) == 0 || ring.count == 0)
+        return BoxOutcome::kEmpty;
+    const std::uint8_t* outline = ring.corners[view.mirrored];
+    Sides<Arch> sides(Permute(group.x[i], outline), Permute(group.y[i], outline), Permute(group.x[i], outline + 1),
+                      Permute(group.y[i], outline + 1));
+    const Four extent = GetExtent(sides);
+    if ((group.inFront >> i & 1) == 0 || xsimd::any(extent < Four::load_unaligned(view.leastExtent)))
+        return BoxOutcome::kDifficult;
+    if (xsimd::any(extent > Four::load_unaligned(view.mostExtent)))
+        return BoxOutcome::kEmpty;
+    if (!SetShape(view, sides, ring.count, extent, polygon))
+        return BoxOutcome::kEmpty;
+    polygon.farthest = group.farthest[i];
+    polygon.nearest = group.nearest[i];
     for (int axis = 0; axis < 3; ++axis)
-        sum += view.error[axis] * std::max(std::abs(low[axis]), std::abs(high[axis]));
-    return sum;
+    {
+        polygon.planeStart[axis] = group.planeStart[axis][i];
+        polygon.planeX[axis] = group.planeX[axis][i];
+        polygon.planeY[axis] = group.planeY[axis][i];
+    }
+    return BoxOutcome::kPolygon;
 }
 
 template <class Arch>
-TAMRA_INLINE void SetOutline(const BoxOutline& outline, bool mirrored, const Eight<Arch>& x, const Eight<Arch>& y,
-                             PolygonCorners& corners)
+void MakeBoxes(const OcclusionView& view, const float* boxes, std::span<const std::uint32_t> indices,
+               OcclusionPolygon* polygons, BoxOutcome* outcomes)
 {
-    float xs[8];
-    float ys[8];
-    x.Store(xs);
-    y.Store(ys);
-    corners.count = outline.count;
-    for (int i = 0; i < outline.count; ++i)
+    for (std::size_t begin = 0; begin < indices.size(); begin += 8)
     {
-        const int corner = outline.corners[mirrored ? outline.count - 1 - i : i];
-        corners.x[i] = xs[corner];
-        corners.y[i] = ys[corner];
+        const std::size_t count = std::min<std::size_t>(indices.size() - begin, 8);
+        const float* group[8];
+        for (std::size_t i = 0; i < 8; ++i)
+            group[i] = boxes + std::size_t{indices[begin + std::min(i, count - 1)]} * 6;
+        const OccluderGroup<Arch> eight(view, group);
+        for (std::size_t i = 0; i < count; ++i)
+            outcomes[begin + i] =
+                MakeBox<Arch>(view, eight, static_cast<int>(i), polygons[(begin + i) * kMostPolygons]);
     }
-}
-
-template <class Arch>
-BoxOutcome MakeBox(const OcclusionView& view, const float* box, OcclusionPolygon& polygon)
-{
-    using E = Eight<Arch>;
-    float low[3];
-    float high[3];
-    int way = 0;
-    int weight = 1;
-    int seen[3];
-    bool sound = true;
-    for (int axis = 0; axis < 3; ++axis, weight *= 3)
-    {
-        low[axis] = box[axis] - view.origin[axis];
-        high[axis] = box[axis + 3] - view.origin[axis];
-        sound = sound && low[axis] <= high[axis] && low[axis] > -1.0e15F && high[axis] < 1.0e15F;
-        seen[axis] = view.GetSeenFace(axis, low[axis], high[axis]);
-        way += seen[axis] * weight;
-    }
-    const BoxOutline& outline = kBoxOutlines[way];
-    if (!sound || outline.count == 0)
-        return BoxOutcome::kEmpty;
-
-    const BoxCorners<Arch> boxCorners(low, high);
-    const E distance = boxCorners.Get(view.nearPlane);
-    const E w = boxCorners.Get(view.w);
-    const E inverse = E(1.0F) / w;
-    const E x = boxCorners.Get(view.x) * inverse;
-    const E y = boxCorners.Get(view.y) * inverse;
-    const E closeness = view.perspective ? inverse : boxCorners.Get(view.depth);
-    const float error = GetError(view, low, high);
-    float least[4];
-    Target<Arch>::Extremes(Min(distance, w), closeness, x, E(0.0F) - x, least);
-    if (!(least[0] > error) || least[2] < -view.width || least[3] < -2.0F * view.width)
-        return BoxOutcome::kDifficult;
-    if (-least[3] < 0.0F || least[2] > view.width)
-        return BoxOutcome::kEmpty;
-    const float farthest = least[1];
-    Target<Arch>::Extremes(y, E(0.0F) - y, E(0.0F) - closeness, x, least);
-    if (least[0] < -view.height || least[1] < -2.0F * view.height)
-        return BoxOutcome::kDifficult;
-    if (-least[1] < 0.0F || least[0] > view.height)
-        return BoxOutcome::kEmpty;
-
-    PolygonCorners corners;
-    corners.farthest = farthest;
-    corners.nearest = -least[2];
-    SetOutline(outline, view.mirrored, x, y, corners);
-    corners.planeCount = 0;
-    for (int axis = 0; axis < 3; ++axis)
-    {
-        if (seen[axis] != 0)
-            corners.planes[corners.planeCount++] = view.GetPlane(axis, seen[axis] == 1 ? low[axis] : high[axis]);
-    }
-    return MakePolygon<Arch>(view, corners, polygon) ? BoxOutcome::kPolygon : BoxOutcome::kEmpty;
 }
 } // namespace
 } // namespace occlusion

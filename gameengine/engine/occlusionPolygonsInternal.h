@@ -5,9 +5,6 @@
 
 namespace occlusion
 {
-/// The most polygons that a box or a primitive becomes.
-constexpr int kMostPolygons = 3;
-
 /// A triangle, or two triangles 0 1 2 and 0 2 3 with a common side.
 struct OcclusionPrimitive
 {

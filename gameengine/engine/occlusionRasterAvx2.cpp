@@ -22,8 +22,7 @@ struct Target<xsimd::avx2>
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(mask.rows), spans);
     }
 
-    static void Extremes(Eight<xsimd::avx2> a, Eight<xsimd::avx2> b, Eight<xsimd::avx2> c, Eight<xsimd::avx2> d,
-                         float (&least)[4])
+    static Four Extremes(Eight<xsimd::avx2> a, Eight<xsimd::avx2> b, Eight<xsimd::avx2> c, Eight<xsimd::avx2> d)
     {
         const auto pairs = [](__m256 e, __m256 f)
         { return _mm256_min_ps(_mm256_unpacklo_ps(e, f), _mm256_unpackhi_ps(e, f)); };
@@ -31,17 +30,18 @@ struct Target<xsimd::avx2>
         const __m256 cd = pairs(c.parts[0], d.parts[0]);
         const __m256 both = _mm256_min_ps(_mm256_shuffle_ps(ab, cd, _MM_SHUFFLE(1, 0, 1, 0)),
                                           _mm256_shuffle_ps(ab, cd, _MM_SHUFFLE(3, 2, 3, 2)));
-        _mm_storeu_ps(least, _mm_min_ps(_mm256_castps256_ps128(both), _mm256_extractf128_ps(both, 1)));
+        return _mm_min_ps(_mm256_castps256_ps128(both), _mm256_extractf128_ps(both, 1));
     }
 
-    static MaskRelation Unite(const DepthTiles::Mask& a, const DepthTiles::Mask& b, DepthTiles::Mask& both)
+    static MaskRelation Unite(const DepthTiles::Mask& a, const DepthTiles::Mask& b, bool takesB, DepthTiles::Mask& both)
     {
         const __m256i bitsA = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a.rows));
-        const __m256i bitsB = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b.rows));
+        const __m256i bitsB = _mm256_and_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(b.rows)),
+                                               _mm256_set1_epi32(-static_cast<int>(takesB)));
         const __m256i united = _mm256_or_si256(bitsA, bitsB);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(both.rows), united);
-        return {!_mm256_testc_si256(bitsB, bitsA), !_mm256_testc_si256(bitsA, bitsB),
-                _mm256_testc_si256(united, _mm256_set1_epi32(-1)) != 0};
+        return {_mm256_testc_si256(bitsB, bitsA), _mm256_testc_si256(bitsA, bitsB),
+                _mm256_testc_si256(united, _mm256_set1_epi32(-1))};
     }
 
     static void Load(const float* const (&from)[8], Eight<xsimd::avx2> (&out)[4])
@@ -57,6 +57,40 @@ struct Target<xsimd::avx2>
         out[2].parts[0] = _mm256_shuffle_ps(b, d, _MM_SHUFFLE(1, 0, 1, 0));
         out[3].parts[0] = _mm256_shuffle_ps(b, d, _MM_SHUFFLE(3, 2, 3, 2));
     }
+
+    static void Transpose(Eight<xsimd::avx2> (&rows)[8])
+    {
+        __m256 pairs[8];
+        for (int i = 0; i < 8; i += 2)
+        {
+            pairs[i] = _mm256_unpacklo_ps(rows[i].parts[0], rows[i + 1].parts[0]);
+            pairs[i + 1] = _mm256_unpackhi_ps(rows[i].parts[0], rows[i + 1].parts[0]);
+        }
+        __m256 fours[8];
+        for (int i = 0; i < 8; i += 4)
+        {
+            for (int j = 0; j < 2; ++j)
+            {
+                fours[i + 2 * j] = _mm256_shuffle_ps(pairs[i + j], pairs[i + j + 2], _MM_SHUFFLE(1, 0, 1, 0));
+                fours[i + 2 * j + 1] = _mm256_shuffle_ps(pairs[i + j], pairs[i + j + 2], _MM_SHUFFLE(3, 2, 3, 2));
+            }
+        }
+        for (int i = 0; i < 4; ++i)
+        {
+            rows[i].parts[0] = _mm256_permute2f128_ps(fours[i], fours[i + 4], 0x20);
+            rows[i + 4].parts[0] = _mm256_permute2f128_ps(fours[i], fours[i + 4], 0x31);
+        }
+    }
+
+    static Eight<xsimd::avx2> Permute(Eight<xsimd::avx2> a, const std::uint8_t* places)
+    {
+        const __m256i lanes = _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(places)));
+        Eight<xsimd::avx2> result;
+        result.parts[0] = _mm256_permutevar8x32_ps(a.parts[0], lanes);
+        return result;
+    }
+
+    static void StoreFour(Eight<xsimd::avx2> a, float* to) { _mm_storeu_ps(to, _mm256_castps256_ps128(a.parts[0])); }
 };
 } // namespace
 

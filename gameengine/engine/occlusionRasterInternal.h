@@ -16,8 +16,11 @@ constexpr std::size_t kTilePadding = 8;
 /// The closeness of what nothing covers.
 constexpr float kNothing = -3.0e38F;
 
+/// The most polygons that a box or a primitive becomes.
+constexpr int kMostPolygons = 3;
+
 /// A convex polygon on the screen in front of which nothing is known and behind which all is hidden.
-struct OcclusionPolygon
+struct alignas(64) OcclusionPolygon
 {
     static constexpr int kEdges = 8;
 
@@ -26,21 +29,25 @@ struct OcclusionPolygon
     float edgeX[kEdges];
     float edgeY[kEdges];
     float slope[kEdges];
-    /// Closeness at the farthest corner of tile (0, 0), and its change by tile column and row: the surface is as far as
-    /// the farthest of the planes.
-    float planes[3][3];
+    /// Of three planes, some of which may be out of the way: closeness at the farthest corner of tile (0, 0),
+    /// and its change by tile column and row. The surface is as far as the farthest of the planes.
+    float planeStart[4];
+    float planeX[4];
+    float planeY[4];
     /// No point of the surface is farther, none nearer.
     float farthest;
     float nearest;
-    std::int32_t planeCount;
     std::int32_t leftCount;
     std::int32_t rightCount;
-    /// Rows of pixels.
-    std::int32_t rowBegin;
-    std::int32_t rowEnd;
-    /// Columns of tiles.
-    std::int32_t tileBegin;
-    std::int32_t tileEnd;
+    bool hasThree; ///< At least three of either, some of them twice.
+    struct Bounds
+    {
+        std::int32_t tileBegin; ///< Columns of tiles.
+        std::int32_t tileEnd;
+        std::int32_t rowBegin; ///< Rows of pixels.
+        std::int32_t rowEnd;
+    };
+    Bounds bounds;
 };
 
 /// Polygon to draw and the rows of tiles that it reaches.
@@ -105,8 +112,9 @@ struct OcclusionKernels
 {
     const char* name;
 
-    /// The outline of a box that hides things.
-    BoxOutcome (*makeBox)(const OcclusionView& view, const float* box, OcclusionPolygon& polygon);
+    /// The outlines of some of the boxes, six floats each, that hide things; each has `kMostPolygons` places.
+    void (*makeBoxes)(const OcclusionView& view, const float* boxes, std::span<const std::uint32_t> indices,
+                      OcclusionPolygon* polygons, BoxOutcome* outcomes);
     /// False when no pixel is inside.
     bool (*makePolygon)(const OcclusionView& view, PolygonCorners& corners, OcclusionPolygon& polygon);
     /// Draws into the tile rows from `rowBegin` to `rowEnd`, in this order.

@@ -19,16 +19,9 @@ struct BoxGroup
     /// Bit i tells that box i lies behind the near plane and not around the camera, and that the members about it hold.
     TAMRA_INLINE std::uint32_t Place(const OcclusionView& view, const float* const (&boxes)[8])
     {
-        // The floats 0 to 3 of each box, and 2 to 5.
-        E front[4];
-        E back[4];
-        const float* rest[8];
-        for (int i = 0; i < 8; ++i)
-            rest[i] = boxes[i] + 2;
-        Target<Arch>::Load(boxes, front);
-        Target<Arch>::Load(rest, back);
-        E low[3] = {front[0], front[1], front[2]};
-        E high[3] = {front[3], back[2], back[3]};
+        E low[3];
+        E high[3];
+        LoadBoxes<Arch>(boxes, low, high);
         E extent[3];
         EightBools<Arch> sound = Less(E(0.0F), E(1.0F));
         EightBools<Arch> outside = Less(E(0.0F), E(0.0F));

@@ -2,6 +2,8 @@
 
 #include "gameengine/engine/occlusionRasterInternal.h"
 
+#include <bit>
+
 #include <xsimd/xsimd.hpp>
 
 #if defined(__GNUC__)
@@ -16,21 +18,34 @@ namespace occlusion
 // one name the linker keeps any, and could give plain code one that is full of instructions the processor lacks.
 namespace
 {
+/// Each 0 or 1.
 struct MaskRelation
 {
-    bool addsAny;  ///< The first mask has pixels that the second lacks.
-    bool lacksAny; ///< The other way round.
-    bool isAll;    ///< Both together are the whole tile.
+    int isFirstInSecond;
+    int isSecondInFirst;
+    int isAll; ///< Both together are the whole tile.
 };
 
 /// What differs by instruction set; the source of each defines its own:
 /// Bits(outcome): bit i tells the outcome in lane i.
 /// Spans(begins, ends, first): in row i, the bits from begins[i] - first to ends[i] - first that lie in the mask.
-/// Extremes(a, b, c, d, out): the least of each of four times eight floats.
-/// Unite(a, b, both): the pixels of two masks, and how they relate.
+/// Extremes(a, b, c, d): the least of each of four times eight floats.
+/// Unite(a, b, takesB, both): the pixels of two masks, and how they relate; unless `takesB` the second one is empty.
 /// Load(from, out): out[j] is float j, up to 3, behind each of eight pointers.
+/// Transpose(rows): lane j of row i becomes lane i of row j.
+/// Permute(a, places): lane i is that of `a` at places[i].
+/// StoreFour(a, to): the first four.
 template <class Arch>
 struct Target;
+
+/// What is known of four sides.
+using Four = xsimd::batch<float, xsimd::sse2>;
+
+TAMRA_INLINE Four Lanes(float a, float b, float c, float d)
+{
+    const float lanes[4] = {a, b, c, d};
+    return Four::load_unaligned(lanes);
+}
 
 /// Eight floats: the corners of a box, the edges of a polygon, rows of pixels, tiles of a row or boxes.
 template <class Arch>
@@ -70,7 +85,14 @@ struct Eight
     {
         Eight result;
         for (std::size_t i = 0; i < kParts; ++i)
-            result.parts[i] = xsimd::to_float(xsimd::to_int(parts[i]));
+            result.parts[i] = xsimd::trunc(parts[i]);
+        return result;
+    }
+    TAMRA_INLINE Eight Ceil() const
+    {
+        Eight result;
+        for (std::size_t i = 0; i < kParts; ++i)
+            result.parts[i] = xsimd::ceil(parts[i]);
         return result;
     }
 
@@ -147,6 +169,14 @@ TAMRA_INLINE Eight<Arch> Abs(const Eight<Arch>& a)
     return Eight<Arch>::Apply(a, a, [](auto x, auto) { return xsimd::abs(x); });
 }
 template <class Arch>
+TAMRA_INLINE EightBools<Arch> LessOrEqual(const Eight<Arch>& a, const Eight<Arch>& b)
+{
+    EightBools<Arch> result;
+    for (std::size_t i = 0; i < Eight<Arch>::kParts; ++i)
+        result.parts[i] = a.parts[i] <= b.parts[i];
+    return result;
+}
+template <class Arch>
 TAMRA_INLINE EightBools<Arch> Less(const Eight<Arch>& a, const Eight<Arch>& b)
 {
     EightBools<Arch> result;
@@ -162,6 +192,62 @@ TAMRA_INLINE Eight<Arch> Select(const EightBools<Arch>& condition, const Eight<A
         result.parts[i] = xsimd::select(condition.parts[i], a.parts[i], b.parts[i]);
     return result;
 }
+
+template <class Arch>
+TAMRA_INLINE Eight<Arch> Permute(const Eight<Arch>& a, const std::uint8_t* places)
+{
+    return Target<Arch>::Permute(a, places);
+}
+
+/// The corners of eight boxes.
+template <class Arch>
+TAMRA_INLINE void LoadBoxes(const float* const (&boxes)[8], Eight<Arch> (&low)[3], Eight<Arch> (&high)[3])
+{
+    // The floats 0 to 3 of each box, and 2 to 5.
+    Eight<Arch> front[4];
+    Eight<Arch> back[4];
+    const float* rest[8];
+    for (int i = 0; i < 8; ++i)
+        rest[i] = boxes[i] + 2;
+    Target<Arch>::Load(boxes, front);
+    Target<Arch>::Load(rest, back);
+    for (int axis = 0; axis < 3; ++axis)
+    {
+        low[axis] = front[axis];
+        high[axis] = axis == 0 ? front[3] : back[axis + 1];
+    }
+}
+
+/// For each set of lanes their numbers, a byte each: packed to the front, and to the back in the second half. The rest
+/// repeats one of them.
+struct PackTable
+{
+    constexpr PackTable()
+    {
+        for (std::uint32_t set = 0; set < 256; ++set)
+        {
+            const std::uint64_t first = set == 0 ? 0 : static_cast<std::uint64_t>(std::countr_zero(set));
+            int count = 0;
+            for (std::uint64_t lane = 0; lane < 8; ++lane)
+            {
+                if ((set >> lane & 1) == 0)
+                    continue;
+                front[set] |= lane << (8 * count);
+                back[set] |= lane << (8 * (7 - count));
+                ++count;
+            }
+            for (; count < 8; ++count)
+            {
+                front[set] |= first << (8 * count);
+                back[set] |= first << (8 * (7 - count));
+            }
+        }
+    }
+
+    std::uint64_t front[256] = {};
+    std::uint64_t back[256] = {};
+};
+constexpr PackTable kPackTable;
 
 constexpr float kNumbers[8] = {0, 1, 2, 3, 4, 5, 6, 7};
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace occlusion
 {
@@ -43,6 +44,32 @@ constexpr BoxOutline MakeOutline(int way)
     for (int corner = start; corner >= 0 && (outline.count == 0 || corner != start); corner = next[corner])
         outline.corners[outline.count++] = static_cast<std::uint8_t>(corner);
     return outline;
+}
+
+constexpr std::array<BoxRing, 64> MakeRings()
+{
+    std::array<BoxRing, 64> rings = {};
+    for (int lower = 0; lower < 8; ++lower)
+    {
+        for (int upper = 0; upper < 8; ++upper)
+        {
+            if ((lower & upper) != 0)
+                continue;
+            int way = 0;
+            for (int axis = 2; axis >= 0; --axis)
+                way = way * 3 + ((lower >> axis) & 1) + ((upper >> axis) & 1) * 2;
+            const BoxOutline outline = MakeOutline(way);
+            BoxRing& ring = rings[static_cast<std::size_t>(lower + upper * 8)];
+            ring.count = outline.count;
+            for (int i = 0; i < 9; ++i)
+            {
+                const int place = i < outline.count ? i : 0;
+                ring.corners[0][i] = outline.corners[place];
+                ring.corners[1][i] = outline.count > 0 ? outline.corners[outline.count - 1 - place] : std::uint8_t{0};
+            }
+        }
+    }
+    return rings;
 }
 
 bool Invert(const double* const (&rows)[3], double (&inverse)[3][3])
@@ -90,6 +117,8 @@ constexpr BoxOutline kBoxOutlines[27] = {
     MakeOutline(18), MakeOutline(19), MakeOutline(20), MakeOutline(21), MakeOutline(22), MakeOutline(23),
     MakeOutline(24), MakeOutline(25), MakeOutline(26)};
 
+constexpr std::array<BoxRing, 64> kBoxRings = MakeRings();
+
 const std::uint8_t* GetFaceCorners(int axis, int face) noexcept
 {
     return kFaces[axis][face - 1];
@@ -102,6 +131,12 @@ bool OcclusionView::Set(const CMatrix& viewProjection, int columns, int rows) no
         return false;
     width = static_cast<float>(columns);
     height = static_cast<float>(rows);
+    const float least[4] = {-width, -2.0F * width, -height, -2.0F * height};
+    const float most[4] = {width, 0.0F, height, 0.0F};
+    const float last[4] = {width - 1.0F, width - 1.0F, height, 0.0F};
+    std::copy_n(least, 4, leastExtent);
+    std::copy_n(most, 4, mostExtent);
+    std::copy_n(last, 4, lastPlaces);
     for (int i = 0; i < 4; ++i)
     {
         const float* column = elements + i * 4;
@@ -149,7 +184,9 @@ bool OcclusionView::i_SetOrigin() noexcept
         origin[i] = static_cast<float>(place);
         exactOrigin[i] = origin[i];
         m_exactEye[i] = place - exactOrigin[i];
-        eye[i] = static_cast<float>(m_exactEye[i]);
+        const double across = m_inverse[i][2];
+        const float sign = static_cast<float>((across > 0.0) - (across < 0.0));
+        eye[i] = perspective ? static_cast<float>(m_exactEye[i]) : sign * std::numeric_limits<float>::infinity();
     }
     for (Row* row : {&x, &y, &w, &nearPlane, &depth})
     {
@@ -180,13 +217,11 @@ bool OcclusionView::i_SetPlanes() noexcept
     for (int axis = 0; axis < 3; ++axis)
     {
         const double* q = m_inverse[axis];
-        m_seenFaces[axis] = q[2] > 0.0 ? 2 : q[2] < 0.0 ? 1 : 0;
-        float* f = m_axisPlanes[axis];
-        f[3] = perspective ? 0.0F : static_cast<float>(1.0 / q[2]);
         const ScreenPlane plane = i_MakePlane(q, perspective ? 1.0 : 0.0);
-        f[0] = plane.a;
-        f[1] = plane.b;
-        f[2] = plane.c;
+        axisPlanes[0][axis] = plane.a;
+        axisPlanes[1][axis] = plane.b;
+        axisPlanes[2][axis] = plane.c;
+        axisPlanes[3][axis] = perspective ? 0.0F : static_cast<float>(1.0 / q[2]);
     }
     return margin < 64.0F;
 }

@@ -2,6 +2,7 @@
 
 #include "tamradeps/math/matrix.h"
 
+#include <array>
 #include <cstdint>
 
 // How boxes and triangles get onto the screen of the occlusion culler.
@@ -35,6 +36,11 @@ struct OcclusionView
     bool perspective;
     float width;
     float height;
+    /// Limits of least x, -x, y, -y: in less numbers of single precision are not exact enough, more is out of sight.
+    float leastExtent[4];
+    float mostExtent[4];
+    /// The last column twice, and the end of rows, for what begins; ends are limited from 0.
+    float lastPlaces[4];
     float origin[3];
     /// Where the camera is said to be: it sees the boxes around it. Not changed by `Set`.
     float camera[3];
@@ -62,8 +68,8 @@ struct OcclusionView
     ScreenPlane GetPlane(int axis, float position) const noexcept
     {
         const float scale = perspective ? 1.0F / (position - eye[axis]) : 1.0F;
-        const float* f = m_axisPlanes[axis];
-        return {f[0] * scale, f[1] * scale, f[2] * scale + f[3] * position};
+        const auto& f = axisPlanes;
+        return {f[0][axis] * scale, f[1][axis] * scale, f[2][axis] * scale + f[3][axis] * position};
     }
     /// The plane through three points, likewise.
     ScreenPlane GetPlane(const double (&a)[3], const double (&b)[3], const double (&c)[3]) const noexcept;
@@ -71,12 +77,13 @@ struct OcclusionView
     /// Which face of a box along the axis is seen: 0 none, 1 the lower, 2 the upper.
     int GetSeenFace(int axis, float low, float high) const noexcept
     {
-        if (!perspective)
-            return m_seenFaces[axis];
         return eye[axis] < low ? 1 : eye[axis] > high ? 2 : 0;
     }
 
+    /// Without perspective it is infinitely far away; an axis that it looks across has no number then.
     float eye[3];
+    /// Of the plane across each axis: three factors of `scale` and one of the position.
+    float axisPlanes[4][3];
 
 private:
     bool i_Normalize() noexcept;
@@ -84,8 +91,6 @@ private:
     bool i_SetPlanes() noexcept;
     ScreenPlane i_MakePlane(const double* q, double distance) const noexcept;
 
-    float m_axisPlanes[3][4];
-    int m_seenFaces[3];
     double m_exactEye[3];
     double m_inverse[3][3]; // of the factors of x, y and w, or of x, y and depth
 };
@@ -98,6 +103,15 @@ struct BoxOutline
     std::uint8_t corners[6];
 };
 extern const BoxOutline kBoxOutlines[27];
+
+/// The same closed, for shuffling corners: from the last one on the first is repeated. The second list is clockwise.
+struct BoxRing
+{
+    std::uint8_t count;
+    std::uint8_t corners[2][9];
+};
+/// By the axes whose lower faces are seen (bits 0 to 2) and whose upper ones are (bits 3 to 5).
+extern const std::array<BoxRing, 64> kBoxRings;
 
 /// The four corners of a face (1 lower, 2 upper) along an axis, counter-clockwise as seen from outside.
 const std::uint8_t* GetFaceCorners(int axis, int face) noexcept;
