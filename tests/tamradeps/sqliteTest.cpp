@@ -347,12 +347,7 @@ TEST_F(SQLite, TableNamesAreFoundAsSQLiteComparesThem)
 
 TEST_F(SQLite, NamesMayBeLong)
 {
-    std::string folder = m_folder.Path("");
-    while (folder.size() < 400)
-    {
-        folder += "a folder \xC3\xA4\xE2\x82\xAC with a name of its own/";
-        fs::create_directory(tamra::platform::GetSystemPath(tamra::ToPath(folder)));
-    }
+    const std::string folder = m_folder.MakeLongPath();
     const std::string path = folder + "scene.sdb";
     ASSERT_TRUE(m_database.open(path) && m_database.execute("CREATE TABLE t(v)"));
     {
