@@ -293,26 +293,6 @@ TEST_F(Draw2DTest, PicturesKeepTheirPlaceAndTheirPieces)
     EXPECT_EQ(CountLit(), lit);
 }
 
-TEST_F(Draw2DTest, SteadyFramesAllocateNothing)
-{
-    m_target->Bind();
-    std::size_t before = 0;
-    for (int frame = 0; frame < 4; ++frame)
-    {
-        if (frame == 2)
-            before = test::GetAllocationCount();
-        for (int i = 0; i < 100; ++i)
-        {
-            m_draw->PushClip({0, i, 200, 50});
-            m_draw->FillRoundRect({0, i, 200, 20}, 5, kBlue);
-            m_draw->Text(0, i, "text of some length", kWhite, i % TFB_COUNT);
-            m_draw->PopClip();
-        }
-        m_draw->RenderAll(kWidth, kHeight);
-    }
-    EXPECT_EQ(test::GetAllocationCount(), before);
-}
-
 TEST_F(Draw2DTest, SteadyFramesOfWidgetsAllocateNothingAndAreOneCall)
 {
     m_target->Bind();
