@@ -330,7 +330,10 @@ TEST_F(Examples, Foundation)
     }
     // [sqlite end]
     EXPECT_EQ(rows.lastInsertRowID(), 1);
+}
 
+TEST_F(Examples, LogAndMathematics)
+{
     // [log]
     struct Keeper final : tamra::log::Sink
     {
