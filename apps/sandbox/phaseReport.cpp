@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <numeric>
 
 void CPhaseReport::AddRows(const CEntityArray_SaveLoad_SqliteDB::Counters& before,
                            const CEntityArray_SaveLoad_SqliteDB::Counters& now)
@@ -25,6 +26,11 @@ double CPhaseReport::GetMedianMilliseconds() const
     const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
     std::nth_element(sorted.begin(), middle, sorted.end());
     return 1e3 * *middle;
+}
+
+double CPhaseReport::GetTotalSeconds() const
+{
+    return std::accumulate(m_frames.begin(), m_frames.end(), 0.0);
 }
 
 void CPhaseReport::PrintHeader()

@@ -23,6 +23,7 @@ public:
 
     double GetWorstMilliseconds() const;
     double GetMedianMilliseconds() const;
+    double GetTotalSeconds() const;
 
     static void PrintHeader();
     void Print(std::uint64_t entities) const;
