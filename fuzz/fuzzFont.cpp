@@ -1,19 +1,9 @@
 // Any bytes are survived as a .fnt file. The font that comes out can be measured, and written as a file that reads and
 // writes back the same.
 
+#include "fuzz/check.h"
 #include "gameengine/gui/draw2D/font.h"
 #include "tamradeps/core/log.h"
-
-#include <cstdlib>
-
-namespace
-{
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

@@ -1,6 +1,7 @@
 // Any bytes are survived as a text of widgets, and the widgets can be used. What was read is the same after
 // writing and reading it again, but for numbers beyond the ten characters that the format reads.
 
+#include "fuzz/check.h"
 #include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
@@ -10,17 +11,10 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <sstream>
 
 namespace
 {
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-
 // Whatever the numbers of the text are, the widgets can be placed, drawn and clicked.
 void Use(gui::GuiContext& context)
 {

@@ -1,20 +1,11 @@
 // Any bytes are survived as a picture, in memory that their number bounds. What decodes is the same picture after
 // encoding and decoding it again.
 
+#include "fuzz/check.h"
 #include "tamraengine/renderer/imageDecoder.h"
 #include "tamraengine/renderer/imageEncoder.h"
 
 #include <cstdint>
-#include <cstdlib>
-
-namespace
-{
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

@@ -1,20 +1,11 @@
 // Any text is survived as a material script, in bounded time. What it describes keeps the rules for passes.
 
+#include "fuzz/check.h"
 #include "tamradeps/core/log.h"
 #include "tamraengine/renderer/materialScript.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <set>
-
-namespace
-{
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

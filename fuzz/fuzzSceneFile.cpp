@@ -1,6 +1,7 @@
 // Any bytes are survived as a scene file, with the checksum that they have and with the right one. What loads is the
 // same scene after saving and loading it again.
 
+#include "fuzz/check.h"
 #include "gameengine/engine/entityArraySaveLoadSerialized.h"
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "gameengine/engine/scene.h"
@@ -8,7 +9,6 @@
 #include "tamradeps/core/crc64.h"
 #include "tamradeps/core/log.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -17,12 +17,6 @@ namespace
 using Bytes = std::vector<std::byte>;
 
 constexpr std::size_t kHeaderSize = 24;
-
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 // What the scene in the bytes is after saving it, empty for bytes that are refused.
 Bytes LoadAndSave(const Bytes& content)

@@ -1,20 +1,14 @@
 #pragma once
 
+#include "fuzz/check.h"
 #include "tamradeps/udb/udbGroup.h"
 #include "tamradeps/udb/udbReadWriteAscii.h"
 #include "tamradeps/udb/udbReadWriteBinary.h"
-#include "tests/tamradeps/udbTrees.h"
+#include "tests/support/udbTrees.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
-
-inline void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 /// What both readers state, and the first block.
 inline void CheckMemory(const UDBDatabase& database, std::size_t inputSize)

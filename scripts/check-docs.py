@@ -10,7 +10,7 @@ usage: check-docs.py [--update]   links lead somewhere, assertion lines are expl
 Code in a page stands between fences, and above it where it comes from: all of a file or a part of it between two lines
 "[name]" and "[name end]" in comments.
 
-    <!-- tests/tutorial/empty.cpp [empty] -->
+    <!-- examples/tutorial/empty.cpp [empty] -->
     ```cpp
 """
 

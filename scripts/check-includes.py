@@ -21,6 +21,7 @@ FLOORS = {
     "tools": set(LIBRARIES),
     "apps": {*LIBRARIES, "tools"},
     "tests": {*LIBRARIES, "tools", "apps", "benchmarks", "fuzz"},
+    "examples": {*LIBRARIES, "tests"},
     "benchmarks": {*LIBRARIES, "tools", "apps", "tests", "fuzz"},
     "fuzz": {*LIBRARIES, "tools", "apps", "tests", "benchmarks"},
 }
@@ -132,8 +133,10 @@ class Checker:
     def judge_own(self, file, name):
         top = file.split("/")[0]
         target = name
-        if top == "tests" and name.startswith(("support/", "docs/", "tutorial/")):
+        if top in ("tests", "examples") and name.startswith("support/"):
             target = "tests/" + name
+        elif top == "examples" and name.startswith(("docs/", "tutorial/")):
+            target = "examples/" + name
         parts = target.split("/")
         if len(parts) < 2 or parts[0] not in FLOORS or "." in parts or ".." in parts:
             return f'"{name}" does not start at the root'
@@ -184,6 +187,8 @@ SELF_TEST = [
     ("apps/a/main.cpp", '#include "tools/t/tool.h"\n', None),
     ("tests/support/scene.h", "#include <unistd.h>\n", None),
     ("tests/x.cpp", '#include "support/scene.h"\n#include "tamradeps/core/oneInternal.h"\n', None),
+    ("examples/tutorial/town.h", "", None),
+    ("examples/tutorial/town.cpp", '#include "tutorial/town.h"\n#include "support/scene.h"\n', None),
     ("benchmarks/b.cpp", '#include "tests/support/scene.h"\n#include "apps/a/main.cpp"\n', None),
     ("tamradeps/core/comments.cpp", '/* a\n#include "no/such.h"\n*/ // #include "x.h"\nauto t = "/*";\n', None),
     ("tamradeps/core/up.cpp", '\n#include "corvex/window.cpp"\n', "2: tamradeps must not include corvex"),
@@ -204,6 +209,7 @@ SELF_TEST = [
     ("tamradeps/core/angle.cpp", "#include <tamradeps/core/good.h>\n", "1: <tamradeps/core/good.h> is ours"),
     ("tamradeps/core/near.cpp", '/**/ #  include "good.h"\n', '1: "good.h" does not start at the root'),
     ("tamradeps/core/dots.cpp", '#include "tamradeps/core/../core/good.h"\n', "does not start at the root"),
+    ("examples/app.cpp", '#include "apps/a/main.cpp"\n', "1: examples must not include apps"),
     ("apps/a/support.cpp", '#include "support/scene.h"\n', "does not start at the root"),
     ("tamradeps/core/gone.cpp", '#include "tamradeps/core/gone.h"\n', '1: "tamradeps/core/gone.h" does not exist'),
     ("tamradeps/core/case.cpp", '#include "tamradeps/core/Good.h"\n', '1: "tamradeps/core/Good.h" does not exist'),

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs a finished build to a temporary prefix, moves the prefix, and checks there that every public header compiles
-# alone, that the tools run, and that foreign projects (tests/consumer) build and run with it: by find_package, with
+# alone, that the tools run, and that foreign projects (examples/consumer) build and run with it: by find_package, with
 # another compiler, with the base library alone, and with this folder inside theirs.
 #
 # usage: check-install.sh [BUILD_FOLDER]   build/release by default
@@ -64,7 +64,7 @@ build_consumer() {
     local folder=$consumers/$1 project=$2
     shift 2
     rm -f -- "$folder/CMakeCache.txt"
-    cmake -S "$root/tests/consumer/$project" -B "$folder" -G Ninja "$@" >/dev/null
+    cmake -S "$root/examples/consumer/$project" -B "$folder" -G Ninja "$@" >/dev/null
     cmake --build "$folder" -- --quiet
 }
 

@@ -19,7 +19,7 @@ fi
 PRESET=coverage ./test.sh --quiet --exclude-regex SimdObjectsShareNoFunction
 
 options=(--root . --object-directory "$build" --exclude-throw-branches --exclude-unreachable-branches
-    --exclude 'tests/' --exclude 'fuzz/' --exclude 'benchmarks/' --exclude 'build/')
+    --exclude 'tests/' --exclude 'examples/' --exclude 'fuzz/' --exclude 'benchmarks/' --exclude 'build/')
 gcovr "${options[@]}" --json "$build/coverage.json" "$build"
 if [[ ${1:-} == --html ]]; then
     mkdir -p "$build/html"

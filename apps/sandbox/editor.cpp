@@ -3,6 +3,7 @@
 #include "apps/sandbox/editorWidgets.h"
 #include "corvex/window.h"
 #include "gameengine/gui/draw2D/font.h"
+#include "gameengine/gui/draw2D/latin1.h"
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 
 #include <string_view>

@@ -7,15 +7,19 @@
 
 #include <CLI/CLI.hpp>
 
-int main(int argc, char** argv)
+namespace
 {
-    SandboxOptions options;
+// What the command line says that needs a second look.
+struct Words
+{
     std::vector<std::string> parts;
     std::string size;
-    CLI::App app(
-        "A real town: flies over it while it is streamed from its file, edits it, proves that saving works, and "
-        "shows it in 3-D, also in an editor.");
-    app.add_option("parts", parts, "what to do: stream, view, edit; the first two when left out")
+    std::string style = "dark";
+};
+
+void AddOptions(CLI::App& app, SandboxOptions& options, Words& words)
+{
+    app.add_option("parts", words.parts, "what to do: stream, view, edit; the first two when left out")
         ->check(CLI::IsMember({"stream", "view", "edit"}));
     app.add_option("--world", options.world, "manhattan, liechtenstein, or the path of an .osm.pbf file")
         ->capture_default_str();
@@ -27,9 +31,9 @@ int main(int argc, char** argv)
         ->check(CLI::IsMember({"none", "bruteforce", "tree", "software", "gpu"}))
         ->capture_default_str();
     app.add_flag("--headless", options.headless, "write pictures and summary.json, without a window");
-    app.add_option("--size", size, "of the pictures, as 1280x720")
+    app.add_option("--size", words.size, "of the pictures, as 1280x720")
         ->check(
-            [&](const std::string& text)
+            [&options](const std::string& text)
             {
                 const bool isGood =
                     CLI::detail::lexical_cast(text.substr(0, text.find('x')), options.width) &&
@@ -40,13 +44,23 @@ int main(int argc, char** argv)
     app.add_option("--viewpoints", options.viewpoints,
                    "without a window: so many still pictures in place of the flight")
         ->check(CLI::Range(1, 10000));
-    std::string style = "dark";
-    app.add_option("--style", style, "of the editor's windows")
+    app.add_option("--style", words.style, "of the editor's windows")
         ->check(CLI::IsMember({"dark", "light"}))
         ->capture_default_str();
     app.add_option("--commands", options.commands,
                    "of the editor's console, run at its start, with semicolons between");
     app.add_option("--debug", options.debug, "show boxes, cells, culled, figures: words with commas between");
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    SandboxOptions options;
+    Words words;
+    CLI::App app(
+        "A real town: flies over it while it is streamed from its file, edits it, proves that saving works, and "
+        "shows it in 3-D, also in an editor.");
+    AddOptions(app, options, words);
     try
     {
         app.parse(argc, argv);
@@ -56,7 +70,8 @@ int main(int argc, char** argv)
         return app.exit(error) == 0 ? 0 : 1;
     }
 
-    options.isLight = style == "light";
+    options.isLight = words.style == "light";
+    std::vector<std::string>& parts = words.parts;
     const auto isWanted = [&](const char* part) { return std::find(parts.begin(), parts.end(), part) != parts.end(); };
     if (parts.empty())
         parts = {"stream", "view"};

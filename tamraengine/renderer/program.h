@@ -38,7 +38,6 @@ public:
 
     /// Reads the files anew. False and one log block when they do not make a program: the last good one stays in use.
     bool Reload();
-    const ProgramSource& GetSource() const noexcept { return m_source; }
 
     /// Draws use it from now on.
     void Use() const;

@@ -176,7 +176,7 @@ class Test:
 
     def run_widgets(self):
         files = sorted((self.root / "assets/gui").glob("*.gui"))
-        files.append(self.root / "tests/tutorial/assets/gui/panel.gui")
+        files.append(self.root / "examples/tutorial/assets/gui/panel.gui")
         texts = [path.read_text(encoding="latin-1") for path in files]
         for path, text in zip(files, texts):
             widgets, faults = readers.read_gui(text)

@@ -2,7 +2,6 @@
 
 #include "gameengine/engine/componentRuntimeData.h"
 #include "gameengine/engine/componentTransformDirect.h"
-#include "gameengine/engine/componentTransformParent.h"
 #include "support/expectations.h"
 #include "support/sceneFixture.h"
 
@@ -114,22 +113,6 @@ TEST(AccelerationTree, FollowsItsSources)
     array.Add(entity.Get());
     EXPECT_EQ(entity->Find<ComponentRuntimeData>()->index, slot + 1);
     EXPECT_EQ(tree->GetSlotCount(), 2U);
-}
-
-TEST(AccelerationTree, ChildrenMoveWithTheirParents)
-{
-    const test::Scene scene;
-    const auto tree = MakeTree();
-    const auto parent = Make(scene, 5, 5);
-    const auto child = scene.Make<ComponentRuntimeData, ComponentTransformParent>();
-    static_cast<ComponentTransformParent*>(child->Find<ComponentTransform>())
-        ->SetParent(parent->Find<ComponentTransform>());
-    Place(*child, 20, 0);
-    tree->Add(parent.Get());
-    tree->Add(child.Get());
-    Place(*parent, 50, 50);
-    EXPECT_EQ(Walk(*tree, 70, 50, 79, 59, false), std::vector{child.Get()});
-    EXPECT_EQ(Walk(*tree, 0, 0, 100, 100, false).size(), 2U);
 }
 
 TEST(AccelerationTree, ASecondAddIsFiledAgainAndRemoveLeavesNothing)

@@ -5,6 +5,7 @@
 #include "gameengine/engine/componentTransformDirect.h"
 #include "support/allocations.h"
 #include "support/expectations.h"
+#include "support/occlusionReference.h"
 #include "support/sceneFixture.h"
 
 #include <algorithm>
@@ -210,27 +211,6 @@ TEST_F(SpatialQuery, FrustaHoldWhatIsInViewAndNothingThatThePlanesTurnDown)
     EXPECT_EQ(Set(m_query.InFrustum({}, m_buffer)), BruteForce([](const PrimAABB&) { return true; }));
 }
 
-// Where a ray enters a box; negative when it does not.
-double Entry(const PrimAABB& box, CVector3 origin, CVector3 direction)
-{
-    const double start[3] = {origin.x, origin.y, origin.z};
-    const double way[3] = {direction.x, direction.y, direction.z};
-    double first = 0;
-    double last = kInfinity;
-    for (int axis = 0; axis < 3; ++axis)
-    {
-        const double low = box.GetFloats()[axis] - start[axis];
-        const double high = box.GetFloats()[axis + 3] - start[axis];
-        if (way[axis] == 0 && (low > 0 || high < 0))
-            return -1;
-        if (way[axis] == 0)
-            continue;
-        first = std::max(first, std::min(low / way[axis], high / way[axis]));
-        last = std::min(last, std::max(low / way[axis], high / way[axis]));
-    }
-    return first <= last ? first * std::hypot(way[0], way[1], way[2]) : -1;
-}
-
 TEST_F(SpatialQuery, RaysHitInOrderOfDistance)
 {
     std::size_t hits = 0;
@@ -242,12 +222,14 @@ TEST_F(SpatialQuery, RaysHitInOrderOfDistance)
         if (round % 3 == 0) // along an axis
             direction = {0, round % 2 == 0 ? -2.0F : 0.0F, round % 2 == 0 ? 0.0F : 0.5F};
         const float reach = m_random.OneIn(3) ? kInfinity : m_random.Between(0, 200);
-        const auto distance = [&](const CEntity* entity) { return Entry(BoxOf(entity), origin, direction); };
+        const auto enter = [&](const PrimAABB& box)
+        { return test::HitBox(box, origin, direction) * double{direction.Length()}; };
+        const auto distance = [&](const CEntity* entity) { return enter(BoxOf(entity)); };
         const auto crossed = BruteForce(
             [&](const PrimAABB& box)
             {
-                const double entry = Entry(box, origin, direction);
-                return entry >= 0 && entry <= reach;
+                const double entry = enter(box);
+                return entry < 1e30 && entry <= double{reach};
             });
         std::vector<CEntity*> found;
         m_query.VisitAlongRay(origin, direction, reach,

@@ -1,19 +1,12 @@
+#include "gameengine/engine/entityComponentDatabase.h"
+
+#include "support/sceneFixture.h"
+
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <new>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <sys/mman.h>
-#endif
-
-#include "gameengine/engine/entityComponentDatabase.h"
-#include "support/sceneFixture.h"
 
 using testing::ElementsAre;
 
@@ -26,56 +19,6 @@ public:
     Plain() : CEntityComponent(20200, nullptr) {}
     CEntityComponentProperty* GetProperty(int, CEntityComponentProperty*) override { return nullptr; }
     void SetProperty(int, CEntityComponentProperty*) override {}
-};
-
-// Memory for components. Every second one lies 4 GiB behind the one before it, and so has the same hash.
-class Places
-{
-public:
-    static constexpr std::size_t kCount = 128;
-
-    Places() : m_low(Reserve())
-    {
-        for (std::byte* part : {m_low, m_low + kDistance})
-            EXPECT_TRUE(Allow(part));
-    }
-    ~Places() { Release(m_low); }
-    void* Get(std::size_t i) const { return m_low + i / 2 * sizeof(Plain) + (i % 2) * kDistance; }
-
-private:
-    static constexpr std::size_t kDistance = std::size_t{1} << 32;
-    static constexpr std::size_t kSize = std::size_t{1} << 16;
-
-#if defined(_WIN32)
-    static std::byte* Reserve()
-    {
-        return static_cast<std::byte*>(VirtualAlloc(nullptr, kDistance + kSize, MEM_RESERVE, PAGE_NOACCESS));
-    }
-    static bool Allow(std::byte* part)
-    {
-        return VirtualAlloc(part, kSize, MEM_COMMIT, PAGE_READWRITE) != nullptr;
-    }
-    static void Release(std::byte* memory)
-    {
-        VirtualFree(memory, 0, MEM_RELEASE);
-    }
-#else
-    static std::byte* Reserve()
-    {
-        constexpr int kFlags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
-        return static_cast<std::byte*>(mmap(nullptr, kDistance + kSize, PROT_NONE, kFlags, -1, 0));
-    }
-    static bool Allow(std::byte* part)
-    {
-        return mprotect(part, kSize, PROT_READ | PROT_WRITE) == 0;
-    }
-    static void Release(std::byte* memory)
-    {
-        munmap(memory, kDistance + kSize);
-    }
-#endif
-
-    std::byte* m_low;
 };
 
 std::vector<CEntityComponent*> GetAll(const CEntityComponentDatabase& database)
@@ -103,24 +46,24 @@ bool RemoveFromModel(std::vector<CEntityComponent*>& model, const CEntityCompone
 void CompareWithModel(std::uint32_t seed, bool twice)
 {
     test::Random random(seed);
-    const Places places;
     std::array<CEntityComponentDatabase, 3> databases;
     std::array<std::vector<CEntityComponent*>, 3> models;
-    std::vector<Plain*> components(seed * 20);
-    for (std::size_t i = 0; i < components.size(); ++i)
-        components[i] = ::new (places.Get(i)) Plain;
+    std::vector<std::unique_ptr<Plain>> components(seed * 20);
+    for (auto& component : components)
+        component = std::make_unique<Plain>();
     for (int step = 0; step < 600; ++step)
     {
         const std::size_t which = random.Below(3U);
-        Plain* const component = components[random.Below(components.size())];
+        std::unique_ptr<Plain>& any = components[random.Below(components.size())];
+        Plain* const component = any.get();
         std::vector<CEntityComponent*>& model = models[which];
         if (random.OneIn(40))
         {
             for (auto& each : models)
                 while (RemoveFromModel(each, component))
                     twice = true; // whose entries leave in no particular order
-            component->~Plain();  // while it is listed
-            ::new (component) Plain;
+            any.reset();          // while it is listed
+            any = std::make_unique<Plain>();
         }
         else if (random.OneIn(40))
         {
@@ -152,8 +95,6 @@ void CompareWithModel(std::uint32_t seed, bool twice)
             ASSERT_EQ(found, expected) << "seed " << seed << " step " << step;
         }
     }
-    for (Plain* component : components)
-        component->~Plain();
 }
 
 TEST(ComponentDatabase, AgreesWithAModel)

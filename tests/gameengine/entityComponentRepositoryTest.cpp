@@ -1,11 +1,13 @@
 #include "gameengine/engine/entityComponentRepository.h"
 
-#include "gameengine/engine/componentTransformDirect.h"
 #include "support/expectations.h"
-#include "support/sceneFixture.h"
+#include "support/random.h"
 
 #include <map>
 #include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
 
 namespace
 {
@@ -77,22 +79,6 @@ TEST(FastRepository, ServesIndicesPastItsEndWithAReport)
     repository->Set(100000, Value(2));
     repository->Remove(100000);
     EXPECT_EQ(repository->Find(100000), nullptr);
-}
-
-TEST(FastRepository, AComponentPastItsEndReportsOnceForEachAccess)
-{
-    test::Scene scene;
-    std::vector<RefPtr<CEntity>> entities;
-    while (entities.empty() || entities.back()->GetIndex() < 100000)
-        entities.push_back(scene.Make<>());
-    const test::ExpectAssertions lines{"gameengine/engine/entityComponent 52", "gameengine/engine/entityComponent 51",
-                                       "gameengine/engine/entityComponent 53"};
-    test::AddComponents<ComponentTransformDirect>(*entities.back());
-    EXPECT_EQ(entities.back()->Find<ComponentTransform>(), entities.back()->GetComponent(0));
-    EXPECT_EQ(entities.back()->Find<ComponentTransformDirect>(), entities.back()->GetComponent(0));
-    // Low indices last, for the tests to come.
-    while (!entities.empty())
-        entities.pop_back();
 }
 
 TEST(RepositoryRegistry, NamesTheRepositoryCreatedLast)

@@ -1,4 +1,5 @@
 #include "gameengine/gui/draw2D/fontTable.h"
+#include "gameengine/gui/draw2D/latin1.h"
 #include "support/expectations.h"
 #include "support/system.h"
 #include "tamradeps/io/fileSystem.h"

@@ -1,15 +1,7 @@
 #include "gameengine/gui/guiWidget/guiContext.h"
 
-#include "gameengine/gui/draw2D/drawI.h"
-#include "gameengine/gui/guiWidget/guiButton.h"
-#include "gameengine/gui/guiWidget/guiGroupBox.h"
-#include "gameengine/gui/guiWidget/guiLabel.h"
-#include "gameengine/gui/guiWidget/guiList.h"
-#include "gameengine/gui/guiWidget/guiSlider.h"
-#include "support/deviceFixture.h"
+#include "support/guiFixture.h"
 #include "support/random.h"
-#include "support/recordingDraw.h"
-#include "tamradeps/io/fileSystem.h"
 
 #include <string>
 #include <vector>
@@ -67,11 +59,9 @@ public:
     static inline std::string heard;
 };
 
-class GuiContexts : public testing::Test
+class GuiContexts : public test::GuiTest<>
 {
 protected:
-    GuiContexts() { m_context->Render(400, 300); }
-
     Field* Add(GuiLayout& layout, const char* id, const GuiRecti& rect)
     {
         return static_cast<Field*>(layout.AddChild(std::make_unique<Field>(*m_context, id, rect)));
@@ -82,12 +72,6 @@ protected:
         panel->SetId(id);
         return static_cast<Panel*>(layout.AddChild(std::move(panel)));
     }
-    void Press(unsigned key)
-    {
-        m_context->PushKeyPress(key);
-        m_context->PushKeyRelease(key);
-        m_context->Update(0.01F);
-    }
     void Click(int x, int y, float pause)
     {
         m_context->SetMousePos(x, y);
@@ -95,10 +79,6 @@ protected:
         m_context->PushMouseRelease(1);
         m_context->Update(pause);
     }
-
-    test::RecordingDraw m_draw;
-    std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
-    GuiFreeLayout& m_root = m_context->GetRoot();
 };
 
 TEST_F(GuiContexts, TabGoesRoundInTheWindow)
@@ -113,25 +93,25 @@ TEST_F(GuiContexts, TabGoesRoundInTheWindow)
     Add(*window, "still", {})->SetFocusable(false);
     Field* const b = Add(*window, "b", {});
 
-    Press(kGuiKeyTab);
+    Key(kGuiKeyTab);
     EXPECT_EQ(m_context->GetFocusWidget(), first);
-    Press(kGuiKeyTab);
+    Key(kGuiKeyTab);
     EXPECT_EQ(m_context->GetFocusWidget(), a);
     for (Field* const next : {b, a, b})
     {
-        Press(kGuiKeyTab);
+        Key(kGuiKeyTab);
         EXPECT_EQ(m_context->GetFocusWidget(), next);
     }
     m_context->PushKeyPress(kGuiKeyRightShift);
-    Press(kGuiKeyTab);
+    Key(kGuiKeyTab);
     EXPECT_EQ(m_context->GetFocusWidget(), a);
     m_context->PushKeyRelease(kGuiKeyRightShift);
     a->SetTakesTab(true);
-    Press(kGuiKeyTab);
+    Key(kGuiKeyTab);
     EXPECT_EQ(m_context->GetFocusWidget(), a);
     EXPECT_EQ(a->Take(), "258 ");
     m_context->PushKeyPress(kGuiKeyLeftControl);
-    Press(kGuiKeyTab);
+    Key(kGuiKeyTab);
     EXPECT_EQ(m_context->GetFocusWidget(), b);
 }
 
@@ -202,7 +182,7 @@ TEST_F(GuiContexts, LayoutsHearOfClicksBelowAndModalOnesOfNoOthers)
     EXPECT_EQ(field->Take() + Panel::heard, "");
     Click(310, 10, 1.0F);
     EXPECT_EQ(std::exchange(Panel::heard, {}), "dialog<dialog!");
-    Press(kGuiKeyTab);
+    Key(kGuiKeyTab);
     EXPECT_EQ(m_context->GetFocusWidget(), nullptr) << "there is nothing in the dialog";
     dialog->SetVisible(false);
     EXPECT_EQ(m_context->GetModal(), nullptr);
@@ -274,91 +254,5 @@ TEST_F(GuiContexts, FindingAWidgetAsksFewOfThem)
             expected->DestroySelf();
     }
     EXPECT_LE(most, 200);
-}
-
-// What was replaced piece by piece looks like what is drawn anew.
-class GuiPictures : public test::DeviceTest
-{
-protected:
-    static constexpr int kWidth = 240;
-    static constexpr int kHeight = 160;
-
-    void SetUp() override
-    {
-        DeviceTest::SetUp();
-        if (IsSkipped())
-            return;
-        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
-        m_target = renderer::CRenderTarget::Create(m_renderer, kWidth, kHeight);
-        m_draw = std::make_unique<DrawI>(m_renderer);
-        m_context = GuiContext::Create(*m_draw);
-    }
-
-    std::vector<std::uint8_t> Render()
-    {
-        m_target->Bind();
-        m_renderer.Clear({0, 0, 0});
-        m_context->Render(kWidth, kHeight);
-        m_draw->RenderAll(kWidth, kHeight);
-        return m_target->ReadPixels().pixels;
-    }
-
-    template <class Widget, class... Arguments>
-    Widget* Add(GuiLayout& layout, Arguments... arguments)
-    {
-        auto widget = std::make_unique<Widget>(*m_context, arguments...);
-        widget->SetPreferredSize({60, 20});
-        m_widgets.push_back(widget.get());
-        return static_cast<Widget*>(layout.AddChild(std::move(widget)));
-    }
-
-    RefPtr<renderer::CRenderTarget> m_target;
-    std::unique_ptr<DrawI> m_draw;
-    std::unique_ptr<GuiContext> m_context;
-    std::vector<GuiWidget*> m_widgets;
-};
-
-TEST_F(GuiPictures, ReplacedPiecesLookAsIfDrawnAnew)
-{
-    auto* const row = Add<GuiListH>(m_context->GetRoot());
-    row->SetDockPosition(GuiDock::Center);
-    auto* const list = Add<GuiListV>(*row);
-    auto* const label = Add<GuiLabel>(*list);
-    auto* const button = Add<GuiButton>(*list);
-    auto* const box = Add<GuiCheckBox>(*Add<GuiGroupBox>(*list));
-    auto* const slider = Add<GuiSlider>(*list);
-    auto* const bar = Add<GuiScrollBar>(*row, true);
-    for (GuiWidget* const widget : {static_cast<GuiWidget*>(list), static_cast<GuiWidget*>(bar)})
-        widget->SetSizePolicy(GuiSizePolicy::Expand());
-    test::Random random(3);
-    int redraws = 0;
-    for (int step = 0; step < 150; ++step)
-    {
-        GuiWidget* const any = m_widgets[random.Below(m_widgets.size())];
-        const std::string text(random.Below(12U), static_cast<char>('a' + random.Below(26)));
-        switch (random.Below(11))
-        {
-        case 0: label->SetText(text); break;
-        case 1: button->SetText(text); break;
-        case 2: box->SetChecked(!box->IsChecked()); break;
-        case 3: slider->SetValue(random.Between(0, 1)); break;
-        case 4: bar->SetContentLength(random.Below(1000)); break;
-        case 5: any->SetLocked(!any->IsLocked()); break;
-        case 6: any->SetVisible(!any->IsVisible()); break;
-        case 7: any->SetStyle(random.Below(3)); break;
-        case 8: m_context->MoveFocus(1); break;
-        case 9: random.OneIn(2) ? m_context->PushMouseClick(1) : m_context->PushMouseRelease(1); break;
-        default: m_context->SetMousePos(random.Below(kWidth), random.Below(kHeight)); break;
-        }
-        m_context->Update(0.01F);
-        const std::vector<std::uint8_t> kept = Render();
-        redraws += m_context->GetRenderCount();
-        m_context->RequestPicture();
-        ASSERT_EQ(kept, Render()) << "step " << step;
-    }
-    EXPECT_LT(redraws, 150 * 9 / 2) << "most steps need a few pieces only";
-    m_context->Update(0.01F);
-    EXPECT_EQ(Render(), Render());
-    EXPECT_EQ(m_context->GetRenderCount() + m_context->GetLayoutCount(), 0) << "nothing happened";
 }
 } // namespace

@@ -1,84 +1,38 @@
 #include "gameengine/gui/guiWidget/guiButton.h"
-#include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiGroupBox.h"
 #include "gameengine/gui/guiWidget/guiLabel.h"
 #include "gameengine/gui/guiWidget/guiList.h"
 #include "gameengine/gui/guiWidget/guiSlider.h"
-#include "gameengine/gui/guiWidget/guiStream.h"
-#include "gameengine/gui/guiWidget/guiWidgetFile.h"
+#include "support/guiFixture.h"
 #include "support/random.h"
-#include "support/recordingDraw.h"
 
 #include <string>
-
-#include <gtest/gtest.h>
 
 using namespace gui;
 
 namespace
 {
-class Callback : public GuiCallback
-{
-public:
-    bool OnGuiEvent(const char* name, const GuiEvent& event) override
-    {
-        heard += std::string(heard.empty() ? "" : " ") + name + std::to_string(event.type) + ":" +
-                 std::to_string(event.GetInt(0));
-        return true;
-    }
-    std::string Take() { return std::exchange(heard, {}); }
-
-    std::string heard;
-};
-
-class GuiControls : public testing::Test
+class GuiControls : public test::GuiTest<>
 {
 protected:
-    GuiControls()
+    // Without padding and spacing the sums are plain.
+    void SetPlainStyle()
     {
-        m_root.SetCallback(&m_callback);
-        m_context->Render(400, 300);
+        GuiStyleData style = GuiStyleData::MakeDark();
+        style.padding = style.spacing = 0;
+        m_context->SetStyleData(0, style);
     }
-
-    template <class Widget, class... Arguments>
-    Widget* Add(GuiLayout& layout, const char* id, const GuiRecti& rect, Arguments... arguments)
+    std::string Drag(Vec2<int> from, Vec2<int> to)
     {
-        auto widget = std::make_unique<Widget>(*m_context, arguments...);
-        widget->SetId(id);
-        widget->SetRect(rect);
-        return static_cast<Widget*>(layout.AddChild(std::move(widget)));
+        Press(from);
+        m_context->SetMousePos(to.x, to.y);
+        return Release();
     }
-    // Events come in the pass after that of the click.
-    std::string Click(int x, int y, int releaseX, int releaseY)
-    {
-        m_context->SetMousePos(x, y);
-        m_context->PushMouseClick(1);
-        m_context->Update(0.01F);
-        m_context->SetMousePos(releaseX, releaseY);
-        m_context->PushMouseRelease(1);
-        m_context->Update(0.01F);
-        return m_callback.Take();
-    }
-    std::string Key(unsigned key)
-    {
-        m_context->PushKeyPress(key);
-        m_context->PushKeyRelease(key);
-        m_context->Update(0.01F);
-        return m_callback.Take();
-    }
-
-    test::RecordingDraw m_draw;
-    Callback m_callback; // outlives the widgets' wish for it
-    std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
-    GuiFreeLayout& m_root = m_context->GetRoot();
 };
 
 TEST_F(GuiControls, ListsShareOutTheirRoom)
 {
-    // Without padding and spacing the sums are plain.
-    GuiStyleData style = GuiStyleData::MakeDark();
-    style.padding = style.spacing = 0;
-    m_context->SetStyleData(0, style);
+    SetPlainStyle();
     auto* list = Add<GuiListH>(m_root, "list", {0, 0, 300, 50});
     struct Case
     {
@@ -128,8 +82,12 @@ TEST_F(GuiControls, ListsShareOutTheirRoom)
     list->GetChild(0)->SetVisible(false);
     m_context->Update(0.01F);
     EXPECT_EQ(list->GetChild(1)->GetRect().x, 0);
+}
 
-    // Whatever the children are: inside while there is room for the minima, side by side, and the same once more.
+// Inside while there is room for the minima, side by side, and the same once more.
+TEST_F(GuiControls, ListsKeepAnyChildrenInside)
+{
+    SetPlainStyle();
     test::Random random(3);
     auto* column = Add<GuiListV>(m_root, "column", {0, 0, 100, 500});
     for (int round = 0; round < 300; ++round)
@@ -171,22 +129,22 @@ TEST_F(GuiControls, ClickWithMouseAndKeyboard)
     other->Select();
     first->SetValue(10);
     second->SetValue(20);
-    EXPECT_EQ(Click(5, 5, 5, 5), "b3:0 b4:1");
-    EXPECT_EQ(Click(5, 5, 200, 5), "b3:0 b4:0"); // let go beside it
+    EXPECT_EQ(Click({5, 5}), "b3:0 b4:1");
+    EXPECT_EQ(Drag({5, 5}, {200, 5}), "b3:0 b4:0"); // let go beside it
     EXPECT_EQ(m_context->GetInputWidget(), nullptr);
     EXPECT_EQ(Key(257) + Key(32) + Key(65), "b3:0 b4:1b3:0 b4:1"); // in focus since the click
-    EXPECT_EQ(Click(5, 25, 5, 25), "c5:1");
-    EXPECT_EQ(Click(5, 25, 99, 25), "");
+    EXPECT_EQ(Click({5, 25}), "c5:1");
+    EXPECT_EQ(Drag({5, 25}, {99, 25}), "");
     EXPECT_EQ(Key(32), "c5:0");
     EXPECT_FALSE(check->IsChecked());
-    EXPECT_EQ(Click(5, 45, 5, 45), "r6:10");
-    EXPECT_EQ(Click(5, 65, 5, 65), "s6:20");
-    EXPECT_EQ(Click(5, 65, 5, 65), "");
+    EXPECT_EQ(Click({5, 45}), "r6:10");
+    EXPECT_EQ(Click({5, 65}), "s6:20");
+    EXPECT_EQ(Click({5, 65}), "");
     EXPECT_TRUE(!first->IsSelected() && second->IsSelected() && other->IsSelected());
 
     // Locked, invisible, and locked between press and release.
     button->SetLocked(true);
-    EXPECT_EQ(Click(5, 5, 5, 5), "");
+    EXPECT_EQ(Click({5, 5}), "");
     button->SetLocked(false);
     m_context->SetMousePos(5, 5);
     m_context->PushMouseClick(1);
@@ -195,12 +153,12 @@ TEST_F(GuiControls, ClickWithMouseAndKeyboard)
     EXPECT_EQ(m_context->GetInputWidget(), nullptr);
     m_context->PushMouseRelease(1);
     m_context->Update(0.01F);
-    EXPECT_EQ(m_callback.Take(), "b3:0");
+    EXPECT_EQ(Take(), "b3:0");
     m_context->PushMouseClick(2);
-    EXPECT_EQ(Click(5, 25, 5, 25), "c5:1");
+    EXPECT_EQ(Click({5, 25}), "c5:1");
 }
 
-TEST_F(GuiControls, DrawWhatTheyAreAndRoundTrip)
+TEST_F(GuiControls, DrawWhatTheyAre)
 {
     auto* box = Add<GuiGroupBox>(m_root, "box", {10, 10, 200, 100});
     box->SetTitle("Title");
@@ -232,87 +190,42 @@ TEST_F(GuiControls, DrawWhatTheyAreAndRoundTrip)
     m_draw.calls.clear();
     m_context->Render(400, 300);
     EXPECT_TRUE(m_draw.calls.empty());
-
-    GuiStream stream;
-    for (GuiWidget* widget : std::initializer_list<GuiWidget*>{box, list, label, check, radio})
-        ASSERT_TRUE(widget->Save(stream));
-    GuiStream copy(stream.GetData());
-    GuiGroupBox box2(*m_context);
-    GuiListV list2(*m_context);
-    GuiLabel label2(*m_context);
-    GuiCheckBox check2(*m_context);
-    GuiRadioButton radio2(*m_context);
-    for (GuiWidget* widget : std::initializer_list<GuiWidget*>{&box2, &list2, &label2, &check2, &radio2})
-    {
-        ASSERT_TRUE(widget->Load(copy)) << widget->GetTypeString();
-        if (widget == &box2)
-            box2.SetParent(&m_root);
-    }
-    EXPECT_EQ(copy.GetFaultPosition(), -1);
-    GuiStream again;
-    for (GuiWidget* widget : std::initializer_list<GuiWidget*>{&box2, &list2, &label2, &check2, &radio2})
-        widget->Save(again);
-    EXPECT_EQ(again.GetData(), stream.GetData());
 }
 
-class FloatCallback : public Callback
+class GuiHandles : public GuiControls
 {
-public:
-    bool OnGuiEvent(const char*, const GuiEvent& event) override
+protected:
+    std::string Tell(const char*, const GuiEvent& event) const override
     {
-        heard += (heard.empty() ? "" : " ") + std::to_string(event.type) + ":" +
-                 std::to_string(static_cast<int>(event.GetFloat(0)));
-        return true;
+        return std::to_string(event.type) + ":" + std::to_string(static_cast<int>(event.GetFloat(0)));
     }
 };
 
-TEST_F(GuiControls, DragHandles)
+TEST_F(GuiHandles, FollowTheMouseAndTheKeys)
 {
-    FloatCallback values;
-    const auto drag = [&](int x, int y, int releaseX, int releaseY)
-    {
-        Click(x, y, releaseX, releaseY);
-        return values.Take();
-    };
-    const auto press = [&](unsigned key)
-    {
-        Key(key);
-        return values.Take();
-    };
-    m_root.SetCallback(&values);
-
     auto* slider = Add<GuiSlider>(m_root, "s", {10, 200, 110, 20});
     slider->SetRange(0.0F, 100.0F);
-    EXPECT_EQ(drag(65, 205, 95, 205), "7:0 9:50 9:80 8:80"); // beside the handle, which comes
-    EXPECT_EQ(drag(97, 205, 999, 999), "7:80 9:100 8:100");
-    EXPECT_EQ(press(262), ""); // no further
-    EXPECT_EQ(press(263), "9:99");
-    EXPECT_EQ(press(265), "");
-    EXPECT_EQ(press(268), "9:0");
+    EXPECT_EQ(Drag({65, 205}, {95, 205}), "7:0 9:50 9:80 8:80"); // beside the handle, which comes
+    EXPECT_EQ(Drag({97, 205}, {999, 999}), "7:80 9:100 8:100");
+    EXPECT_EQ(Key(262), ""); // no further
+    EXPECT_EQ(Key(263), "9:99");
+    EXPECT_EQ(Key(265), "");
+    EXPECT_EQ(Key(268), "9:0");
     slider->SetValue(33.3F);
-    EXPECT_EQ(drag(45, 205, 45, 205), "7:33 8:33"); // a click on the handle moves nothing
+    EXPECT_EQ(Drag({45, 205}, {45, 205}), "7:33 8:33"); // a click on the handle moves nothing
     EXPECT_EQ(slider->GetValue(), 33.3F);
     m_context->PushMouseClick(1);
     m_context->Update(0.01F);
     slider->SetLocked(true);
     EXPECT_EQ(m_context->GetInputWidget(), nullptr);
-    values.Take();
-    EXPECT_EQ(drag(65, 205, 95, 205) + press(269), "");
+    Take();
+    EXPECT_EQ(Drag({65, 205}, {95, 205}) + Key(269), "");
 
     auto* bar = Add<GuiScrollBar>(m_root, "b", {200, 10, 14, 100}, true);
-    EXPECT_EQ(drag(205, 20, 205, 90), "10:0 11:0"); // nothing to scroll
+    EXPECT_EQ(Drag({205, 20}, {205, 90}), "10:0 11:0"); // nothing to scroll
     bar->SetContentLength(400);
-    EXPECT_EQ(drag(205, 20, 205, 45), "10:0 12:100 11:100");
-    EXPECT_EQ(press(264), "12:110");
-    GuiStream stream;
-    bar->Save(stream);
-    GuiStream copy(stream.GetData());
-    const std::unique_ptr<GuiWidget> read = CreateWidgetFromStream(*m_context, copy);
-    GuiStream again;
-    ASSERT_TRUE(read && read->GetParent() == nullptr);
-    read->SetParent(&m_root);
-    read->Save(again);
-    EXPECT_EQ(again.GetData(), stream.GetData());
+    EXPECT_EQ(Drag({205, 20}, {205, 45}), "10:0 12:100 11:100");
+    EXPECT_EQ(Key(264), "12:110");
     bar->SetContentLength(150); // less than what was scrolled
     EXPECT_EQ(bar->GetValue(), 50.0F);
     bar->SetContentLength(-5);

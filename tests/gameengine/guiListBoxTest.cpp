@@ -1,16 +1,13 @@
 #include "gameengine/gui/guiWidget/guiListBox.h"
 
-#include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiDropList.h"
 #include "gameengine/gui/guiWidget/guiImage.h"
-#include "gameengine/gui/guiWidget/guiKey.h"
-#include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
+#include "support/guiFixture.h"
 #include "support/random.h"
-#include "support/recordingDraw.h"
 #include "tamradeps/io/fileSystem.h"
 
 #include <algorithm>
@@ -21,21 +18,6 @@ using namespace gui;
 
 namespace
 {
-/// "3" for an event that tells of item 3, "3!" where it was confirmed.
-class Callback : public GuiCallback
-{
-public:
-    bool OnGuiEvent(const char*, const GuiEvent& event) override
-    {
-        EXPECT_EQ(event.type, GET_DROPLIST_CHANGED);
-        heard.append(heard.empty() ? "" : " ").append(std::to_string(event.GetInt(0)));
-        heard.append(event.GetInt(1) != 0 ? "!" : "");
-        return true;
-    }
-
-    std::string heard;
-};
-
 /// Keeps pictures, as far as that a piece has a number.
 class KeepingDraw : public test::RecordingDraw
 {
@@ -49,22 +31,22 @@ private:
 };
 
 /// Rows are 20 pixels high, the screen has 400 x 300.
-class GuiItems : public testing::Test
+class GuiItems : public test::GuiTest<>
 {
 protected:
-    GuiItems()
+    // "3" for an event that tells of item 3, "3!" where it was confirmed.
+    std::string Tell(const char*, const GuiEvent& event) const override
     {
-        m_root.SetCallback(&m_callback);
-        m_context->Render(400, 300);
+        EXPECT_EQ(event.type, GET_DROPLIST_CHANGED);
+        return std::to_string(event.GetInt(0)) + (event.GetInt(1) != 0 ? "!" : "");
     }
 
     template <class Widget>
     Widget& Add(const GuiRecti& rect, std::vector<std::string> items)
     {
-        auto widget = std::make_unique<Widget>(*m_context);
-        widget->SetRect(rect);
+        auto* widget = GuiTest::Add<Widget>(m_root, "", rect);
         widget->SetItems(std::move(items));
-        return static_cast<Widget&>(*m_root.AddChild(std::move(widget)));
+        return *widget;
     }
     static std::vector<std::string> MakeItems(int count)
     {
@@ -76,13 +58,13 @@ protected:
 
     void Pass()
     {
-        m_context->Update(0.02F);
+        Update(0.02F);
         m_context->Render(400, 300);
     }
     std::string Take()
     {
         Pass();
-        return std::exchange(m_callback.heard, {});
+        return GuiTest::Take();
     }
     // In order, which a sum of calls would not keep.
     static std::string All(std::initializer_list<std::string> heard)
@@ -115,14 +97,12 @@ protected:
     }
     std::string Key(unsigned key, unsigned modifier = 0)
     {
-        if (modifier != 0)
-            m_context->PushKeyPress(modifier);
+        Hold(modifier);
         Pass();
-        m_context->PushKeyPress(key);
+        Hold(key);
         Pass();
-        m_context->PushKeyRelease(key);
-        if (modifier != 0)
-            m_context->PushKeyRelease(modifier);
+        Hold(key, false);
+        Hold(modifier, false);
         return Take();
     }
     std::string Type(std::string_view text)
@@ -161,11 +141,6 @@ protected:
         }
         return first + ".." + last;
     }
-
-    test::RecordingDraw m_draw;
-    Callback m_callback;
-    std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
-    GuiFreeLayout& m_root = m_context->GetRoot();
 };
 
 TEST_F(GuiItems, ListBoxSelectsByMouseAndKeyboard)
@@ -395,8 +370,14 @@ TEST_F(GuiItems, DropListChoosesOrLeavesAll)
     Pass();
     EXPECT_EQ(Release(50, 155), "4");
     EXPECT_EQ(m_context->GetInputWidget(), nullptr);
+}
 
-    // By keys; Escape undoes what they did.
+// Escape undoes what they did.
+TEST_F(GuiItems, DropListTakesKeysAndTheWheel)
+{
+    auto& drop = Add<GuiDropList>({10, 50, 120, 20}, MakeItems(30));
+    drop.SetSelected(4);
+    m_context->GrabFocus(&drop);
     EXPECT_EQ(All({Key(kGuiKeyDown), Key(kGuiKeyUp), Key(kGuiKeyUp), Type("item 2")}), "5434 20");
     EXPECT_EQ(All({Key(kGuiKeySpace), Key(kGuiKeyDown), Key(kGuiKeyEnd), Key(kGuiKeyEscape)}), "----");
     EXPECT_EQ(drop.GetSelected(), 20);
@@ -426,7 +407,7 @@ TEST_F(GuiItems, DropListChoosesOrLeavesAll)
     EXPECT_EQ(Press(125, 245), "");
     EXPECT_EQ(Release(125, 245), "");
     EXPECT_TRUE(drop.IsOpen());
-    EXPECT_EQ(pick(50, 245), "29");
+    EXPECT_EQ(All({Press(50, 245), Release(50, 245)}), "-29");
 
     // It does not outlive what it belongs to.
     drop.Open();
@@ -446,24 +427,8 @@ TEST_F(GuiItems, DropListChoosesOrLeavesAll)
     EXPECT_EQ(drop.GetSelected(), -1);
 }
 
-TEST_F(GuiItems, FilesKeepItemsAndNames)
+TEST_F(GuiItems, DamagedListsAreRefused)
 {
-    const std::string good = "GWT_LISTBOX 2 \"a \\\"b\\\"\" \"\" 1 1 \"l\" 1 2 30 40 LEFT|TOP NONE 3 3 0\n"
-                             "GWT_DROPLIST 3 \"x\" \"y\" \"z\" 2 \"d\" 1 2 30 40 LEFT|TOP NONE 3 1 0\n"
-                             "GWT_DROPLIST 0 -1 \"\" 1 2 30 40 LEFT|TOP NONE 3 1 0\n"
-                             "GWT_IMAGE \"textures/a.png\" \"i\" 1 2 30 40 LEFT|TOP NONE 3 3 0\n"
-                             "GWT_IMAGE \"i\" 1 2 30 40 LEFT|TOP NONE 3 3 0\n";
-    GuiStream stream(good);
-    EXPECT_TRUE(ReadWidgets(m_root, stream));
-    GuiStream written;
-    for (std::size_t i = 0; i < m_root.GetChildCount(); ++i)
-    {
-        m_root.GetChild(i)->SetParent(nullptr); // so that nothing is indented
-        m_root.GetChild(i)->Save(written);
-        m_root.GetChild(i)->SetParent(&m_root);
-    }
-    EXPECT_EQ(written.GetData(), good);
-
     const char* const bad[] = {
         "GWT_LISTBOX 1 \"a\" 1 0 \"l\" 1 2 30 40 LEFT|TOP NONE 3 3 0", // there is no item 1
         "GWT_DROPLIST 1 \"a\" -2 \"l\" 1 2 30 40 LEFT|TOP NONE 3 3 0",

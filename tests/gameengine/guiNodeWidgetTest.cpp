@@ -1,20 +1,16 @@
 #include "gameengine/gui/guiWidget/guiNodeWidget.h"
 
-#include "gameengine/gui/guiWidget/guiContext.h"
-#include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "support/expectations.h"
+#include "support/guiFixture.h"
 #include "support/random.h"
-#include "support/recordingDraw.h"
 
 #include <algorithm>
 #include <functional>
 #include <map>
 #include <string>
 #include <utility>
-
-#include <gtest/gtest.h>
 
 using namespace gui;
 
@@ -247,15 +243,11 @@ private:
     }
 };
 
-class GuiNodes : public testing::Test
+class GuiNodes : public test::GuiTest<>
 {
 protected:
-    GuiNodes()
+    GuiNodes() : GuiTest(800, 600)
     {
-        m_context->Render(800, 600);
-        m_widget =
-            static_cast<GuiNodeWidget*>(m_context->GetRoot().AddChild(std::make_unique<GuiNodeWidget>(*m_context)));
-        m_widget->SetRect(100, 50, 600, 500);
         m_widget->SetListener(&m_listener);
         // 100 wide; pins 34, 54 and 74 below the upper edge.
         m_source = m_widget->EditGraph().AddNode("source", {20, 20}, {}, {"x", "y"});
@@ -267,18 +259,8 @@ protected:
     const GuiNodeGraph& Graph() const { return m_widget->GetGraph(); }
     Vec2<int> Place(GuiNodeId id) const { return {Graph().GetNode(id)->rect.x, Graph().GetNode(id)->rect.y}; }
     // Positions of the graph.
-    void Point(Vec2<int> at)
-    {
-        const Vec2<int> screen = m_widget->ToScreen(at);
-        m_context->SetMousePos(screen.x, screen.y);
-        m_context->Update(0.01F);
-    }
-    void Press(Vec2<int> at, unsigned button = kGuiMouseLeft)
-    {
-        Point(at);
-        m_context->PushMouseClick(button);
-        m_context->Update(0.01F);
-    }
+    void Point(Vec2<int> at) { Move(m_widget->ToScreen(at)); }
+    void Press(Vec2<int> at, unsigned button = kGuiMouseLeft) { GuiTest::Press(m_widget->ToScreen(at), button); }
     std::string Release(unsigned button = kGuiMouseLeft)
     {
         m_context->PushMouseRelease(button);
@@ -287,31 +269,21 @@ protected:
     }
     std::string Drag(Vec2<int> from, Vec2<int> to, unsigned held = 0, unsigned button = kGuiMouseLeft)
     {
-        if (held != 0)
-            m_context->PushKeyPress(held);
+        Hold(held);
         Press(from, button);
         Point(to);
-        if (held != 0)
-            m_context->PushKeyRelease(held);
+        Hold(held, false);
         return Release(button);
     }
     std::string Click(Vec2<int> at, unsigned held = 0) { return Drag(at, at, held); }
     std::string Key(unsigned key, unsigned held = 0)
     {
-        if (held != 0)
-            m_context->PushKeyPress(held);
-        m_context->PushKeyPress(key);
-        m_context->PushKeyRelease(key);
-        if (held != 0)
-            m_context->PushKeyRelease(held);
-        m_context->Update(0.01F);
+        GuiTest::Key(key, held);
         return std::exchange(m_listener.heard, {});
     }
 
-    test::RecordingDraw m_draw;
     Listener m_listener;
-    std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
-    GuiNodeWidget* m_widget = nullptr;
+    GuiNodeWidget* m_widget = Add<GuiNodeWidget>(m_root, "", {100, 50, 600, 500});
     GuiNodeId m_source = 0;
     GuiNodeId m_middle = 0;
     GuiNodeId m_sink = 0;
@@ -489,15 +461,7 @@ TEST_F(GuiNodes, PanAndZoom)
     Key(kGuiKeyRight); // nothing is selected: the view
     EXPECT_EQ(Graph().GetView().percent, 90);
 
-    GuiStream stream;
-    WriteWidgets(*m_widget, stream);
-    const std::string line = stream.GetData();
-    EXPECT_EQ(line.substr(0, 30), "\tGWT_NODEWIDGET \"v -28 -213 90");
-    GuiStream copy(line);
-    EXPECT_TRUE(ReadWidgets(m_context->GetRoot(), copy));
-    stream = {};
-    WriteWidgets(*m_context->GetRoot().GetChild(1), stream);
-    EXPECT_EQ(stream.GetData(), line);
+    EXPECT_EQ(Graph().WriteText().substr(0, 14), "v -28 -213 90;");
     GuiStream damaged("GWT_NODEWIDGET \"n 1 2 0 a - -;n x\" \"id\" 1 2 3 4 NONE NONE 0 0 0\n");
     std::vector<GuiReadFault> faults;
     EXPECT_FALSE(ReadWidgets(m_context->GetRoot(), damaged, &faults));

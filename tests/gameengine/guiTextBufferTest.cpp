@@ -79,6 +79,20 @@ struct Reference
             now.anchor = p;
         lastKind = 0;
     }
+    void GoLines(int lines, bool select)
+    {
+        const std::vector<std::string> all = Split(now.text);
+        const std::size_t start = LineStart(now.cursor);
+        const auto line = std::count(now.text.begin(), now.text.begin() + static_cast<std::ptrdiff_t>(start), '\n');
+        const int column = wanted < 0 ? static_cast<int>(now.cursor - start) : wanted;
+        const auto target = static_cast<std::size_t>(
+            std::clamp<std::ptrdiff_t>(line + lines, 0, static_cast<std::ptrdiff_t>(all.size()) - 1));
+        std::size_t place = 0;
+        for (std::size_t i = 0; i < target; ++i)
+            place += all[i].size() + 1;
+        Go(place + std::min(static_cast<std::size_t>(column), all[target].size()), select);
+        wanted = column;
+    }
     /// `kind`: edits of the same one, but 0, belong together.
     void Replace(char kind, std::size_t begin, std::size_t end, const std::string& text)
     {
@@ -163,18 +177,7 @@ void Step(test::Random& random, GuiTextBuffer& buffer, Reference& reference)
     {
         const int lines = random.Below(7) - 3;
         buffer.MoveLines(lines, select);
-        const std::vector<std::string> all = Split(reference.now.text);
-        const std::size_t start = reference.LineStart(reference.now.cursor);
-        const auto line = std::count(reference.now.text.begin(),
-                                     reference.now.text.begin() + static_cast<std::ptrdiff_t>(start), '\n');
-        const int wanted = reference.wanted < 0 ? static_cast<int>(reference.now.cursor - start) : reference.wanted;
-        const auto target = static_cast<std::size_t>(
-            std::clamp<std::ptrdiff_t>(line + lines, 0, static_cast<std::ptrdiff_t>(all.size()) - 1));
-        std::size_t place = 0;
-        for (std::size_t i = 0; i < target; ++i)
-            place += all[i].size() + 1;
-        reference.Go(place + std::min(static_cast<std::size_t>(wanted), all[target].size()), select);
-        reference.wanted = wanted;
+        reference.GoLines(lines, select);
     }
     else if (what < 10)
     {

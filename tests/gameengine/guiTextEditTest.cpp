@@ -1,15 +1,11 @@
 #include "gameengine/gui/guiWidget/guiTextEdit.h"
 
-#include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiSpinner.h"
-#include "gameengine/gui/guiWidget/guiStream.h"
-#include "support/recordingDraw.h"
+#include "support/guiFixture.h"
 
 #include <limits>
 #include <map>
 #include <sstream>
-
-#include <gtest/gtest.h>
 
 using namespace gui;
 
@@ -26,43 +22,26 @@ public:
     mutable std::size_t measured = 0; ///< Characters.
 };
 
-class GuiTextEdits : public testing::Test, protected GuiCallback
+class GuiTextEdits : public test::GuiTest<MeasuringDraw>
 {
 protected:
-    GuiTextEdits()
+    std::string Tell(const char*, const GuiEvent& event) const override
     {
-        m_context->GetRoot().SetCallback(this);
-        m_context->Render(400, 300);
-    }
-
-    bool OnGuiEvent(const char*, const GuiEvent& event) override
-    {
-        const bool isSpinner = event.type == GET_SPINNER_CHANGED;
         std::ostringstream out;
-        out << (m_heard.empty() ? "" : " ") << event.type << ':';
-        if (isSpinner)
+        out << event.type << ':';
+        if (event.type == GET_SPINNER_CHANGED)
             out << event.GetFloat(0);
         else
             out << event.GetInt(0) << (event.GetInt(1) != 0 ? "!" : "");
-        m_heard += out.str();
-        return true;
+        return out.str();
     }
-    std::string Take() { return std::exchange(m_heard, {}); }
 
     template <class Widget>
     Widget& Add(const GuiRecti& rect)
     {
-        return static_cast<Widget&>(*m_context->GetRoot().AddChild(std::make_unique<Widget>(*m_context, 0, rect)));
+        return *GuiTest::Add<Widget>(m_root, "", rect);
     }
 
-    void Update(float seconds = 0.01F) { m_context->Update(seconds); }
-    void Hold(unsigned key, bool isDown)
-    {
-        if (isDown)
-            m_context->PushKeyPress(key);
-        else
-            m_context->PushKeyRelease(key);
-    }
     /// Words like C-S-Left, with C, S and A for Control, Shift and Alt, and 'text for what is typed ('_' for a blank).
     void Play(const std::string& script)
     {
@@ -117,17 +96,6 @@ protected:
         m_context->PushMouseRelease(button);
         Update();
     }
-    std::vector<test::RecordingDraw::Call> Draw(const std::string& what)
-    {
-        m_draw.calls.clear();
-        m_context->Render(400, 300);
-        std::erase_if(m_draw.calls, [&](const auto& call) { return call.what != what; });
-        return m_draw.calls;
-    }
-
-    MeasuringDraw m_draw;
-    std::string m_heard;
-    std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
 };
 
 /// The text with | for the cursor and [ ] around the selection.
@@ -195,10 +163,10 @@ TEST_F(GuiTextEdits, LineTakesTheKeyboard)
     EXPECT_EQ(line.GetText(), "\x81@");
 }
 
-TEST_F(GuiTextEdits, LineTakesTheMouseAndTellsWhenItIsLeft)
+TEST_F(GuiTextEdits, LineTakesTheMouse)
 {
     auto& line = Add<GuiTextEditLine>({10, 10, 100, 20}); // text from 14 to 106, 8 pixels a character
-    auto& other = Add<GuiTextEditLine>({10, 40, 100, 20});
+    Add<GuiTextEditLine>({10, 40, 100, 20});
     line.SetText("one two three");
     const auto drag = [&](int from, int to, int times)
     {
@@ -231,8 +199,16 @@ TEST_F(GuiTextEdits, LineTakesTheMouseAndTellsWhenItIsLeft)
     Play("Home");
     EXPECT_EQ(Draw("text").at(0).rect.x, 14);
     EXPECT_EQ(m_draw.clips, 0);
+}
 
-    // The cursor blinks in focus only; nothing is drawn anew in between.
+// In focus only; nothing is drawn anew in between.
+TEST_F(GuiTextEdits, CursorBlinksAndLinesTellWhenTheyAreLeft)
+{
+    auto& line = Add<GuiTextEditLine>({10, 10, 100, 20});
+    auto& other = Add<GuiTextEditLine>({10, 40, 100, 20});
+    line.SetText(std::string(50, 'x'));
+    m_context->GrabFocus(&line);
+    Play("Home");
     EXPECT_EQ(Draw("fill").size(), 1U);
     Update(0.5F);
     EXPECT_EQ(Draw("fill").size(), 0U);
@@ -268,7 +244,7 @@ TEST_F(GuiTextEdits, LineTakesTheMouseAndTellsWhenItIsLeft)
     EXPECT_EQ(Draw("text").at(0).text, line.GetText());
 }
 
-TEST_F(GuiTextEdits, BoxMovesScrollsAndDrawsWhatIsSeen)
+TEST_F(GuiTextEdits, BoxMovesAndTakesTabsAsItIsTold)
 {
     auto& box = Add<GuiTextEditBox>({0, 0, 200, 90}); // text from 5, 5; without bars 190 x 80, five lines
     Add<GuiTextEditLine>({250, 0, 50, 20});
@@ -291,9 +267,12 @@ TEST_F(GuiTextEdits, BoxMovesScrollsAndDrawsWhatIsSeen)
     box.SetLocked(true);
     Play("Tab"); // is no trap
     EXPECT_NE(m_context->GetFocusWidget(), &box);
-    box.SetLocked(false);
-    m_context->GrabFocus(&box);
+}
 
+TEST_F(GuiTextEdits, BoxScrollsAndDrawsWhatIsSeen)
+{
+    auto& box = Add<GuiTextEditBox>({0, 0, 200, 90});
+    m_context->GrabFocus(&box);
     std::string text;
     for (int i = 0; i < 40'000; ++i)
         text.append("line ").append(std::to_string(i)).append(i == 7 ? 50U : 0U, '.').append(" of many\n");
@@ -380,8 +359,16 @@ TEST_F(GuiTextEdits, SpinnerTakesNumbersAndSteps)
     Wheel(30, 20, 32);
     Wheel(30, 20, 64);
     EXPECT_EQ(Take(), "17:4.1 17:4");
+}
 
+TEST_F(GuiTextEdits, SpinnerTakesTheMouse)
+{
+    auto& spinner = Add<GuiSpinner>({10, 10, 100, 22});
+    spinner.SetRange(-1.0F, 10.0F);
+    spinner.SetStep(0.1F);
+    spinner.SetValue(4.0F);
     spinner.SetWhole(true);
+    m_context->GrabFocus(&spinner);
     Press(100, 15);
     EXPECT_EQ(Take(), "17:5");
     Update(0.41F);
@@ -402,7 +389,7 @@ TEST_F(GuiTextEdits, SpinnerTakesNumbersAndSteps)
     EXPECT_EQ(m_context->GetInputWidget(), nullptr);
     spinner.SetLocked(false);
 
-    // Setters emit nothing; what is stored comes back.
+    // Setters emit nothing.
     spinner.SetRange(0.5F, 0.75F);
     EXPECT_EQ(spinner.GetValue(), 0.5F); // no whole number in there
     spinner.SetWhole(false);
@@ -414,15 +401,5 @@ TEST_F(GuiTextEdits, SpinnerTakesNumbersAndSteps)
     spinner.SetStep(0.0F);
     EXPECT_EQ(spinner.GetValue(), -GuiSpinner::kMost);
     EXPECT_EQ(spinner.GetStep(), 0.1F);
-    GuiStream stream;
-    spinner.Save(stream);
-    GuiStream copy(stream.GetData());
-    GuiSpinner loaded(*m_context);
-    loaded.Load(copy);
-    EXPECT_EQ(loaded.GetValue(), -GuiSpinner::kMost);
-    EXPECT_EQ(loaded.GetText(), "-999999936");
-    GuiStream again;
-    loaded.Save(again);
-    EXPECT_EQ("\t" + again.GetData(), stream.GetData());
 }
 } // namespace

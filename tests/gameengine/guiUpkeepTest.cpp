@@ -1,19 +1,17 @@
 #include "gameengine/gui/guiWidget/guiButton.h"
-#include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiLabel.h"
 #include "gameengine/gui/guiWidget/guiList.h"
 #include "gameengine/gui/guiWidget/guiSlider.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "gameengine/gui/guiWidget/guiWindow.h"
+#include "support/guiFixture.h"
 #include "support/recordingPictures.h"
 
 #include <functional>
 #include <limits>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 using namespace gui;
 
@@ -64,22 +62,18 @@ public:
     bool isScrolledAway = false;
 };
 
-class GuiUpkeep : public testing::Test
+class GuiUpkeep : public test::GuiTest<test::RecordingPictures>
 {
 protected:
-    GuiUpkeep() { Frame(); }
-
     void Frame(float seconds = 0.01F)
     {
-        m_context->Update(seconds);
+        Update(seconds);
         m_context->Render(400, 300);
     }
     template <class Widget, class... Arguments>
     Widget* Add(GuiLayout& layout, const GuiRecti& rect, Arguments... arguments)
     {
-        auto* const added = layout.AddChild(std::make_unique<Widget>(*m_context, arguments...));
-        added->SetRect(rect);
-        return static_cast<Widget*>(added);
+        return GuiTest::Add<Widget>(layout, "", rect, arguments...);
     }
     void MoveMouse(int x, int y)
     {
@@ -97,10 +91,6 @@ protected:
         Frame();
         m_context->SetModal(modal, false);
     }
-
-    test::RecordingPictures m_draw;
-    std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
-    GuiFreeLayout& m_root = m_context->GetRoot();
 };
 
 TEST_F(GuiUpkeep, WidgetsAskForDrawingWhileTheyAreDrawn)

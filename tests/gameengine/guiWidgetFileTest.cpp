@@ -110,33 +110,6 @@ TEST_F(GuiWidgetFile, OfAGroupTheLastSelectedButtonIs)
     EXPECT_EQ(selected, "-xx-");
 }
 
-TEST_F(GuiWidgetFile, EveryTypeReadsBackWhatItWrites)
-{
-    const char* const common = " \"i \\\\d\" -12 34 560 78 RIGHT|BOTTOM NONE 3 1 1\n";
-    const std::string fields[] = {"GWT_LABEL \"5\\\" a\\nb\" 1 2 -1",
-                                  "GWT_BUTTON \"ok\"",
-                                  "GWT_CHECKBOX \"on\" 1",
-                                  "GWT_RADIOBUTTON \"r\" 3 -4 1",
-                                  "GWT_TEXTEDIT_LINE \"1.5\" 30 7",
-                                  "GWT_TEXTEDIT_BOX \"a\\nb\\n\" 0 9",
-                                  "GWT_SPINNER -5.500000 99.000000 12.250000 0.250000 0",
-                                  "GWT_SPACER_H",
-                                  "GWT_SPACER_V",
-                                  "GWT_FREELAYOUT",
-                                  "GWT_LIST_H",
-                                  "GWT_LIST_V",
-                                  "GWT_GROUPBOX \"g\""};
-    std::string text = "\tGWT_LIST_V \"list\" 0 0 10 10 NONE CENTER 7 7 0\n";
-    for (const std::string& own : fields)
-        text += "\t\t" + own + common;
-    GuiStream stream(text);
-    std::vector<gui::GuiReadFault> faults;
-    EXPECT_TRUE(gui::ReadWidgets(Root(), stream, &faults));
-    EXPECT_EQ(Written(), text);
-    m_context->Update(0.1F);
-    EXPECT_EQ(Root().FindChild("list")->GetDockingPosition(), gui::GuiDock::Center);
-}
-
 TEST_F(GuiWidgetFile, AnUnknownTypeIsPrintedAndTheCursorStays)
 {
     GuiStream stream(std::string("x\n\tGWT_SLIDER 1 2 3"));

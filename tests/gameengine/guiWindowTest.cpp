@@ -1,95 +1,20 @@
 #include "gameengine/gui/guiWidget/guiWindow.h"
 
 #include "gameengine/gui/guiWidget/guiButton.h"
-#include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiLabel.h"
 #include "gameengine/gui/guiWidget/guiList.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
-#include "support/recordingDraw.h"
+#include "support/guiFixture.h"
 
 #include <string>
-#include <utility>
-
-#include <gtest/gtest.h>
 
 using namespace gui;
 
 namespace
 {
-class Callback : public GuiCallback
-{
-public:
-    bool OnGuiEvent(const char* name, const GuiEvent& event) override
-    {
-        heard += std::string(heard.empty() ? "" : " ") + name + std::to_string(event.type) + ":" +
-                 std::to_string(event.GetInt(0));
-        return true;
-    }
-
-    std::string heard;
-};
-
 // Windows have a title bar of 22 pixels and edges of 4.
-class GuiWindows : public testing::Test
-{
-protected:
-    GuiWindows()
-    {
-        m_root.SetCallback(&m_callback);
-        m_context->Render(400, 300);
-    }
-
-    template <class Widget>
-    Widget* Add(GuiLayout& layout, const char* id, const GuiRecti& rect)
-    {
-        auto widget = std::make_unique<Widget>(*m_context);
-        widget->SetId(id);
-        widget->SetRect(rect);
-        return static_cast<Widget*>(layout.AddChild(std::move(widget)));
-    }
-    void Move(Vec2<int> to)
-    {
-        m_context->SetMousePos(to.x, to.y);
-        m_context->Update(0.01F);
-    }
-    void Press(Vec2<int> at)
-    {
-        m_context->SetMousePos(at.x, at.y);
-        m_context->PushMouseClick(kGuiMouseLeft);
-        m_context->Update(0.01F);
-    }
-    // Answers the events, which come one pass later.
-    std::string Release(float rest = 1.0F)
-    {
-        m_context->PushMouseRelease(kGuiMouseLeft);
-        m_context->Update(0.01F);
-        m_context->Update(rest);
-        return std::exchange(m_callback.heard, {});
-    }
-    std::string Click(Vec2<int> at, float rest = 1.0F)
-    {
-        Press(at);
-        return Release(rest);
-    }
-    std::string Key(unsigned key, unsigned held = 0)
-    {
-        if (held != 0)
-            m_context->PushKeyPress(held);
-        m_context->PushKeyPress(key);
-        m_context->PushKeyRelease(key);
-        if (held != 0)
-            m_context->PushKeyRelease(held);
-        m_context->Update(0.01F);
-        m_context->Update(0.01F);
-        return std::exchange(m_callback.heard, {});
-    }
-
-    test::RecordingDraw m_draw;
-    Callback m_callback;
-    std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
-    GuiFreeLayout& m_root = m_context->GetRoot();
-};
+using GuiWindows = test::GuiTest<>;
 
 TEST_F(GuiWindows, MoveAndResizeWithinBounds)
 {
@@ -148,7 +73,12 @@ TEST_F(GuiWindows, MoveAndResizeWithinBounds)
         EXPECT_EQ(window->GetRect(), start);
         window->SetFlags(GuiWindow::kUsualFlags);
     }
+}
 
+TEST_F(GuiWindows, MoveByKeysAndWithTheirParent)
+{
+    auto* window = Add<GuiWindow>(m_root, "w", {100, 100, 100, 80});
+    window->SetMinimumSize({70, 30});
     Click({150, 150}); // on the frame: it has the focus now
     EXPECT_EQ(m_context->GetFocusWidget(), window);
     Key(kGuiKeyLeft);
@@ -218,8 +148,17 @@ TEST_F(GuiWindows, ComeToTheFrontAndClose)
     m_context->Update(0.01F);
     EXPECT_EQ(Click({250, 20}), "first19:0");
     EXPECT_EQ(list->GetChild(0), first);
+}
 
-    // A modal one keeps the others from everything, and has the focus from the start.
+// From everything, and they have the focus from the start.
+TEST_F(GuiWindows, ModalOnesKeepTheOthersOut)
+{
+    auto* low = Add<GuiWindow>(m_root, "low", {10, 10, 100, 100});
+    Add<GuiButton>(*low, "button", {});
+    auto* high = Add<GuiWindow>(m_root, "high", {60, 10, 100, 100});
+    high->SetVisible(false);
+    low->SetFlags(0);
+    Click({30, 50});
     high->SetFlags(GuiWindow::kUsualFlags | kWindowModal);
     auto* const rest = Add<GuiButton>(m_root, "rest", {});
     m_context->GrabFocus(rest);

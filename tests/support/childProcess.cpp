@@ -76,19 +76,13 @@ void ChildProcess::TellReady()
     std::ofstream(std::getenv(kReady)) << "ready";
 }
 
-void ChildProcess::KillSelf()
-{
-    TerminateProcess(GetCurrentProcess(), kKilled);
-    std::abort();
-}
-
 bool ChildProcess::Kill()
 {
     TerminateProcess(m_state->process.hProcess, kKilled);
-    return Wait();
+    return i_Wait();
 }
 
-bool ChildProcess::Wait()
+bool ChildProcess::i_Wait()
 {
     DWORD code = 0;
     WaitForSingleObject(m_state->process.hProcess, INFINITE);
@@ -123,20 +117,14 @@ ChildProcess::~ChildProcess()
 // A copy is where it was copied.
 void ChildProcess::TellReady() {}
 
-void ChildProcess::KillSelf()
-{
-    kill(getpid(), SIGKILL);
-    std::abort();
-}
-
 bool ChildProcess::Kill()
 {
     if (!m_state->isOver)
         kill(m_state->process, SIGKILL);
-    return Wait();
+    return i_Wait();
 }
 
-bool ChildProcess::Wait()
+bool ChildProcess::i_Wait()
 {
     int status = 0;
     if (!m_state->isOver && waitpid(m_state->process, &status, 0) == m_state->process)

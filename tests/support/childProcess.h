@@ -26,16 +26,14 @@ public:
 
     /// Called by the work when it comes to what the test is about.
     static void TellReady();
-    /// Ends the calling process as if it had been killed from outside.
-    [[noreturn]] static void KillSelf();
 
     /// Kills the process and returns when it is gone. False if it had ended by itself.
     bool Kill();
-    /// Waits for its end. True if it was killed.
-    bool Wait();
 
 private:
     struct State;
+
+    bool i_Wait();
 
     std::unique_ptr<State> m_state;
 };

@@ -64,6 +64,14 @@ protected:
         return {a, b, c, a, c, d};
     }
 
+    /// Draws it with the program that is in use.
+    void DrawRectangle(float left, float bottom, float right, float top, float z, std::uint32_t color)
+    {
+        const auto vertices = MakeRectangle(left, bottom, right, top, z, color);
+        const std::size_t first = m_renderer.GetVertexCache()->Append(vertices);
+        m_renderer.GetVertexCache()->Draw(renderer::Primitive::Triangles, first, vertices.size());
+    }
+
     renderer::CRenderer m_renderer;
 };
 } // namespace test

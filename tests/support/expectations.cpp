@@ -1,6 +1,8 @@
 #include "support/expectations.h"
 
 #include "tamradeps/core/assertion.h"
+#include "tamradeps/io/utf8Path.h"
+#include "tamradeps/platform/fileAccess.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -99,6 +101,17 @@ TemporaryFolder::~TemporaryFolder()
 {
     std::error_code ignored;
     std::filesystem::remove_all(m_path, ignored);
+}
+
+std::string TemporaryFolder::MakeLongPath() const
+{
+    std::string path = m_path + "/";
+    while (path.size() < 400)
+    {
+        path += "a folder \xC3\xA4\xE2\x82\xAC with a name of its own/";
+        std::filesystem::create_directory(tamra::platform::GetSystemPath(tamra::ToPath(path)));
+    }
+    return path;
 }
 } // namespace test
 

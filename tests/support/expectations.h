@@ -50,6 +50,9 @@ public:
     ~TemporaryFolder();
 
     std::string Path(const std::string& name) const { return m_path + "/" + name; }
+    /// Makes folders in folders, and gives the path of the last one: longer than the 260 characters that some systems
+    /// take without further ado, and with characters that are not ASCII.
+    std::string MakeLongPath() const;
 
 private:
     std::string m_path;

@@ -12,21 +12,24 @@
 namespace test
 {
 /// Where a ray enters a box, in lengths of its direction and never before the start; infinity when it misses.
-inline float HitBox(const collision::PrimAABB& box, CVector3 origin, CVector3 direction)
+inline double HitBox(const collision::PrimAABB& box, CVector3 origin, CVector3 direction)
 {
-    const float* values = box.GetFloats();
-    const float from[3] = {origin.x, origin.y, origin.z};
-    const float way[3] = {direction.x, direction.y, direction.z};
-    float enter = 0.0F;
-    float leave = std::numeric_limits<float>::infinity();
+    const double from[3] = {origin.x, origin.y, origin.z};
+    const double way[3] = {direction.x, direction.y, direction.z};
+    double enter = 0;
+    double leave = std::numeric_limits<double>::infinity();
     for (int axis = 0; axis < 3; ++axis)
     {
-        const float a = (values[axis] - from[axis]) / way[axis];
-        const float b = (values[axis + 3] - from[axis]) / way[axis];
-        enter = std::max(enter, std::min(a, b));
-        leave = std::min(leave, std::max(a, b));
+        const double low = box.GetFloats()[axis] - from[axis];
+        const double high = box.GetFloats()[axis + 3] - from[axis];
+        if (way[axis] == 0 && low <= 0 && high >= 0)
+            continue;
+        if (way[axis] == 0)
+            return std::numeric_limits<double>::infinity();
+        enter = std::max(enter, std::min(low / way[axis], high / way[axis]));
+        leave = std::min(leave, std::max(low / way[axis], high / way[axis]));
     }
-    return enter <= leave ? enter : std::numeric_limits<float>::infinity();
+    return enter <= leave ? enter : std::numeric_limits<double>::infinity();
 }
 
 /// How many pixels of a picture each box shows in, when all boxes are solid: the ray through each pixel's centre, from
@@ -50,11 +53,11 @@ inline std::vector<int> CountShownPixels(std::span<const collision::PrimAABB> bo
             const float clipY = (static_cast<float>(y) + 0.5F + offsetY) * 2.0F / static_cast<float>(height) - 1.0F;
             const CVector3 start = unproject(clipX, clipY, -1.0F);
             const CVector3 way = unproject(clipX, clipY, 1.0F) - start;
-            float nearest = 1.0F;
+            double nearest = 1;
             std::size_t found = boxes.size();
             for (std::size_t i = 0; i < boxes.size(); ++i)
             {
-                const float distance = HitBox(boxes[i], start, way);
+                const double distance = HitBox(boxes[i], start, way);
                 if (distance < nearest)
                 {
                     nearest = distance;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "gameengine/engine/componentTransform.h"
 #include "gameengine/engine/entity.h"
 #include "gameengine/engine/entityComponent.h"
 #include "gameengine/engine/entityComponentTypeDatabase.h"
@@ -8,8 +9,10 @@
 #include "tamradeps/math/matrix.h"
 #include "tamradeps/udb/udbGroup.h"
 
+#include <bit>
 #include <deque>
 #include <functional>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -89,6 +92,61 @@ private:
     std::vector<std::string> m_lines;
     std::deque<CEventSubscription> m_subscriptions;
 };
+
+/// The parts one after the other.
+template <class... Parts>
+std::string Label(const Parts&... parts)
+{
+    std::ostringstream text;
+    (text << ... << parts);
+    return text.str();
+}
+
+/// Gives every property of the component, but choices, another value.
+inline void ChangeProperties(CEntityComponent& component, Random& random)
+{
+    CEntityComponentProperty property;
+    for (int i = 0; component.GetProperty(i, &property); ++i)
+    {
+        const char* const name = property.name;
+        const float color[] = {random.Between(0, 1), random.Between(0, 1), random.Between(0, 1), random.Between(0, 1)};
+        switch (property.kind)
+        {
+        case CEntityComponentProperty::kInt: property.SetInt(name, random.Below(2)); break;
+        case CEntityComponentProperty::kFloat: property.SetFloat(name, random.Between(0.1F, 90)); break;
+        case CEntityComponentProperty::kVector3:
+            property.SetVector3(name, color[0] * 360 - 180, color[1] * 1000 - 500, color[2] * 3000);
+            break;
+        case CEntityComponentProperty::kColor: property.SetColor(name, color); break;
+        case CEntityComponentProperty::kText: property.SetText(name, Label("Wei\xC3\x9F ", i).c_str()); break;
+        default: continue;
+        }
+        component.SetProperty(i, &property);
+    }
+}
+
+/// Everything that a component tells of itself, each number to the last bit.
+inline std::string Describe(CEntityComponent& component)
+{
+    std::string text = std::as_const(component).GetTypeString();
+    CEntityComponentProperty property;
+    for (int index = 0; component.GetProperty(index, &property); ++index)
+    {
+        float floats[4] = {};
+        const bool hasFloats = property.GetFloats(floats);
+        text += Label("\n  ", property.name, " kind ", property.kind, ": ", property.GetInt(), " '", property.GetText(),
+                      '\'');
+        for (const float value : {floats[0], floats[1], floats[2], floats[3], hasFloats ? 0.0F : property.GetFloat()})
+            text += Label(' ', std::bit_cast<std::uint32_t>(value));
+    }
+    if (auto* transform = dynamic_cast<ComponentTransform*>(&component))
+    {
+        for (int i = 0; i < 16; ++i)
+            text +=
+                Label(i == 0 ? "\n  " : " ", std::bit_cast<std::uint32_t>(transform->GetTransform().GetElements()[i]));
+    }
+    return text + "\n";
+}
 
 /// The entity that an event is about.
 inline CEntity* GetEntity(const EventMessage& message)

@@ -5,13 +5,11 @@
 #include "gameengine/engine/entityArraySaveLoadSerialized.h"
 #include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
 #include "support/expectations.h"
+#include "support/files.h"
 #include "support/sceneFixture.h"
 
 #include <cstdint>
-#include <fstream>
-#include <iterator>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -21,15 +19,6 @@ namespace test
 {
 /// One line for each entity.
 using Content = std::multimap<std::string, CVector3>;
-
-/// The parts one after the other.
-template <class... Parts>
-std::string Label(const Parts&... parts)
-{
-    std::ostringstream text;
-    (text << ... << parts);
-    return text.str();
-}
 
 inline const char* GetName(const CEntity* entity)
 {
@@ -132,11 +121,5 @@ inline void SetBlob(sqlite::database& database, std::int64_t row, const std::vec
     EXPECT_TRUE(update.prepare(database, "UPDATE entities SET componentData=? WHERE id=?") &&
                 update.bind(1, blob.data(), blob.size()) && update.bind(2, row) &&
                 update.step() == sqlite::query::Step::Done);
-}
-
-inline std::string ReadFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 } // namespace test

@@ -139,15 +139,9 @@ TEST_F(FileSystem, WhoReadsAFileKeepsItsOldContentWhenItIsReplaced)
     EXPECT_EQ(Read(path), "new");
 }
 
-// Longer than the 260 characters that some systems take without further ado.
 TEST_F(FileSystem, NamesMayBeLong)
 {
-    std::string folder = m_folder.Path("");
-    while (folder.size() < 400)
-    {
-        folder += "a folder \xC3\xA4\xE2\x82\xAC with a name of its own/";
-        fs::create_directory(tamra::platform::GetSystemPath(tamra::ToPath(folder)));
-    }
+    const std::string folder = m_folder.MakeLongPath();
     const std::string path = folder + "scene.mfs";
     EXPECT_TRUE(Replace(path, "one") && Replace(path, "two"));
     std::vector<std::byte> content;

@@ -1,4 +1,3 @@
-#include "support/childProcess.h"
 #include "support/expectations.h"
 #include "support/system.h"
 #include "tamradeps/io/utf8Path.h"
@@ -175,26 +174,6 @@ TEST_F(SQLite, TransactionsKeepAllOrNothing)
     EXPECT_FALSE(Exists(m_path + "-wal"));
 }
 
-TEST_F(SQLite, ACommitThatFailsIsRolledBack)
-{
-    sqlite::database reader;
-    ASSERT_TRUE(Insert() && reader.open(m_path));
-    sqlite::query reading;
-    ASSERT_TRUE(reading.prepare(reader, "SELECT id FROM t"));
-    ASSERT_EQ(reading.step(), Step::Row);
-    m_database.setBusyTimeout(5);
-    sqlite::transaction transaction(m_database);
-    EXPECT_TRUE(Insert());
-    {
-        const test::ExpectLog expected{"locked"};
-        EXPECT_FALSE(transaction.commit());
-    }
-    EXPECT_FALSE(transaction.isActive());
-    reading.reset();
-    EXPECT_EQ(Count(), 1);
-    EXPECT_TRUE(transaction.begin(m_database) && Insert() && transaction.commit());
-}
-
 TEST_F(SQLite, AFullDiskUndoesTheWholeTransaction)
 {
     ASSERT_TRUE(m_database.execute("PRAGMA max_page_count=16"));
@@ -306,28 +285,6 @@ TEST_F(SQLite, FilesWithAWriteAheadLogBecomeOneFile)
     EXPECT_EQ(Count(), 2);
 }
 
-TEST_F(SQLite, AKilledProcessLeavesTheLastCommit)
-{
-    const auto work = [](const std::string& path)
-    {
-        sqlite::database database;
-        database.open(path);
-        database.execute("PRAGMA cache_size=1; INSERT INTO t(v) VALUES(1)");
-        sqlite::transaction transaction(database);
-        // More than the cache holds, so that the file itself has been written to.
-        for (int i = 0; i < 200; ++i)
-            database.execute("INSERT INTO t(v) VALUES(zeroblob(10000))");
-        test::ChildProcess::KillSelf();
-    };
-    test::ChildProcess::RunIfChild(work);
-    m_database.close();
-    ASSERT_TRUE(test::ChildProcess(work, m_path).Wait());
-    EXPECT_GT(fs::file_size(tamra::ToPath(m_path)), 1000000U);
-    ASSERT_TRUE(Exists(m_path + "-journal"));
-    ASSERT_TRUE(m_database.open(m_path));
-    EXPECT_EQ(Count(), 1);
-}
-
 TEST_F(SQLite, TableNamesAreFoundAsSQLiteComparesThem)
 {
     ASSERT_TRUE(m_database.execute("CREATE VIEW seen AS SELECT 1; CREATE TABLE \"o'x\"(a)"));
@@ -347,12 +304,7 @@ TEST_F(SQLite, TableNamesAreFoundAsSQLiteComparesThem)
 
 TEST_F(SQLite, NamesMayBeLong)
 {
-    std::string folder = m_folder.Path("");
-    while (folder.size() < 400)
-    {
-        folder += "a folder \xC3\xA4\xE2\x82\xAC with a name of its own/";
-        fs::create_directory(tamra::platform::GetSystemPath(tamra::ToPath(folder)));
-    }
+    const std::string folder = m_folder.MakeLongPath();
     const std::string path = folder + "scene.sdb";
     ASSERT_TRUE(m_database.open(path) && m_database.execute("CREATE TABLE t(v)"));
     {

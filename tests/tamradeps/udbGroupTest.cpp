@@ -1,5 +1,5 @@
 #include "support/expectations.h"
-#include "tests/tamradeps/udbTrees.h"
+#include "support/udbTrees.h"
 
 #include <gtest/gtest.h>
 

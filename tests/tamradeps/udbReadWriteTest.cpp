@@ -1,6 +1,6 @@
+#include "support/udbTrees.h"
 #include "tamradeps/udb/udbReadWriteAscii.h"
 #include "tamradeps/udb/udbReadWriteBinary.h"
-#include "tests/tamradeps/udbTrees.h"
 
 #include <cstring>
 #include <functional>

@@ -19,10 +19,8 @@ class Device : public test::DeviceTest
 protected:
     void Draw(CProgram& program, float left, float bottom, float right, float top, float z, std::uint32_t color)
     {
-        const auto vertices = MakeRectangle(left, bottom, right, top, z, color);
-        const std::size_t first = m_renderer.GetVertexCache()->Append(vertices);
         program.Use();
-        m_renderer.GetVertexCache()->Draw(Primitive::Triangles, first, vertices.size());
+        DrawRectangle(left, bottom, right, top, z, color);
     }
 };
 } // namespace
@@ -147,9 +145,7 @@ TEST_F(Device, GuardsRestoreTheDeviceNotOnlyTheMemory)
         EXPECT_EQ(state.GetValues().framebuffer, other->GetHandle());
     }
     EXPECT_EQ(state.GetValues(), before);
-    const auto vertices = MakeRectangle(-1, -1, 1, 1, 0, kGreen);
-    const std::size_t first = m_renderer.GetVertexCache()->Append(vertices);
-    m_renderer.GetVertexCache()->Draw(Primitive::Triangles, first, vertices.size());
+    DrawRectangle(-1, -1, 1, 1, 0, kGreen);
     const Image image = target->ReadPixels();
     EXPECT_EQ(GetPixel(image, 1, 3), (Pixel{0, 255, 0, 255}));
     EXPECT_EQ(GetPixel(image, 1, 0), (Pixel{0, 0, 0, 255}));

@@ -37,9 +37,7 @@ protected:
         target->Bind();
         m_renderer.Clear({0, 0, 1});
         EXPECT_TRUE(material.Bind(pass));
-        const auto vertices = MakeRectangle(-1, -1, 1, 1, 0, 0);
-        const std::size_t first = m_renderer.GetVertexCache()->Append(vertices);
-        m_renderer.GetVertexCache()->Draw(Primitive::Triangles, first, vertices.size());
+        DrawRectangle(-1, -1, 1, 1, 0, 0);
         return GetPixel(target->ReadPixels(), 0, 0);
     }
 

@@ -79,7 +79,9 @@ protected:
 
 TEST_F(EditorEdits, EachKindOfRowGoesFromTheWidgetToTheFileAndBack)
 {
-    Run("goto house 3");
+    ASSERT_TRUE(m_user->Fill("filter", "house 3") && m_user->Press(gui::kGuiKeyEnter));
+    Draw();
+    EXPECT_EQ(GetText("count"), "1 of 5");
     ASSERT_TRUE(m_user->Click("componentType") && m_user->Type("ComponentL\n") && m_user->Click("addComponent"));
     Draw();
     const auto fill = [this](const char* text)
@@ -124,8 +126,11 @@ TEST_F(EditorEdits, EachKindOfRowGoesFromTheWidgetToTheFileAndBack)
         EXPECT_EQ(GetValues(*Town().GetSelected())[row.property], row.value) << row.property;
         expected[row.property] = row.value;
     }
-    EXPECT_NE(Run("save").find("Saved: 1"), std::string::npos);
     const CVector3 place(150, -12.25F, 15);
+    EXPECT_EQ(ReadValues(place), Values()) << "not yet in the file";
+    ASSERT_TRUE(m_user->Click("menu/save"));
+    Draw();
+    EXPECT_EQ(GetText("status"), "Saved: 1 entities");
     EXPECT_EQ(ReadValues(place), expected);
 
     // Each was one edit; taking back all of them leaves nothing of it, in the file neither.
@@ -259,8 +264,10 @@ TEST_F(EditorEdits, TakesBackWhatCameAndWentInItsOldPlace)
     EXPECT_EQ(Town().GetModel().GetEntities().size(), 5U);
     EXPECT_FALSE(Town().CanUndo()) << "of a town that is gone";
     EXPECT_TRUE(Town().FindPlace("house 0"));
+}
 
-    // A new edit ends what could be done again; old ones are forgotten.
+TEST_F(EditorEdits, ForgetsOldEditsAndAfterANewOneWhatWasTakenBack)
+{
     for (std::size_t i = 0; i < CEditorHistory::kMaxEdits + 20; ++i)
         Run("ent.set 2 Scale " + std::to_string(i + 1));
     std::size_t count = 0;

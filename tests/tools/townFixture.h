@@ -5,10 +5,9 @@
 #include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "gameengine/engine/scene.h"
+#include "support/files.h"
 #include "tools/sceneTools/townEntity.h"
 
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
@@ -19,17 +18,6 @@ namespace test
 inline std::string GetExtract(const std::string& name)
 {
     return TAMRA_SOURCE_FOLDER "/assets/worlds/" + name + ".osm.pbf";
-}
-
-inline std::string ReadFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void WriteFile(const std::string& path, const std::string& content)
-{
-    std::ofstream(path, std::ios::binary) << content;
 }
 
 /// A building without name of the given size that stands with its middle at the place.

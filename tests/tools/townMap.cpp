@@ -1,6 +1,5 @@
 #include "tools/sceneTools/townMap.h"
 
-#include "support/expectations.h"
 #include "tests/tools/townFixture.h"
 
 #include <gtest/gtest.h>
@@ -46,20 +45,6 @@ TEST(TownMap, BoxesAreTurnedAndCoverOneAnotherByKind)
     EXPECT_EQ(GetPixelAt(map, 0.0F, 45.0F), GetPixelAt(map, 0.0F, -45.0F));
     EXPECT_EQ(map.GetPixel(-1, 0), Pixel());
     EXPECT_EQ(map.GetPixel(0, map.GetHeight()), Pixel());
-}
-
-TEST(TownMap, PictureIsWrittenAsPng)
-{
-    const test::TemporaryFolder folder;
-    CTownMap map(0.0F, 0.0F, 1000.0F, 500.0F, 400);
-    EXPECT_EQ(map.DrawScaleBar(), 200.0F);
-    ASSERT_TRUE(map.WritePng(folder.Path("town.png")));
-    const std::string file = test::ReadFile(folder.Path("town.png"));
-    EXPECT_EQ(file.substr(0, 8), "\x89PNG\r\n\x1A\n");
-    EXPECT_EQ(file.substr(16, 8), std::string("\0\0\x01\x90\0\0\0\xC8", 8));
-
-    const test::ExpectLog log{"nowhere"};
-    EXPECT_FALSE(map.WritePng(folder.Path("nowhere/town.png")));
 }
 
 TEST(TownMap, StrangeNumbersDrawNothing)

@@ -1,5 +1,6 @@
 // Makes a .fnt file, which the engine draws text from, of a TrueType face.
 
+#include "gameengine/gui/draw2D/latin1.h"
 #include "tamradeps/io/fileSystem.h"
 #include "tools/fontbake/bake.h"
 

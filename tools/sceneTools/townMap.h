@@ -33,7 +33,6 @@ public:
 
     int GetWidth() const noexcept { return m_raster.GetWidth(); }
     int GetHeight() const noexcept { return m_raster.GetHeight(); }
-    float GetPixelsPerMetre() const noexcept { return m_scale; }
 
     /// Draws the box of the entity's transform in the way of its kind. Entities that belong to no town are violet world
     /// boxes; those without a transform are left out.

@@ -32,7 +32,6 @@ public:
     explicit CJournal(std::string folder) : m_folder(std::move(folder)) {}
 
     std::string GetPath(const char* name) const { return m_folder + "/" + name; }
-    const std::string& GetFolder() const noexcept { return m_folder; }
     CWatch& GetWatch() noexcept { return m_watch; }
 
     /// Notes what is wrong unless something was before. Answers `isRight`.

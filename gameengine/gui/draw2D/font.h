@@ -120,10 +120,4 @@ private:
     std::unique_ptr<std::array<Cell, 256>> m_cells;
     GuiRectf m_reach;
 };
-
-/// The text with its UTF-8 sequences as Latin-1 characters: those that Latin-1 does not have become `Font::kBox`, bytes
-/// that are not UTF-8 stay as they are.
-TAMRAGAMEENGINE_API std::string ToLatin1(std::string_view utf8);
-/// The same into a text whose memory is used again; `utf8` must not lie in it.
-TAMRAGAMEENGINE_API void ToLatin1(std::string_view utf8, std::string& text);
 } // namespace gui

@@ -246,12 +246,6 @@ void CGuiConsole::i_RecallLine()
     m_history.Leave();
 }
 
-std::string CGuiConsole::GetRecallLine() const
-{
-    std::string line = i_Complete().line;
-    return line.empty() ? m_history.GetNewest() : line;
-}
-
 CGuiConsole::Completion CGuiConsole::i_Complete() const
 {
     Completion completion;

@@ -85,9 +85,6 @@ public:
 
     /// What is being typed.
     const std::string& GetInput() const noexcept { return m_input; }
-    /// What Tab would put into the input: the input with the name under way completed, as far as that is certain, or,
-    /// where nothing is typed or nothing begins like that, the line that was entered last. Empty for nothing.
-    std::string GetRecallLine() const;
     bool IsCursorShown() const noexcept { return m_isCursorShown; }
 
     /// Once a frame: lets the cursor blink in the renderer's time, and takes in messages of other threads.

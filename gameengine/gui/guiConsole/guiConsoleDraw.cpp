@@ -1,4 +1,5 @@
 #include "gameengine/gui/draw2D/font.h"
+#include "gameengine/gui/draw2D/latin1.h"
 #include "gameengine/gui/guiConsole/guiConsole.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #include "gameengine/gui/guiWidget/guiAutomation.h"
 
 #include "gameengine/gui/draw2D/font.h"
+#include "gameengine/gui/draw2D/latin1.h"
 #include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"

@@ -89,7 +89,6 @@ protected:
     void mySave(GuiStream& stream) const override;
     void myLoad(GuiStream& stream) override;
 
-    const GuiTextBuffer& myGetBuffer() const noexcept { return m_buffer; }
     /// Changed by hand since this was cleared.
     bool myIsChanged() const noexcept { return m_isChanged; }
     void myClearChanged() noexcept { m_isChanged = false; }

@@ -15,6 +15,7 @@
 #include "gameengine/engine/sceneStreamer.h"
 #include "gameengine/gui/draw2D/draw.h"
 #include "gameengine/gui/draw2D/font.h"
+#include "gameengine/gui/draw2D/latin1.h"
 #include "gameengine/gui/guiConsole/guiConsole.h"
 #include "gameengine/gui/guiWidget/guiAutomation.h"
 #include "gameengine/gui/guiWidget/guiContext.h"
@@ -329,7 +330,10 @@ TEST_F(Examples, Foundation)
     }
     // [sqlite end]
     EXPECT_EQ(rows.lastInsertRowID(), 1);
+}
 
+TEST_F(Examples, LogAndMathematics)
+{
     // [log]
     struct Keeper final : tamra::log::Sink
     {
