@@ -221,6 +221,11 @@ void CWindow::Close()
     glfwSetWindowShouldClose(m_state->window, GLFW_TRUE);
 }
 
+void CWindow::KeepOpen()
+{
+    glfwSetWindowShouldClose(m_state->window, GLFW_FALSE);
+}
+
 bool CWindow::IsKeyHeld(int key) const
 {
     return key >= GLFW_KEY_SPACE && key <= GLFW_KEY_LAST && glfwGetKey(m_state->window, key) == GLFW_PRESS;

@@ -56,6 +56,8 @@ public:
     bool PollEvents();
     /// Makes `PollEvents` answer false.
     void Close();
+    /// Makes it answer true again, whoever wanted the window to be closed: for a program that has a question first.
+    void KeepOpen();
 
     /// Whether a key is held, whoever consumed it; codes as in `renderer::Key`.
     bool IsKeyHeld(int key) const;

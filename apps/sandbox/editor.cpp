@@ -64,8 +64,10 @@ bool CEditor::i_LoadWindows()
     m_properties = std::make_unique<CEditorProperties>(m_town, *m_context, *m_picker);
     m_view = std::make_unique<CEditorView>(m_town, *m_context, *m_picker);
     m_statistics = std::make_unique<CEditorStatistics>(m_town, *m_context);
+    m_closing = std::make_unique<CEditorClosing>(*m_context, [this](CEditorClosing::Answer answer)
+                                                 { i_OnClosingAnswered(answer); });
     return i_LoadMenu() && m_picker->IsLoaded() && m_entities->IsLoaded() && m_properties->IsLoaded() &&
-           m_view->IsLoaded() && m_statistics->IsLoaded();
+           m_view->IsLoaded() && m_statistics->IsLoaded() && m_closing->IsLoaded();
 }
 
 void CEditor::i_ConnectControls()
@@ -163,7 +165,10 @@ void CEditor::Update(float seconds)
 bool CEditor::ShowFrame(float seconds)
 {
     if (!m_window->PollEvents())
-        return false;
+    {
+        m_window->KeepOpen();
+        Close();
+    }
     // A window may be shut to nothing, and dragged to any size.
     const int width = m_window->GetWidth();
     const int height = m_window->GetHeight();
@@ -173,7 +178,27 @@ bool CEditor::ShowFrame(float seconds)
         GetTarget().CopyToWindow(width, height);
     }
     m_window->SwapBuffers();
-    return true;
+    return !m_isClosed;
+}
+
+void CEditor::Close()
+{
+    i_LetGo();
+    m_engine.GetConsole().SetInputActive(false);
+    i_TakeTyped();
+    m_town.EndEdit();
+    if (m_town.IsModified())
+        m_closing->Open();
+    else
+        m_isClosed = true;
+}
+
+void CEditor::i_OnClosingAnswered(CEditorClosing::Answer answer)
+{
+    if (answer == CEditorClosing::Answer::Save)
+        i_Save();
+    const bool isSaved = answer == CEditorClosing::Answer::Save && !m_town.IsModified();
+    m_isClosed = isSaved || answer == CEditorClosing::Answer::Discard;
 }
 
 void CEditor::i_UpdateWindows(float seconds)
@@ -217,11 +242,17 @@ void CEditor::i_UpdateConsole()
         console.SetVisible(false);
 }
 
-void CEditor::i_OpenConsole()
+// Of every key and button: how they come up, others will hear.
+void CEditor::i_LetGo()
 {
     m_held.clear();
     m_controls->Release();
     m_adapter->Release();
+}
+
+void CEditor::i_OpenConsole()
+{
+    i_LetGo();
     m_engine.GetConsole().SetVisible(true);
     m_engine.GetConsole().SetInputActive(true);
 }
@@ -231,6 +262,16 @@ void CEditor::i_Save()
     m_message =
         m_town.Save() ? "Saved: " + std::to_string(m_town.GetSavedCount()) + " entities" : "Not saved, see the console";
     m_messageRevision = m_town.GetValueRevision();
+}
+
+// A number that is being typed becomes a value when its field loses the focus.
+void CEditor::i_TakeTyped()
+{
+    m_context->Update(0.0F);
+    gui::GuiWidget* const focus = m_context->GetFocusWidget();
+    m_context->GrabFocus(nullptr);
+    m_context->Update(0.0F);
+    m_context->GrabFocus(focus);
 }
 
 // By a key or a button that is held, the choice of colours, or a text that is being typed.
@@ -265,6 +306,8 @@ bool CEditor::OnKeyDown(int key)
     const bool isNew = m_held.insert(key).second;
     const bool isFunctionKey = key >= renderer::kKeyF1 && key < renderer::kKeyF1 + 6;
     const bool repeats = key == 'Z' || key == 'Y';
+    if (m_closing->IsOpen())
+        return false;
     return isNew || repeats ? i_OnKey(key) : isFunctionKey;
 }
 
@@ -296,7 +339,10 @@ bool CEditor::i_OnShortcut(int key)
         return false;
     const bool isUndo = key == 'Z' && (modifiers & kGuiShift) == 0;
     if (key == 'S')
+    {
+        i_TakeTyped();
         i_Save();
+    }
     else if ((key == 'Z' || key == 'Y') && i_LeavesUndo(isUndo))
         i_Undo(isUndo);
     else

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/sandbox/editorClosing.h"
 #include "apps/sandbox/editorCommands.h"
 #include "apps/sandbox/editorControls.h"
 #include "apps/sandbox/editorDrag.h"
@@ -31,8 +32,12 @@ public:
 
     /// One frame: takes what was done, and draws town and windows into the target.
     void Update(float seconds);
-    /// One frame in the window: takes its input, and shows the picture in its size. False when it is to be closed.
+    /// One frame in the window: takes its input, and shows the picture in its size. False when it is to be closed,
+    /// which is where changes that are not saved are asked about first.
     bool ShowFrame(float seconds);
+    /// Ends the editor, at once when all is saved, otherwise when the user wants that.
+    void Close();
+    bool IsClosed() const noexcept { return m_isClosed; }
 
     CEditorTown& GetTown() noexcept { return m_town; }
     gui::GuiContext& GetContext() noexcept { return *m_context; }
@@ -51,12 +56,15 @@ private:
     bool i_LoadMenu();
     void i_ConnectControls();
     bool i_OnPress(int x, int y);
+    void i_LetGo();
     void i_OpenConsole();
     void i_UpdateConsole();
     void i_UpdateWindows(float seconds);
     void i_UpdateStatus();
     void i_OnViewKey(int key);
     void i_Save();
+    void i_TakeTyped();
+    void i_OnClosingAnswered(CEditorClosing::Answer answer);
     void i_Undo(bool isUndo);
     bool i_LeavesUndo(bool isUndo) const;
     bool i_IsEditing() const;
@@ -74,6 +82,7 @@ private:
     std::unique_ptr<CEditorProperties> m_properties;
     std::unique_ptr<CEditorView> m_view;
     std::unique_ptr<CEditorStatistics> m_statistics;
+    std::unique_ptr<CEditorClosing> m_closing;
     std::unique_ptr<CEditorCommands> m_commands;
     std::unique_ptr<CEditorControls> m_controls;
     std::set<int> m_held; // keys, so that those that the window repeats count once
@@ -85,5 +94,6 @@ private:
     int m_shownStatusWidth = 0;
     std::string m_message; // what the status shows until something is changed
     unsigned m_messageRevision = 0;
+    bool m_isClosed = false;
     tamra::platform::CStopwatch m_frameTime; // since the last frame, whatever time that stood for
 };

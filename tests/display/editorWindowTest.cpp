@@ -164,6 +164,11 @@ TEST_F(EditorWindow, FliesTakesCommandsAndCloses)
     m_user.Press(XUser::kEscape);
     ASSERT_TRUE(Becomes([&] { return !m_engine->GetConsole().GetVisible(); }));
     EXPECT_TRUE(Town().IsModified());
+    const auto asks = [&] { return m_editor->GetContext().GetRoot().FindChild("closing")->IsVisible(); };
+    m_user.CloseWindow();
+    EXPECT_TRUE(Becomes(asks));
+    m_user.Press(XUser::kEscape);
+    EXPECT_TRUE(Becomes([&] { return !asks(); }));
     m_user.Press('s', XUser::kControl);
     EXPECT_TRUE(Becomes([&] { return !Town().IsModified(); }));
     m_user.CloseWindow();
