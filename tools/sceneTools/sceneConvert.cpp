@@ -4,9 +4,11 @@
 #include "gameengine/engine/scene.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/utf8Path.h"
+#include "tools/sceneTools/sceneCopy.h"
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <system_error>
 #include <vector>
 
@@ -69,6 +71,24 @@ bool SaveDatabase(const std::string& path, CInterfaceCollection* scene)
     return store.SaveEntities(entities);
 }
 
+// Beside the file, whose place it takes when it is whole.
+bool WriteDatabase(const std::string& path, const std::function<bool(const std::string& path)>& write)
+{
+    const std::string scratch = path + ".partial.sdb";
+    Remove(scratch);
+    std::error_code error;
+    if (!write(scratch))
+    {
+        Remove(scratch);
+        return false;
+    }
+    fs::rename(tamra::ToPath(scratch), tamra::ToPath(path), error);
+    if (!error)
+        return true;
+    Remove(scratch);
+    return Fail(path, "cannot be replaced: " + error.message());
+}
+
 bool IsSameFile(const std::string& a, const std::string& b)
 {
     std::error_code error;
@@ -83,21 +103,7 @@ bool WriteSceneFile(const std::string& path, CInterfaceCollection* scene, bool f
     const std::string absolute = GetAbsolute(path);
     if (CSceneFile::GetFormat(path) == CSceneFile::Format::Serialized)
         return CEntityArray_SaveLoad::Save(absolute.c_str(), scene);
-
-    // A database is written beside and takes the file's place when it is whole.
-    const std::string scratch = absolute + ".partial.sdb";
-    Remove(scratch);
-    std::error_code error;
-    if (!SaveDatabase(scratch, scene))
-    {
-        Remove(scratch);
-        return false;
-    }
-    fs::rename(tamra::ToPath(scratch), tamra::ToPath(absolute), error);
-    if (!error)
-        return true;
-    Remove(scratch);
-    return Fail(path, "cannot be replaced: " + error.message());
+    return WriteDatabase(absolute, [scene](const std::string& scratch) { return SaveDatabase(scratch, scene); });
 }
 
 bool LoadSceneFile(const std::string& path, CInterfaceCollection* scene)
@@ -112,14 +118,16 @@ bool ConvertScene(const std::string& from, const std::string& to, bool force, co
         return false;
     if (IsSameFile(from, to))
         return Fail(to, "is the file to be converted");
-    std::size_t problems = 0;
-    if (!CheckScene(
-            file, [&problems](const std::string&) { ++problems; }, progress))
+    SceneCheck check;
+    if (!CheckScene(file, check, progress))
         return false;
-    if (problems > 0)
-        return Fail(from, "has " + std::to_string(problems) + " problems and is not converted; 'check' names them");
-    CScene scene;
-    return LoadSceneFile(from, scene.GetInterfaces()) && WriteSceneFile(to, scene.GetInterfaces(), force);
+    if (!check.problems.empty())
+        return Fail(from, "has " + std::to_string(check.problems.size()) +
+                              " problems and is not converted; 'check' names them");
+    const std::string absolute = GetAbsolute(to);
+    if (CSceneFile::GetFormat(to) == CSceneFile::Format::Serialized)
+        return CopyEntities(file, absolute);
+    return WriteDatabase(absolute, [&file](const std::string& scratch) { return CopyEntities(file, scratch); });
 }
 
 bool ImportOsmToFile(const std::string& pbfPath, const std::string& to, bool force, const OsmImportOptions& options,

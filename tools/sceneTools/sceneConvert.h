@@ -15,8 +15,8 @@ bool WriteSceneFile(const std::string& path, CInterfaceCollection* scene, bool f
 /// Loads a scene file of either format into a scene.
 bool LoadSceneFile(const std::string& path, CInterfaceCollection* scene);
 
-/// Writes the scene in `from`, in the format of the extension of `to`. Refused when something would be lost, see
-/// `CheckScene`.
+/// Writes the entities of `from` with all of their data, also that of components of unknown types, in the format of the
+/// extension of `to`. Refused when there are problems, see `CheckScene`.
 bool ConvertScene(const std::string& from, const std::string& to, bool force, const SceneProgress& progress = {});
 
 /// Makes a scene file of an OpenStreetMap extract.

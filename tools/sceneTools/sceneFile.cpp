@@ -14,11 +14,6 @@
 
 namespace
 {
-constexpr char kMagic[8] = {'T', 'A', 'M', 'R', 'A', 'M', 'F', 'S'};
-constexpr std::uint64_t kVersion = 1;
-constexpr std::size_t kHeaderSize = 24;
-constexpr std::size_t kMaxFileSize = std::size_t{1} << 32;
-
 constexpr const char* kColumns = "SELECT count(*) FROM pragma_table_info('entities') WHERE name IN "
                                  "('id', 'sceneID', 'pos_x', 'pos_y', 'pos_z', 'componentData')";
 constexpr int kColumnCount = 6;

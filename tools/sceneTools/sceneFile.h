@@ -31,6 +31,12 @@ public:
         Serialized ///< ".mfs", see `CEntityArray_SaveLoad_Serialized`.
     };
 
+    /// How a serialized file begins.
+    static constexpr char kMagic[8] = {'T', 'A', 'M', 'R', 'A', 'M', 'F', 'S'};
+    static constexpr std::uint64_t kVersion = 1;
+    static constexpr std::size_t kHeaderSize = 24;
+    static constexpr std::uint64_t kMaxFileSize = std::uint64_t{1} << 32;
+
     struct Box
     {
         std::array<double, 3> min = {-kOpen, -kOpen, -kOpen};

@@ -38,8 +38,9 @@ std::string FormatPosition(const std::array<double, 3>& position)
     return text;
 }
 
-void CheckDatabase(const std::string& path, const std::function<void(const std::string&)>& report)
+void CheckDatabase(const std::string& path, SceneCheck& result)
 {
+    const auto report = [&result](const std::string& line) { result.problems.push_back(line); };
     sqlite::database database;
     sqlite::query check;
     if (!database.open(path, sqlite::OpenMode::ReadOnly) || !check.prepare(database, "PRAGMA integrity_check(20)"))
@@ -52,20 +53,20 @@ void CheckDatabase(const std::string& path, const std::function<void(const std::
     }
 }
 
-void CheckEntity(const CSceneFile::Entry& entry, const std::function<void(const std::string&)>& report)
+void CheckEntity(const CSceneFile::Entry& entry, SceneCheck& result)
 {
-    const std::string who = "entity " + std::to_string(entry.id);
+    const auto report = [&](const std::string& what)
+    { result.problems.push_back("entity " + std::to_string(entry.id) + ": " + what); };
     if (!entry.data)
-        return report(who + ": its data cannot be read");
+        return report("its data cannot be read");
     for (const std::string& type : GetEntitySummary(*entry.data).components)
     {
         if (CEntityComponentTypeDatabase::Instance().FindByName(type.c_str()) < 0)
-            report(who + ": unknown component type \"" + type + "\"");
+            ++result.unknownTypes[type];
     }
     const std::array<double, 3> position = CSceneFile::GetPosition(*entry.data);
     if (position != entry.position)
-        report(who + ": stored at " + FormatPosition(entry.position) + ", but its transform is at " +
-               FormatPosition(position));
+        report("stored at " + FormatPosition(entry.position) + ", but its transform is at " + FormatPosition(position));
 }
 
 using Hashes = std::vector<std::pair<std::uint64_t, std::int64_t>>;
@@ -109,12 +110,12 @@ bool SummarizeScene(CSceneFile& file, SceneSummary& summary, const SceneProgress
                     });
 }
 
-bool CheckScene(CSceneFile& file, const std::function<void(const std::string&)>& report, const SceneProgress& progress)
+bool CheckScene(CSceneFile& file, SceneCheck& check, const SceneProgress& progress)
 {
+    check = {};
     if (file.GetFormat() == CSceneFile::Format::Database)
-        CheckDatabase(file.GetPath(), report);
-    return VisitAll(file, progress, 0.0, 1.0,
-                    [&report](const CSceneFile::Entry& entry) { CheckEntity(entry, report); });
+        CheckDatabase(file.GetPath(), check);
+    return VisitAll(file, progress, 0.0, 1.0, [&check](const CSceneFile::Entry& entry) { CheckEntity(entry, check); });
 }
 
 std::uint64_t GetContentHash(const UDBGroup& data)

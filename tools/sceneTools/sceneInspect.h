@@ -24,11 +24,17 @@ struct SceneSummary
 };
 bool SummarizeScene(CSceneFile& file, SceneSummary& summary, const SceneProgress& progress = {});
 
-/// Looks for what would not load as it was saved: data that cannot be read, components of types that are not
-/// registered, rows whose position is not that of their transform, and, in a database, what SQLite itself finds. Hands
-/// a line for each problem to `report`; false when reading failed altogether.
-bool CheckScene(CSceneFile& file, const std::function<void(const std::string&)>& report,
-                const SceneProgress& progress = {});
+/// What would not load as it was saved.
+struct SceneCheck
+{
+    /// A line for each: data that cannot be read, rows whose position is not that of their transform, and, in a
+    /// database, what SQLite itself finds.
+    std::vector<std::string> problems;
+    /// Types that are not registered here, which a game may know, with the number of their components.
+    std::map<std::string, std::uint64_t> unknownTypes;
+};
+/// False when reading failed altogether.
+bool CheckScene(CSceneFile& file, SceneCheck& check, const SceneProgress& progress = {});
 
 /// What two scenes do not have in common. Entities are the same when their components are, in whatever order; entities
 /// that are there several times are paired off. Ids are those of the file.

@@ -145,18 +145,19 @@ int Check(const Arguments& arguments)
     CSceneFile file;
     if (!file.Open(arguments.file))
         return kFailed;
-    std::vector<std::string> problems;
+    SceneCheck check;
     {
         CProgressBar bar("Checking");
-        if (!CheckScene(
-                file, [&problems](const std::string& line) { problems.push_back(line); },
-                [&bar](double done) { bar.Show(done); }))
+        if (!CheckScene(file, check, [&bar](double done) { bar.Show(done); }))
             return kFailed;
     }
-    for (const std::string& problem : problems)
+    for (const std::string& problem : check.problems)
         std::printf("%s\n", problem.c_str());
-    std::printf("%" PRIu64 " entities, %zu problems\n", file.GetEntityCount(), problems.size());
-    return problems.empty() ? 0 : kFound;
+    for (const auto& [type, count] : check.unknownTypes)
+        std::printf("note: %" PRIu64 " of type \"%s\", which scenetool does not know: loads where it is registered\n",
+                    count, type.c_str());
+    std::printf("%" PRIu64 " entities, %zu problems\n", file.GetEntityCount(), check.problems.size());
+    return check.problems.empty() ? 0 : kFound;
 }
 
 void PrintExamples(CSceneFile& file, const std::vector<std::int64_t>& ids)
@@ -258,7 +259,7 @@ public:
         CLI::App* show = i_Add("show", "The data of one entity as text", Show);
         show->add_option("ID", m_arguments.id, "As list prints it")->required();
         i_Add("check", "Finds data that would not load as it was saved", Check);
-        i_Add("diff", "Compares two scenes by the contents of their entities", Diff, "OTHER");
+        i_Add("diff", "Compares two scenes by the contents of their entities", Diff, "OTHER", "The other file to read");
         i_AddForce(i_Add("convert", "Writes the scene in the format of the new name", Convert, "OUT"));
         CLI::App* import = i_Add("import-osm", "Makes a town of an OpenStreetMap extract (.osm.pbf)", Import, "OUT");
         i_AddForce(import);
@@ -286,12 +287,13 @@ private:
 
     static std::string i_GetFirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
-    CLI::App* i_Add(const char* name, const char* help, Command command, const char* secondFile = nullptr)
+    CLI::App* i_Add(const char* name, const char* help, Command command, const char* secondFile = nullptr,
+                    const char* secondHelp = "The file to write")
     {
         CLI::App* app = m_app.add_subcommand(name, help);
         app->add_option("FILE", m_arguments.file, "The file to read")->required();
         if (secondFile)
-            app->add_option(secondFile, m_arguments.other, "The other file, or the one to write")->required();
+            app->add_option(secondFile, m_arguments.other, secondHelp)->required();
         app->callback([this, command] { m_command = command; });
         return app;
     }

@@ -242,9 +242,10 @@ void CFileLife::i_CheckFile(const std::string& path, const Contents& expected)
     i_Require(i_GetContents(path) == expected, path + " holds something else than the model");
     CSceneFile file;
     i_Require(file.Open(path) && file.GetEntityCount() == expected.size(), path + " has another number of entities");
-    std::string problem;
-    i_Require(CheckScene(file, [&problem](const std::string& line) { problem = line; }) && problem.empty(),
-              path + ": " + problem);
+    SceneCheck check;
+    i_Require(CheckScene(file, check), path + " cannot be checked");
+    i_Require(check.problems.empty(), path + ": " + (check.problems.empty() ? "" : check.problems.front()));
+    i_Require(check.unknownTypes.empty(), path + " has components of unknown types");
     ++m_journal.tally.comparisons;
 }
 
