@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Checks that the pages of docs/ say what the tree says.
 
-usage: check-docs.py [--update]   links lead somewhere, assertion lines are explained, and code is the code of the files
-                                  that it names; --update puts it there
+usage: check-docs.py [--update]   links lead somewhere, assertion lines and presets are explained, and code is the code of
+                                  the files that it names; --update puts it there
        check-docs.py --xml FOLDER every public class, enumeration, macro and free function has words of its own, in
                                   Doxygen's XML
        check-docs.py --self-test
@@ -15,6 +15,7 @@ Code in a page stands between fences, and above it where it comes from: all of a
 """
 
 import argparse
+import json
 import pathlib
 import re
 import sys
@@ -89,7 +90,17 @@ class Checker:
             for page in sorted(self.root.glob(pattern)):
                 self.check_page(page)
         self.check_assertions()
+        self.check_presets()
         return self.problems
+
+    def check_presets(self):
+        page, presets = self.root / "docs/debugging.md", self.root / "CMakePresets.json"
+        if not page.is_file() or not presets.is_file():
+            return
+        rows = "\n".join(re.findall(r"^\| (`[^|]*) \|", page.read_text(encoding="utf-8"), re.M))
+        for preset in json.loads(presets.read_text(encoding="utf-8"))["configurePresets"]:
+            if not preset.get("hidden") and f"`{preset['name']}`" not in rows:
+                self.problems.append(f"docs/debugging.md: the preset {preset['name']} is not explained")
 
     def check_assertions(self):
         page = self.root / "docs/debugging.md"
@@ -205,6 +216,10 @@ def self_test():
         (root / "docs" / "a.md").write_text(good.replace("int b", "int c"))
         assert not Checker(root, update=True).run()
         assert (root / "docs" / "a.md").read_text() == good
+        (root / "CMakePresets.json").write_text('{"configurePresets": [{"name": "x"}, {"name": "y", "hidden": true}]}')
+        for text, count in {"| `x` |\n": 0, "`x`\n": 1}.items():
+            (root / "docs" / "debugging.md").write_text(text)
+            assert len(Checker(root).run()) == count, text
     print("each kind of problem is found")
     return 0
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs the tests with counters and prints which share of lines and branches of each folder they reach, and the files that
-# they reach least. What is not reached, and why, stands in docs/coverage.md.
+# they reach least.
 #
 # usage: coverage.sh [--html]   "--html" also writes build/coverage/html/index.html
 set -euo pipefail
