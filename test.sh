@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds everything and runs the whole test suite. Arguments go to ctest ("./test.sh -R udb").
+# Installs what is missing, builds everything and runs the whole test suite. Arguments go to ctest ("./test.sh -R UDB").
 # PRESET chooses another build ("PRESET=asan ./test.sh"), JOBS how many tests run at once.
 set -euo pipefail
 

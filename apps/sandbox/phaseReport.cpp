@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <numeric>
+#include <utility>
 
 void CPhaseReport::AddRows(const CEntityArray_SaveLoad_SqliteDB::Counters& before,
                            const CEntityArray_SaveLoad_SqliteDB::Counters& now)
@@ -33,7 +34,7 @@ double CPhaseReport::GetTotalSeconds() const
     return std::accumulate(m_frames.begin(), m_frames.end(), 0.0);
 }
 
-void CPhaseReport::PrintHeader()
+void CPhaseReport::i_PrintHeader()
 {
     std::printf("%-10s %10s %10s %13s %8s %14s %15s %14s\n", "phase", "entities", "rows read", "rows written", "frames",
                 "worst [ms]", "median [ms]", "peak [MiB]");
@@ -41,6 +42,9 @@ void CPhaseReport::PrintHeader()
 
 void CPhaseReport::Print(std::uint64_t entities) const
 {
+    static bool isFirst = true;
+    if (std::exchange(isFirst, false))
+        i_PrintHeader();
     std::printf("%-10s %10llu %10llu %13llu %8zu %14.3f %15.3f %14.1f\n", m_name.c_str(),
                 static_cast<unsigned long long>(entities), static_cast<unsigned long long>(m_rowsRead),
                 static_cast<unsigned long long>(m_rowsWritten), m_frames.size(), GetWorstMilliseconds(),

@@ -25,10 +25,12 @@ public:
     double GetMedianMilliseconds() const;
     double GetTotalSeconds() const;
 
-    static void PrintHeader();
+    /// The first line of the process stands below a header.
     void Print(std::uint64_t entities) const;
 
 private:
+    static void i_PrintHeader();
+
     std::string m_name;
     tamra::platform::CStopwatch m_stopwatch;
     std::vector<double> m_frames; // seconds

@@ -76,7 +76,6 @@ bool PrepareSandbox(const SandboxOptions& options, SandboxFiles& files)
 {
     if (!FindFiles(options, files))
         return false;
-    CPhaseReport::PrintHeader();
     return ImportOnce(files);
 }
 
