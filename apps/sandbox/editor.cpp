@@ -340,7 +340,9 @@ bool CEditor::i_OnShortcut(int key)
     const bool isUndo = key == 'Z' && (modifiers & kGuiShift) == 0;
     if (key == 'S')
     {
-        i_TakeTyped();
+        // Not from a line of text: it is a value already, and all of it would be chosen.
+        if (dynamic_cast<const GuiSpinner*>(m_context->GetFocusWidget()))
+            i_TakeTyped();
         i_Save();
     }
     else if ((key == 'Z' || key == 'Y') && i_LeavesUndo(isUndo))

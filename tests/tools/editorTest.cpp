@@ -100,57 +100,6 @@ TEST_F(Editor, GivesAllInputToTheConsoleUntilEscape)
     EXPECT_EQ(GetText("filter"), "x");
 }
 
-TEST_F(Editor, AsksAboutChangesThatAreNotSavedBeforeItCloses)
-{
-    renderer::CInput& input = m_renderer.GetInput();
-    const auto close = [&]
-    {
-        m_editor->Close();
-        Draw();
-        return m_user->FindById("closing")->IsVisible();
-    };
-    const auto readX = [&] { return ReadTown().at("building House 3").place.Translation().x; };
-    m_editor->GetTown().Select(m_editor->GetTown().Get(3));
-    Draw();
-    ASSERT_TRUE(m_user->Fill("ComponentTransformDirect.Translation.x", "172.5"));
-    ASSERT_TRUE(close()) << "a number that is still being typed is a change";
-    EXPECT_FALSE(m_editor->IsClosed());
-
-    // It is modal, also for the keys that work everywhere.
-    for (const int key : {0 + renderer::kKeyF1, renderer::kKeyF1 + 2})
-    {
-        input.KeyDown(key);
-        input.KeyUp(key);
-    }
-    input.KeyDown(renderer::kKeyLeftControl);
-    input.KeyDown('S');
-    input.KeyUp('S');
-    input.KeyUp(renderer::kKeyLeftControl);
-    Draw();
-    EXPECT_FALSE(m_engine->GetConsole().GetVisible());
-    EXPECT_TRUE(m_user->FindById("propertiesWindow")->IsVisible());
-    EXPECT_TRUE(m_editor->GetTown().IsModified());
-    ASSERT_TRUE(m_user->Press(gui::kGuiKeyEscape));
-    EXPECT_FALSE(m_user->FindById("closing")->IsVisible() || m_editor->IsClosed());
-
-    ASSERT_TRUE(close() && m_user->Click("closingDiscard"));
-    EXPECT_TRUE(m_editor->IsClosed());
-    EXPECT_EQ(readX(), 150.0F);
-    ASSERT_TRUE(close() && m_user->Press(gui::kGuiKeyEnter)) << "\"Save\" has the keyboard";
-    EXPECT_TRUE(m_editor->IsClosed());
-    EXPECT_EQ(readX(), 172.5F);
-    EXPECT_FALSE(close()) << "there is nothing to ask about";
-
-    // It stays where that cannot be saved.
-    Run("delete 3");
-    std::filesystem::remove(m_path);
-    const test::ExpectLog expected{"readonly"};
-    ASSERT_TRUE(close() && m_user->Click("closingSave"));
-    Draw();
-    EXPECT_FALSE(m_editor->IsClosed());
-    EXPECT_EQ(GetText("status"), "Not saved, see the console");
-}
-
 TEST_F(Editor, HasCommandsThatSayWhatIsWrong)
 {
     const auto has = [&](const std::string& command, const std::string& answer)
