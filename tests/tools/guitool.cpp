@@ -127,7 +127,7 @@ TEST_F(Guitool, ShippedFilesAreFreeOfFaultsAndCanonical)
         if (entry.path().extension() == ".gui")
             files.append(1, ' ').append(entry.path().string());
     }
-    EXPECT_EQ(std::count(files.begin(), files.end(), ' '), 9);
+    EXPECT_EQ(std::count(files.begin(), files.end(), ' '), 10);
     EXPECT_EQ(Run("lint" + files), 0) << m_output;
     EXPECT_EQ(Run("format --check" + files), 0) << m_output;
     EXPECT_EQ(m_output + m_errors, "");
