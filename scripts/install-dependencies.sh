@@ -28,7 +28,7 @@ for argument in "$@"; do
         ;;
     --windows)
         packages+=(g++-mingw-w64-x86-64-posix wine wine64 xvfb xauth dpkg-dev tcl make gcc zip unzip)
-        tools+=(x86_64-w64-mingw32-g++-posix wine dpkg-source)
+        tools+=(x86_64-w64-mingw32-g++-posix wine Xvfb dpkg-source tclsh make)
         ;;
     *)
         echo "usage: $0 [--checks] [--fuzz] [--windows]" >&2

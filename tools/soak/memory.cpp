@@ -39,7 +39,7 @@ void OnFree(const volatile void* memory)
 }
 [[maybe_unused]] const int g_installed = __sanitizer_install_malloc_and_free_hooks(OnAllocate, OnFree);
 } // namespace
-#elif !defined(__SANITIZE_THREAD__)
+#elif !defined(__SANITIZE_THREAD__) && !defined(SOAK_COUNTS_NO_ALLOCATIONS)
 // The array forms call these.
 void* operator new(std::size_t size)
 {

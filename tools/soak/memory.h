@@ -7,7 +7,8 @@
 
 namespace soak
 {
-/// Pieces of heap memory in use: under the address sanitizer all, otherwise those of `operator new`.
+/// Pieces of heap memory in use: under the address sanitizer all, otherwise those of `operator new`. None where each
+/// library has an `operator new` of its own.
 std::int64_t CountLiveAllocations() noexcept;
 
 /// What the process occupied after each season, when everything that grew in it was let go again.
