@@ -78,10 +78,10 @@ build_dependencies() {
     local stamp recipe=$root/cmake/windows/CMakeLists.txt
     stamp=$({ cat "$recipe" "$root/cmake/windows/toolchain.cmake"; declare -f unpack_sources build_dependencies; } | sha256sum)
     [[ $(cat "$dependencies/stamp" 2>/dev/null) != "$stamp" ]] || return 0
-    echo "Building what the project stands on"
     mkdir -p "$dependencies"
     local sources=(glew glfw3 lua5.4 sqlite3 xz-utils zlib)
     (download_sources "${sources[@]}") || give_up "the sources of ${sources[*]} cannot be fetched"
+    echo "Building what the project stands on"
     unpack_sources "${sources[@]}"
     local amalgamation=$dependencies/amalgamation
     rm -rf "$amalgamation" "$dependencies/prefix"
@@ -218,6 +218,7 @@ build)
     exit 0
     ;;
 ci)
+    timeout 300 wine cmd /c exit >/dev/null 2>&1 </dev/null || give_up "Wine does not start here"
     scripts/check-windows-names.py
     build --target TamraHeaders "${ci_programs[@]}"
     ;;
