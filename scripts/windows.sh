@@ -116,7 +116,7 @@ build() {
 # Wine's own folder of settings and disks, quiet, without its offers to fetch what it lacks or to debug, and without its
 # game pads: they leave a thread behind in code that GLFW gives back when the last window closes.
 export WINEPREFIX=$dependencies/wine WINEDEBUG=-all
-export WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe,winedbg.exe,xinput1_4,xinput1_3,xinput9_1_0='
+export WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe,winedbg.exe,xinput1_4,xinput1_3,xinput1_2,xinput1_1,xinput9_1_0='
 
 # Prints what fails and adds a line to the summary. Contexts are made on a display of no screen.
 run_test() {
