@@ -1,5 +1,6 @@
 // When the editor saves, and what it asks before it closes.
 
+#include "support/system.h"
 #include "tests/tools/editorFixture.h"
 
 #include <filesystem>
@@ -76,7 +77,9 @@ TEST_F(EditorSaving, IsAskedAboutBeforeTheEditorCloses)
     EXPECT_EQ(ReadX("building House 3"), 172.5F);
     EXPECT_FALSE(Close()) << "there is nothing to ask about";
 
-    // It stays where that cannot be saved.
+    // It stays where that cannot be saved. Elsewhere a file cannot be removed while its database is open.
+    if (!test::kIsUnix)
+        return;
     Run("delete 3");
     std::filesystem::remove(m_path);
     const test::ExpectLog expected{"readonly"};

@@ -1,5 +1,6 @@
 // The editor, used as a person would: by mouse, keyboard and console, from a scene file to the changed one.
 
+#include "support/system.h"
 #include "tests/tools/editorFixture.h"
 
 #include <filesystem>
@@ -133,6 +134,9 @@ TEST_F(Editor, HasCommandsThatSayWhatIsWrong)
     has("load", "Loaded: 5 entities.");
     has("ent.list hall", "building Hall");
     has("stat", "visible");
+    // Elsewhere a file cannot be removed while its database is open.
+    if (!test::kIsUnix)
+        return;
     std::filesystem::remove(m_path);
     const test::ExpectLog expected{"holds no town"};
     has("load", "Not loaded.");
