@@ -113,6 +113,8 @@ build() {
     cmake --build --preset "$preset" -j "$jobs" "$@"
 }
 
+# Wine knows no names of files that the locale cannot spell.
+export LC_ALL=C.UTF-8
 # Wine's own folder of settings and disks, quiet, without its offers to fetch what it lacks or to debug, and without its
 # game pads: they leave a thread behind in code that GLFW gives back when the last window closes.
 export WINEPREFIX=$dependencies/wine WINEDEBUG=-all
