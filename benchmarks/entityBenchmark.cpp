@@ -80,8 +80,42 @@ RefPtr<CEntity> MakeEntity(CInterfaceCollection* interfaces)
     return entity;
 }
 
+struct World
+{
+    CScene scene;
+    std::vector<RefPtr<CEntity>> entities;
+    std::vector<std::uint32_t> order; // entity indices in random order
+
+    World()
+    {
+        for (std::size_t i = 0; i < bench::Count(kEntities); ++i)
+        {
+            entities.push_back(MakeEntity(scene.GetInterfaces()));
+            scene.GetArray().Add(entities.back().Get());
+        }
+        for (const std::uint32_t i : bench::Shuffled(entities.size(), 1))
+            order.push_back(static_cast<std::uint32_t>(entities[i]->GetIndex()));
+    }
+};
+
+std::unique_ptr<World> theWorld;
+
+World& GetWorld()
+{
+    if (!theWorld)
+        theWorld = std::make_unique<World>();
+    return *theWorld;
+}
+
+// Benchmarks run in any order, and array repositories hold 100,000 entities of all worlds together.
+void DropWorld()
+{
+    theWorld.reset();
+}
+
 void EntitiesWithFourComponents(benchmark::State& state)
 {
+    DropWorld();
     const std::size_t count = bench::Count(kEntities);
     CScene scene;
     std::vector<RefPtr<CEntity>> entities(count);
@@ -103,6 +137,7 @@ BENCHMARK(EntitiesWithFourComponents)->Unit(benchmark::kMillisecond);
 
 void EntitiesInSceneWithFourDatabases(benchmark::State& state)
 {
+    DropWorld();
     const std::size_t count = bench::Count(kEntities);
     CScene scene;
     CEntityArray& array = scene.GetArray();
@@ -128,30 +163,6 @@ void EntitiesInSceneWithFourDatabases(benchmark::State& state)
 BENCHMARK(EntitiesInSceneWithFourDatabases)->Unit(benchmark::kMillisecond);
 
 // ---- Look-up
-
-struct World
-{
-    CScene scene;
-    std::vector<RefPtr<CEntity>> entities;
-    std::vector<std::uint32_t> order; // entity indices in random order
-
-    World()
-    {
-        for (std::size_t i = 0; i < bench::Count(kEntities); ++i)
-        {
-            entities.push_back(MakeEntity(scene.GetInterfaces()));
-            scene.GetArray().Add(entities.back().Get());
-        }
-        for (const std::uint32_t i : bench::Shuffled(entities.size(), 1))
-            order.push_back(static_cast<std::uint32_t>(entities[i]->GetIndex()));
-    }
-};
-
-World& GetWorld()
-{
-    static auto& world = *new World;
-    return world;
-}
 
 // Sums what a look-up gives for every index, in random order.
 template <class Find>
@@ -242,32 +253,45 @@ BENCHMARK(WalkDatabase);
 
 // ---- Filing entities into a scene
 
-// The entities in order of creation (0) or random order (1), added and then removed in the same order.
-std::vector<RefPtr<CEntity>> MakeBareEntities(CInterfaceCollection* interfaces, bool shuffled)
+// The entities in order of creation (0) or random order (1), added and then removed in the same order. They come and go
+// in order of creation, so that those of the next benchmark lie as these do.
+struct BareEntities
 {
-    const std::size_t count = bench::Count(100000);
     std::vector<RefPtr<CEntity>> made;
-    for (std::size_t i = 0; i < count; ++i)
-        made.emplace_back(new CEntity(interfaces));
-    if (!shuffled)
-        return made;
-    std::vector<RefPtr<CEntity>> mixed;
-    for (const std::uint32_t i : bench::Shuffled(count, 2))
-        mixed.push_back(made[i]);
-    return mixed;
-}
+    std::vector<CEntity*> order;
+
+    BareEntities(CInterfaceCollection* interfaces, bool shuffled)
+    {
+        const std::size_t count = bench::Count(100000);
+        for (std::size_t i = 0; i < count; ++i)
+            made.emplace_back(new CEntity(interfaces));
+        for (const auto& entity : made)
+            order.push_back(entity.Get());
+        if (!shuffled)
+            return;
+        const std::vector<std::uint32_t> places = bench::Shuffled(count, 2);
+        for (std::size_t i = 0; i < count; ++i)
+            order[i] = made[places[i]].Get();
+    }
+    ~BareEntities()
+    {
+        while (!made.empty())
+            made.pop_back();
+    }
+};
 
 void PeerSortedVector(benchmark::State& state)
 {
     const CScene scene;
-    const auto entities = MakeBareEntities(scene.GetInterfaces(), state.range(0) != 0);
+    const BareEntities bare(scene.GetInterfaces(), state.range(0) != 0);
+    const std::vector<CEntity*>& entities = bare.order;
     for (auto _ : state)
     {
         std::vector<CEntity*> sorted;
-        for (const auto& entity : entities)
-            sorted.insert(std::lower_bound(sorted.begin(), sorted.end(), entity.Get()), entity.Get());
-        for (const auto& entity : entities)
-            sorted.erase(std::lower_bound(sorted.begin(), sorted.end(), entity.Get()));
+        for (CEntity* entity : entities)
+            sorted.insert(std::lower_bound(sorted.begin(), sorted.end(), entity), entity);
+        for (CEntity* entity : entities)
+            sorted.erase(std::lower_bound(sorted.begin(), sorted.end(), entity));
     }
     bench::Report(state, entities.size(), entities.size());
 }
@@ -276,16 +300,17 @@ BENCHMARK(PeerSortedVector)->Arg(0)->Arg(1)->ArgName("random")->Unit(benchmark::
 void ArrayAddAndRemove(benchmark::State& state)
 {
     const CScene scene;
-    const auto entities = MakeBareEntities(scene.GetInterfaces(), state.range(0) != 0);
+    const BareEntities bare(scene.GetInterfaces(), state.range(0) != 0);
+    const std::vector<CEntity*>& entities = bare.order;
     const RefPtr<CEntityArray> array(new CEntityArray);
     int count = 0;
     for (auto _ : state)
     {
-        for (const auto& entity : entities)
-            array->Add(entity.Get());
+        for (CEntity* entity : entities)
+            array->Add(entity);
         count = array->GetCount();
-        for (const auto& entity : entities)
-            array->Remove(entity.Get());
+        for (CEntity* entity : entities)
+            array->Remove(entity);
     }
     bench::Report(state, entities.size(), static_cast<std::uint64_t>(count));
 }
@@ -294,13 +319,14 @@ BENCHMARK(ArrayAddAndRemove)->Arg(0)->Arg(1)->ArgName("random")->Unit(benchmark:
 void ArrayAddOnly(benchmark::State& state)
 {
     const CScene scene;
-    const auto entities = MakeBareEntities(scene.GetInterfaces(), state.range(0) != 0);
+    const BareEntities bare(scene.GetInterfaces(), state.range(0) != 0);
+    const std::vector<CEntity*>& entities = bare.order;
     int count = 0;
     for (auto _ : state)
     {
         const RefPtr<CEntityArray> array(new CEntityArray);
-        for (const auto& entity : entities)
-            array->Add(entity.Get());
+        for (CEntity* entity : entities)
+            array->Add(entity);
         count = array->GetCount();
         state.PauseTiming();
         array->Clear();

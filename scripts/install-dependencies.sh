@@ -13,7 +13,7 @@ packages=(
     liblua5.4-dev libstb-dev
     libglew-dev libgl-dev libegl-dev libglfw3-dev libgl1-mesa-dri
     libosmium2-dev libprotozero-dev zlib1g-dev libcli11-dev
-    libgtest-dev libgmock-dev libxtst-dev libbenchmark-dev libboost-dev libbullet-dev libimgui-dev
+    fonts-dejavu-core libgtest-dev libgmock-dev libxtst-dev libbenchmark-dev libboost-dev libbullet-dev libimgui-dev
 )
 tools=(g++ cmake ninja)
 for argument in "$@"; do
