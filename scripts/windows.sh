@@ -258,9 +258,9 @@ else
         name=$(basename "$source" .cpp)
         run_program "$name" "Z:$root/fuzz/corpus/$name"
     done
-    pictures=$root/build/$preset/tests/tutorial
+    pictures=$root/build/$preset/examples/pictures
     run_program tutorial_empty "Z:$pictures/empty.png"
-    run_program tutorial "Z:$root/tests/tutorial/assets" "Z:$root/assets" "Z:$pictures"
+    run_program tutorial "Z:$root/examples/tutorial/assets" "Z:$root/assets" "Z:$pictures"
     run_program soak --rounds 3000 --seed 1
 fi
 printf '\nWindows x64, under Wine\n'

@@ -292,6 +292,9 @@ TEST_F(GuiConsole, VariablesKeepTheirTypeAndRange)
         {"set title 123456", "[ERROR] title takes another value: text, at most 5 bytes."},
         {"set nothing 1", "[ERROR] There is no variable \"nothing\"."},
         {"find FAST", "speed = 2 (float, 0.5 to 100000)  Fast."},
+        {"find zebra", "Nothing has \"zebra\" in its name or description."},
+        {"help speed", "speed = 2 (float, 0.5 to 100000)  Fast."},
+        {"help zebra", "[ERROR] There is no command or variable \"zebra\"."},
     };
     for (const Case& test : kCases)
         EXPECT_EQ(Execute(test.script), Lines{test.expected}) << test.script;
@@ -361,6 +364,12 @@ TEST_F(GuiConsole, ScriptsAndAliasesEnd)
     EXPECT_EQ(count, 19999);
     EXPECT_EQ(Execute("alias exec echo"), Lines{"[ERROR] \"exec\" is a command and cannot be an alias."});
     EXPECT_EQ(Execute("alias hi"), Lines{"hi = echo hello; echo"});
+    EXPECT_EQ(Execute("help hi"), Lines{"hi is an alias: echo hello; echo"});
+    const Lines all = Execute("alias");
+    EXPECT_TRUE(std::find(all.begin(), all.end(), "hi = echo hello; echo") != all.end());
+    const Lines help = Execute("help");
+    ASSERT_EQ(help.size(), 2U);
+    EXPECT_TRUE(help[0].starts_with("a  alias  ") && help[0].find("  unalias") != std::string::npos) << help[0];
     EXPECT_EQ(Execute("alias gone unalias gone; echo still"), Lines());
     EXPECT_EQ(Execute("gone"), Lines{"still"});
     EXPECT_EQ(Execute("gone"), Lines{"Unknown command."});
