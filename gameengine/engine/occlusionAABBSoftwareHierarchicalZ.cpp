@@ -31,6 +31,7 @@ std::size_t GetBucket(float closeness)
     return kBuckets - 1 - (std::bit_cast<std::uint32_t>(closeness) >> kDroppedBits);
 }
 
+/// What sorting needs of a polygon.
 struct Made
 {
     std::uint16_t bucket;
@@ -91,7 +92,7 @@ struct COcclusionAABBSoftwareHierarchicalZ::State
     std::size_t occluderCount = 0;
     std::vector<OcclusionPolygon> polygons;
     std::vector<std::uint8_t> polygonCounts;
-    std::vector<Made> made; ///< Beside the polygons, what sorting needs of them.
+    std::vector<Made> made; ///< Of each polygon.
     std::vector<DrawEntry> order;
     std::vector<std::uint32_t> foundCounts; ///< For each chunk of boxes.
     Stage makeStage;

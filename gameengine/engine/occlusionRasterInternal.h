@@ -112,7 +112,8 @@ struct OcclusionKernels
 {
     const char* name;
 
-    /// The outlines of some of the boxes, six floats each, that hide things; each has `kMostPolygons` places.
+    /// The outlines of those of the boxes, six floats each, that `indices` names. The polygon of index i, if its
+    /// outcome is one, is written to polygons[i * kMostPolygons].
     void (*makeBoxes)(const OcclusionView& view, const float* boxes, std::span<const std::uint32_t> indices,
                       OcclusionPolygon* polygons, BoxOutcome* outcomes);
     /// False when no pixel is inside.

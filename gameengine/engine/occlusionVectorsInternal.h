@@ -218,8 +218,8 @@ TAMRA_INLINE void LoadBoxes(const float* const (&boxes)[8], Eight<Arch> (&low)[3
     }
 }
 
-/// For each set of lanes their numbers, a byte each: packed to the front, and to the back in the second half. The rest
-/// repeats one of them.
+/// For each set of lanes (bit i for lane i) places for `Permute`, a byte each, which bring the set to the first places
+/// or to the last ones. The other places repeat the first lane of the set.
 struct PackTable
 {
     constexpr PackTable()
