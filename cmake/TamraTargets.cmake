@@ -8,7 +8,9 @@ if(PROJECT_IS_TOP_LEVEL)
     set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
     find_program(TAMRA_CCACHE ccache)
     if(TAMRA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-        set(CMAKE_CXX_COMPILER_LAUNCHER ${TAMRA_CCACHE})
+        # Without these it leaves alone what uses precompiled headers.
+        set(CMAKE_CXX_COMPILER_LAUNCHER
+            ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${TAMRA_CCACHE})
     endif()
 endif()
 
@@ -28,6 +30,13 @@ if(TAMRA_SANITIZE)
         -fsanitize=${TAMRA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(TamraCompileOptions INTERFACE -fsanitize=${TAMRA_SANITIZE})
 endif()
+
+# For code that is built to be run a few times: what it spends itself matters less than what the compiler does with it.
+set(TAMRA_QUICK_TO_COMPILE -O1)
+if(TAMRA_SANITIZE)
+    set(TAMRA_QUICK_TO_COMPILE -O0)
+endif()
+set(TAMRA_QUICK_TO_COMPILE $<$<AND:$<CXX_COMPILER_ID:GNU,Clang>,$<NOT:$<CONFIG:Debug>>>:${TAMRA_QUICK_TO_COMPILE}>)
 
 # tamra_add_library(<Name> <folder>): the shared library of everything below the folder, with hidden
 # visibility and the generated header "<folder>/export.h" that defines <NAME>_API.

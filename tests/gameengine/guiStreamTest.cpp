@@ -143,7 +143,7 @@ TEST(GuiStream, DamagedListsLeaveTheTargetAlone)
 
 TEST(GuiStream, CountsTabsAndKeepsParentsUpToTheLimits)
 {
-    GuiStream stream(std::string(40, '\t') + "x");
+    GuiStream stream(std::string(40, '\t').append("x"));
     EXPECT_EQ(stream.ReadNumberOfTabs(), 32);
     EXPECT_EQ(stream.ReadNumberOfTabs(), 8);
     EXPECT_EQ(stream.ReadNumberOfTabs(), 0);

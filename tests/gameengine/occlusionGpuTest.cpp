@@ -139,7 +139,7 @@ TEST_F(OcclusionGpu, TakesAndShowsDepth)
     AddAll(culler);
     culler.SetDepthTexture(&m_target->GetDepth());
     Pass(culler);
-    Compare(Pass(culler));
+    Compare(Pass(culler), CountShown());
     const CRenderState::Values before = m_renderer.GetState().GetValues();
     culler.DrawDebugHiZ(100);
     EXPECT_EQ(m_renderer.GetState().GetValues(), before);

@@ -39,7 +39,7 @@ protected:
             else
                 std::erase_if(always, [&](int id) { return !visible.contains(id); });
         }
-        return Compare(always);
+        return Compare(always, CountShown());
     }
 };
 

@@ -10,15 +10,13 @@
 
 #include <gtest/gtest.h>
 
-namespace log = tamra::log;
-
 namespace
 {
-class Recorder : public log::Sink
+class Recorder : public tamra::log::Sink
 {
 public:
-    explicit Recorder(std::function<void()> action = {}) : m_action(std::move(action)) { log::AddSink(*this); }
-    void Write(log::Level, std::string_view line) override
+    explicit Recorder(std::function<void()> action = {}) : m_action(std::move(action)) { tamra::log::AddSink(*this); }
+    void Write(tamra::log::Level, std::string_view line) override
     {
         lines.emplace_back(line);
         if (m_action)
@@ -37,25 +35,25 @@ TEST(Log, SinksReceiveWholeLinesUntilTheyLeave)
 {
     const test::ExpectLog expected{"[WARNING] b"};
     Recorder sink;
-    log::AddSink(sink);
-    log::Info("a {} %s");
-    log::Warning("b");
-    log::RemoveSink(sink);
-    log::Info("c");
+    tamra::log::AddSink(sink);
+    tamra::log::Info("a {} %s");
+    tamra::log::Warning("b");
+    tamra::log::RemoveSink(sink);
+    tamra::log::Info("c");
     EXPECT_EQ(sink.lines, (Lines{"a {} %s", "[WARNING] b"}));
 
-    log::SetStandardErrorEnabled(true);
+    tamra::log::SetStandardErrorEnabled(true);
     testing::internal::CaptureStderr();
-    log::Info("{0} %n");
+    tamra::log::Info("{0} %n");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "{0} %n\n");
-    log::SetStandardErrorEnabled(false);
+    tamra::log::SetStandardErrorEnabled(false);
 }
 
 TEST(Log, ASinkMayLog)
 {
-    Recorder first([] { log::Info("inner"); });
+    Recorder first([] { tamra::log::Info("inner"); });
     Recorder second;
-    log::Info("outer");
+    tamra::log::Info("outer");
     EXPECT_EQ(first.lines, Lines{"outer"});
     EXPECT_EQ(second.lines, (Lines{"inner", "outer"}));
 }
@@ -71,11 +69,11 @@ TEST(Log, SinksMayComeAndGoDuringALine)
                 added = std::make_unique<Recorder>();
             last.reset();
         });
-    Recorder once([&] { log::RemoveSink(once); });
+    Recorder once([&] { tamra::log::RemoveSink(once); });
     last = std::make_unique<Recorder>([] { FAIL() << "left before its turn"; });
-    log::Info("one");
+    tamra::log::Info("one");
     EXPECT_EQ(added->lines, Lines());
-    log::Info("two");
+    tamra::log::Info("two");
     EXPECT_EQ(added->lines, Lines{"two"});
     EXPECT_EQ(once.lines, Lines{"one"});
 }
@@ -87,9 +85,9 @@ TEST(Log, ThreadsTakeTurns)
     {
         for (int i = 0; i < kLines; ++i)
         {
-            log::Info(std::string(20, name));
+            tamra::log::Info(std::string(20, name));
             Recorder passing; // sinks come and go meanwhile
-            log::RemoveSink(passing);
+            tamra::log::RemoveSink(passing);
         }
     };
     Recorder sink;
@@ -103,10 +101,10 @@ TEST(Log, ThreadsTakeTurns)
 
 TEST(Log, QuotedNamesCannotForgeOrFloodLines)
 {
-    EXPECT_EQ(log::Quoted("a\nb\x1B[1m\x7F\t"), "a?b?[1m??");
-    EXPECT_EQ(log::Quoted(std::string(500, 'x')).size(), 123U);
-    EXPECT_EQ(log::Quoted("\xC3\xA4\xC3\xA4", 3), "\xC3\xA4...") << "cut between characters";
-    EXPECT_EQ(log::Quoted("\xC3\xA4\xC3\xA4", 4), "\xC3\xA4\xC3\xA4");
+    EXPECT_EQ(tamra::log::Quoted("a\nb\x1B[1m\x7F\t"), "a?b?[1m??");
+    EXPECT_EQ(tamra::log::Quoted(std::string(500, 'x')).size(), 123U);
+    EXPECT_EQ(tamra::log::Quoted("\xC3\xA4\xC3\xA4", 3), "\xC3\xA4...") << "cut between characters";
+    EXPECT_EQ(tamra::log::Quoted("\xC3\xA4\xC3\xA4", 4), "\xC3\xA4\xC3\xA4");
 }
 
 TEST(Assertion, PrintsOneLineToStandardOutputUnlessASinkIsSet)

@@ -66,7 +66,7 @@ TEST_F(Guitool, LintSaysWhereTheFaultsAre)
     EXPECT_EQ(Run("lint good.gui"), 0);
     EXPECT_EQ(m_output + m_errors, "");
     test::WriteFile(Path("bad.gui"),
-                    std::string(kPanel) + "\tGWT_NOTHING \"x\"\n\tGWT_SPACER_V \"\" 0 0 0 0 TOP NONE 1 ? 0\n");
+                    std::string(kPanel).append("\tGWT_NOTHING \"x\"\n\tGWT_SPACER_V \"\" 0 0 0 0 TOP NONE 1 ? 0\n"));
     EXPECT_EQ(Run("lint good.gui @bad.gui"), 1);
     EXPECT_NE(m_output.find(Path("bad.gui") + ":3:2: error: \"GWT_NOTHING\": unknown type\n"), std::string::npos)
         << m_output;
