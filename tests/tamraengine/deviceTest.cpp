@@ -1,10 +1,9 @@
 #include "support/allocations.h"
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
+#include "support/files.h"
 #include "tamradeps/io/fileSystem.h"
 #include "tamraengine/renderer/buffer.h"
-
-#include <fstream>
 
 using namespace renderer;
 
@@ -83,15 +82,14 @@ TEST_F(Device, StateDoesWhatItSays)
     EXPECT_EQ(drawAndGet(0.0F, kRed), green);
     state.SetCull(Cull::Off);
 
-    m_renderer.Clear({1, 0, 0});
-    state.SetBlend(Blend::Alpha);
-    EXPECT_EQ(drawAndGet(0.0F, kHalfBlue), (Pixel{127, 0, 128, 255}));
-    m_renderer.Clear({1, 0, 0});
-    state.SetBlend(Blend::Additive);
-    EXPECT_EQ(drawAndGet(0.0F, kHalfBlue), (Pixel{255, 0, 128, 255}));
-    m_renderer.Clear({1, 0, 0});
-    state.SetBlend(Blend::Premultiplied);
-    EXPECT_EQ(drawAndGet(0.0F, kHalfBlue), (Pixel{127, 0, 255, 255}));
+    for (const auto& [blend, pixel] : {std::pair{Blend::Alpha, Pixel{127, 0, 128, 255}},
+                                       {Blend::Additive, Pixel{255, 0, 128, 255}},
+                                       {Blend::Premultiplied, Pixel{127, 0, 255, 255}}})
+    {
+        m_renderer.Clear({1, 0, 0});
+        state.SetBlend(blend);
+        EXPECT_EQ(drawAndGet(0.0F, kHalfBlue), pixel);
+    }
     state.SetBlend(Blend::Off);
 
     state.SetScissorBox(0, 0, 1, 4);
@@ -243,7 +241,7 @@ TEST_F(Device, VerticesOutliveTheGrowthOfTheirCache)
 TEST_F(Device, ProgramsReportFileAndLineAndKeepTheLastGoodOne)
 {
     const test::TemporaryFolder folder;
-    const auto write = [&](const char* name, const std::string& text) { std::ofstream(folder.Path(name)) << text; };
+    const auto write = [&](const char* name, const char* text) { test::WriteFile(folder.Path(name), text); };
     GetFileSystem().AddRoot(folder.Path(""));
     write("a.vert", "layout(location = 0) in vec3 position;\nvoid main() { gl_Position = vec4(position, 1.0); }\n");
     write("a.frag", "uniform vec4 color;\nout vec4 result;\nvoid main() { result = color * SCALE; }\n");
@@ -262,17 +260,14 @@ TEST_F(Device, ProgramsReportFileAndLineAndKeepTheLastGoodOne)
         return GetPixel(target->ReadPixels(), 1, 1);
     };
     EXPECT_EQ(draw(), (Pixel{128, 128, 128, 255}));
-
-    write("a.frag", "out vec4 result;\n\nvoid main() { result = nonsense; }\n");
+    for (const auto& [text, fault] :
+         {std::pair{"out vec4 result;\n\nvoid main() { result = nonsense; }\n", "a.frag:3: "},
+          {"in vec4 unset;\nout vec4 result;\nvoid main() { result = unset; }\n", "a.vert + a.frag"}})
     {
-        const test::ExpectLog expected{"a.frag:3: "};
+        const test::ExpectLog expected{fault};
+        write("a.frag", text);
         EXPECT_FALSE(program->Reload());
-    }
-    EXPECT_EQ(draw(), (Pixel{128, 128, 128, 255}));
-    write("a.frag", "in vec4 neverWritten;\nout vec4 result;\nvoid main() { result = neverWritten; }\n");
-    {
-        const test::ExpectLog expected{"a.vert + a.frag"};
-        EXPECT_FALSE(program->Reload());
+        EXPECT_EQ(draw(), (Pixel{128, 128, 128, 255}));
     }
     write("a.frag", "uniform vec4 color;\nout vec4 result;\nvoid main() { result = color.rgba; result.r = 0.0; }\n");
     program->Use();

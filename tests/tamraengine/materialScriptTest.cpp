@@ -15,11 +15,10 @@ std::string MakePass(const std::string& fields)
     return "pass { name = 'A', vertex = 'a.vert', fragment = 'a.frag', " + fields + " }";
 }
 
-class Lines : public tamra::log::Sink
+struct Lines : tamra::log::Sink
 {
-public:
-    void Write(tamra::log::Level, std::string_view line) override { m_lines.emplace_back(line); }
-    std::vector<std::string> m_lines;
+    void Write(tamra::log::Level, std::string_view line) override { lines.emplace_back(line); }
+    std::vector<std::string> lines;
 };
 } // namespace
 
@@ -117,11 +116,9 @@ TEST(MaterialScript, HostileScriptsEndSoonInOneLine)
 
 TEST(MaterialScript, PrintsToTheLogAndNotForEver)
 {
-    Lines lines;
-    tamra::log::AddSink(lines);
-    tamra::log::SetStandardErrorEnabled(false);
+    Lines sink;
+    tamra::log::AddSink(sink);
     EXPECT_TRUE(RunMaterialScript("m.lua", MakePass("") + " print('a\\n', nil, 1.5) for i = 1, 1000 do print(i) end"));
-    tamra::log::SetStandardErrorEnabled(true);
-    ASSERT_EQ(lines.m_lines.size(), 100U);
-    EXPECT_EQ(lines.m_lines[0], "m.lua: a? nil 1.5");
+    ASSERT_EQ(sink.lines.size(), 100U);
+    EXPECT_EQ(sink.lines[0], "m.lua: a? nil 1.5");
 }
