@@ -318,26 +318,6 @@ TEST_F(OcclusionSoftware, HidesNothingThatCanBeSeen)
     EXPECT_GT(hidden, 5000);
 }
 
-TEST_F(OcclusionSoftware, CullsMostOfWhatAStreetHides)
-{
-    const Scene scene = MakeStreet(400, 3000);
-    Show(scene);
-    const Sight sight(scene);
-    const std::vector<int> visible = Cull();
-    test::Random random(2);
-    int hidden = 0;
-    int culled = 0;
-    for (const int i : FindInFrustum(scene))
-    {
-        if (sight.Sees(scene.boxes[static_cast<std::size_t>(i)], 60, random))
-            continue;
-        ++hidden;
-        culled += !std::ranges::binary_search(visible, i);
-    }
-    EXPECT_GT(hidden, 500);
-    EXPECT_GT(culled, hidden * 95 / 100) << "of " << hidden;
-}
-
 TEST_F(OcclusionSoftware, AnswersTheSameForAnyThreadsAndInstructions)
 {
     std::vector<Scene> scenes = {MakeStreet(400, 5000)};

@@ -30,6 +30,15 @@ protected:
         return result.exitCode == 0;
     }
 
+    // Assets of the current folder come before those of the installation.
+    void WriteAsset(const std::string& name, const std::string& text)
+    {
+        m_current = m_folder.Path("");
+        const std::filesystem::path path = m_folder.Path("assets/" + name);
+        std::filesystem::create_directories(path.parent_path());
+        test::WriteFile(path.string(), text);
+    }
+
     static int GetMostOccluded(const std::string& summary)
     {
         const std::string key = "\"occluded\": ";
@@ -121,9 +130,7 @@ TEST_F(Sandbox, EditsWithoutADisplay)
     for (const char* picture : {"out/editor.png", "out/console.png"})
         EXPECT_GT(std::filesystem::file_size(m_folder.Path(picture)), 10000U) << picture;
     // Without its windows there is no editor.
-    std::filesystem::create_directories(m_folder.Path("assets/gui"));
-    test::WriteFile(m_folder.Path("assets/gui/editor_view.gui"), "GWT_WINDOW");
-    m_current = m_folder.Path("");
+    WriteAsset("gui/editor_view.gui", "GWT_WINDOW");
     EXPECT_FALSE(Run("edit --headless --size 320x180")) << m_text;
     EXPECT_NE(m_text.find("editor_view.gui"), std::string::npos) << m_text;
 }
@@ -147,25 +154,16 @@ TEST_F(Sandbox, SaysInOneLineWhyThereIsNoView)
         EXPECT_TRUE(fails("", "MESA_GL_VERSION_OVERRIDE=3.3")) << m_text;
     }
     // A culler without its shader sees everything.
-    const std::filesystem::path shader = m_folder.Path("assets/shaders/occlusionhiz_test.comp");
-    std::filesystem::create_directories(shader.parent_path());
-    test::WriteFile(shader.string(), "void main() { nonsense(); }");
+    WriteAsset("shaders/occlusionhiz_test.comp", "void main() { nonsense(); }");
     m_environment.clear();
-    m_current = m_folder.Path("");
     EXPECT_TRUE(Run("view --headless --frames 2 --size 64x36 --culler gpu")) << m_text;
     EXPECT_NE(m_text.find("occlusionhiz_test.comp:1: "), std::string::npos) << m_text;
-    // Assets of the current folder come before those of the installation.
-    for (const auto& [file, text] : {std::pair{"assets/shaders/town.frag", "void main() { nonsense; }"},
-                                     {"assets/materials/town.lua", "while true do end"},
-                                     {"assets/materials/town.lua", "pass {"},
-                                     {"assets/materials/town.lua", "pass(nil .. 1)"},
-                                     {"assets/materials/town.lua", ""}})
+    // A material that cannot be drawn with, by its script and then by its shader.
+    for (const char* file : {"materials/town.lua", "shaders/town.frag"})
     {
-        const std::filesystem::path path = m_folder.Path(file);
-        std::filesystem::create_directories(path.parent_path());
-        test::WriteFile(path.string(), text);
-        EXPECT_TRUE(fails("")) << text << m_text;
-        std::filesystem::remove(path);
+        WriteAsset(file, "void main() { nonsense; }");
+        EXPECT_TRUE(fails("")) << file << m_text;
+        std::filesystem::remove(m_folder.Path(std::string("assets/") + file));
     }
 }
 } // namespace
