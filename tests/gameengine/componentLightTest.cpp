@@ -4,10 +4,7 @@
 #include "gameengine/engine/componentTransformDirect.h"
 #include "support/sceneFixture.h"
 
-#include <cmath>
 #include <limits>
-
-#include <gtest/gtest.h>
 
 namespace
 {

@@ -5,10 +5,7 @@
 #include "support/expectations.h"
 #include "support/sceneFixture.h"
 
-#include <algorithm>
 #include <map>
-
-#include <gtest/gtest.h>
 
 namespace
 {

@@ -13,8 +13,6 @@
 #include <ranges>
 #include <set>
 
-#include <gtest/gtest.h>
-
 namespace
 {
 using collision::PrimAABB;

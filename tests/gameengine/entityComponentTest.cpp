@@ -4,7 +4,6 @@
 #include "support/expectations.h"
 #include "support/sceneFixture.h"
 
-#include <cmath>
 #include <cstring>
 #include <functional>
 #include <limits>

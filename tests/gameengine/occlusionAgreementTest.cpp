@@ -9,7 +9,6 @@
 
 #include <cstdio>
 #include <limits>
-#include <string>
 #include <vector>
 
 using namespace renderer;

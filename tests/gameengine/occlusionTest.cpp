@@ -7,8 +7,6 @@
 
 #include <map>
 
-#include <gtest/gtest.h>
-
 namespace
 {
 // Takes boxes one by one and sees all of them.

@@ -4,7 +4,6 @@
 #include "support/occlusionScene.h"
 
 #include <cstdio>
-#include <iterator>
 #include <string>
 
 namespace

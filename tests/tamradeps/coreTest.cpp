@@ -8,7 +8,6 @@
 #include "tamradeps/core/variant.h"
 
 #include <cstring>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>

@@ -8,7 +8,6 @@
 #include "tools/sceneTools/osmTags.h"
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 #include <set>
 #include <tuple>

@@ -11,7 +11,6 @@
 #include <filesystem>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
