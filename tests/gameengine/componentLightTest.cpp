@@ -53,6 +53,7 @@ TEST_F(Light, FollowsItsTransformWhicheverIsMadeFirst)
         auto* transform = entity->Find<ComponentTransform>();
         EXPECT_EQ(transform->GetBoundingBox(), light.GetLocalBounds());
         m_log.Listen(light.Events(), "light");
+        m_log.Take();
         transform->SetTransform(world);
         EXPECT_EQ(m_log.Take(), std::vector<std::string>{"light 0"}) << "heard once";
         EXPECT_EQ(light.GetViewMatrix(), CMatrix::View({1, 2, 3}, CVector3(1, 2, 3) + world.GetLocalX(), {0, 0, 1}));

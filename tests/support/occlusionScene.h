@@ -72,8 +72,10 @@ protected:
             for (const CVector3 place : {CVector3(0, 0, 0), CVector3(7, 0, 0), CVector3(0, 7, 0), CVector3(7, 7, 0)})
                 add(place, {6.5F, 6.5F, random.Between(6, 30)});
             for (int thing = 0; thing < 3; ++thing)
-                add({random.Between(-5, -1), random.Between(-5, 12), 0},
-                    {random.Between(0.3F, 1), random.Between(0.3F, 1), random.Between(0.3F, 2)});
+            {
+                const CVector3 place(random.Between(-5, -1), random.Between(-5, 12), 0);
+                add(place, CVector3(random.Between(0.3F, 1), random.Between(0.3F, 1), random.Between(0.3F, 2)));
+            }
         }
     }
 
