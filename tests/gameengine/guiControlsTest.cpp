@@ -1,5 +1,4 @@
 #include "gameengine/gui/guiWidget/guiButton.h"
-#include "gameengine/gui/guiWidget/guiGroupBox.h"
 #include "gameengine/gui/guiWidget/guiLabel.h"
 #include "gameengine/gui/guiWidget/guiList.h"
 #include "gameengine/gui/guiWidget/guiSlider.h"
@@ -152,34 +151,6 @@ TEST_F(GuiControls, ClickWithMouseAndKeyboard)
     EXPECT_EQ(Release(), "b3:0");
     m_context->PushMouseClick(2);
     EXPECT_EQ(Click({5, 25}), "c5:1");
-}
-
-TEST_F(GuiControls, DrawWhatTheyAre)
-{
-    auto* box = Add<GuiGroupBox>(m_root, "box", {10, 10, 200, 100});
-    box->SetTitle("Title");
-    auto* list = Add<GuiListV>(*box, "list", {});
-    auto* label = Add<GuiLabel>(*list, "label", {0, 0, 50, 40});
-    label->SetText("one\nlonger");
-    label->SetAlign(GuiAlign::Far, GuiAlign::Near);
-    auto* check = Add<GuiCheckBox>(*list, "check", {0, 0, 50, 20});
-    check->SetText("check \"it\"");
-    check->SetChecked(true);
-    auto* radio = Add<GuiRadioButton>(*list, "radio", {0, 0, 50, 20});
-    radio->SetGroup(3);
-    radio->SetValue(4);
-    radio->Select();
-    m_context->Update(0.01F);
-    EXPECT_EQ(list->GetRect(), GuiRecti(14, 30, 192, 76));
-    std::string texts;
-    for (const auto& call : Draw("text"))
-        texts += call.text + "@" + std::to_string(call.rect.x) + "," + std::to_string(call.rect.y) + " ";
-    EXPECT_EQ(m_draw.clips, 0);
-    // Right-aligned in the list's room of 18 to 202; the labels' height was cut to fit.
-    EXPECT_EQ(texts.substr(0, texts.find("check")), "Title@18,10 one@178,34 longer@154,50 ");
-    box->SetVisible(false);
-    Draw("text");
-    EXPECT_TRUE(m_draw.calls.empty());
 }
 
 class GuiHandles : public GuiControls
