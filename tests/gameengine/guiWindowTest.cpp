@@ -159,9 +159,10 @@ TEST_F(GuiWindows, ModalOnesKeepTheOthersOut)
     high->SetVisible(false);
     low->SetFlags(0);
     Click({30, 50});
-    high->SetFlags(GuiWindow::kUsualFlags | kWindowModal);
     auto* const rest = Add<GuiButton>(m_root, "rest", {});
     m_context->GrabFocus(rest);
+    high->SetFlags(GuiWindow::kUsualFlags | kWindowModal);
+    EXPECT_EQ(m_context->GetFocusWidget(), rest) << "as long as it is hidden";
     high->SetVisible(true);
     EXPECT_TRUE(high->IsActive());
     EXPECT_EQ(m_context->GetFocusWidget(), high);
