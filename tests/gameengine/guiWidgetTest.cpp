@@ -16,8 +16,7 @@ namespace
 class Probe : public GuiWidget
 {
 public:
-    explicit Probe(GuiContext& context, const GuiRecti& rect = {})
-        : GuiWidget(context, 0, rect, GuiSizePolicy::Fixed())
+    explicit Probe(GuiContext& context, const GuiRecti& rect = {}) : GuiWidget(context, 0, rect, GuiSizePolicy::Fixed())
     {
     }
 
