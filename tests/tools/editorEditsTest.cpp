@@ -43,6 +43,16 @@ protected:
         return {};
     }
 
+    // Until the property's row is seen.
+    void ScrollTo(const std::string& id)
+    {
+        for (int i = 0; i < 9 && !m_user->FindById(id)->GetParent()->IsVisible(); ++i)
+        {
+            m_user->Wheel(*m_user->FindById("propertiesBar"), -1);
+            Draw();
+        }
+    }
+
     void Drag(int fromX, int fromY, int toX, int toY, int held = 0, bool isKept = true)
     {
         renderer::CInput& input = m_renderer.GetInput();
@@ -99,15 +109,10 @@ TEST_F(EditorEdits, EachKindOfRowGoesFromTheWidgetToTheFileAndBack)
     };
     const Values before = GetValues(*Town().GetSelected());
     Values expected = before;
-    gui::GuiWidget* bar = m_user->FindById("propertiesBar");
     for (const auto& row : kRows)
     {
         const std::string id = std::string(row.property) + row.part;
-        for (int i = 0; i < 9 && !m_user->FindById(id)->GetParent()->IsVisible(); ++i)
-        {
-            m_user->Wheel(*bar, -1);
-            Draw();
-        }
+        ScrollTo(id);
         ASSERT_TRUE(row.edit(id.c_str())) << id;
         Draw();
         EXPECT_EQ(GetValues(*Town().GetSelected())[row.property], row.value) << row.property;
