@@ -110,6 +110,12 @@ TEST_F(GuiContexts, HeldKeysAreRepeated)
     EXPECT_EQ(field->Take(), "");
     // The release was lost: pressed again much later it is no repetition, and still repeated here.
     m_context->SetKeyRepeat(0.5F, 10.0F);
+    m_context->PushKeyPress(kGuiKeyLeftControl);
+    m_context->Update(2.0F);
+    m_context->PushKeyPress(kGuiKeyLeftControl);
+    m_context->PushKeyRelease(kGuiKeyLeftControl);
+    m_context->Update(2.0F);
+    EXPECT_EQ(field->Take(), "341c 341c ");
     m_context->PushKeyPress(kA);
     m_context->Update(0.0F);
     m_context->Update(2.0F);
