@@ -54,7 +54,9 @@ protected:
         const renderer::Image picture = target->ReadPixels();
         const std::string path = TAMRA_SOURCE_FOLDER "/tests/pictures/" + name + ".png";
         if (std::getenv("TAMRA_WRITE_PICTURES"))
+        {
             EXPECT_TRUE(renderer::WritePng(path, picture));
+        }
         std::vector<std::byte> file;
         ASSERT_TRUE(GetFileSystem().FileIn(path, file));
         const auto reference = renderer::DecodeImage(file);
