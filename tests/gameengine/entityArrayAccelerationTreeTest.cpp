@@ -212,7 +212,8 @@ TEST(AccelerationTree, MisuseIsReportedAndHarmless)
     EXPECT_TRUE(Walk(*tree, 0, 0, 100, 100, false).empty()) << "was added before there was a grid";
     Place(*entity, 25, 25);
     EXPECT_EQ(Walk(*tree, 0, 0, 100, 100, false).size(), 1U);
-    tree->InitializeWithDynamicGrid(kRegion, 5, 5, 5);
+    tree->InitializeWithDynamicGrid(tree->GetGrid()->GetBounds().GetFloats(), 5, 5, 5); // of the grid that goes
+    EXPECT_EQ(tree->GetGrid()->GetBounds().GetMax(), CVector3(kRegion[3], kRegion[4], kRegion[5]));
     tree->Remove(entity.Get());
 
     const auto bare = scene.Make<ComponentTransformDirect>();
