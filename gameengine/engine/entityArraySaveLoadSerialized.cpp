@@ -71,7 +71,10 @@ CEntityArray_SaveLoad_Serialized::CEntityArray_SaveLoad_Serialized(const char* f
     m_path = tamra::ToUtf8(std::filesystem::absolute(path, ignored));
 }
 
-CEntityArray_SaveLoad_Serialized::~CEntityArray_SaveLoad_Serialized() = default;
+CEntityArray_SaveLoad_Serialized::~CEntityArray_SaveLoad_Serialized()
+{
+    CEntityArray_SaveLoad_Serialized::ClearCache();
+}
 
 // In order of creation, so that equal scenes give equal files.
 std::vector<CEntity*> CEntityArray_SaveLoad_Serialized::i_GetEntities() const
@@ -184,6 +187,7 @@ bool CEntityArray_SaveLoad_Serialized::LoadBytes(std::span<const std::byte> cont
 
 void CEntityArray_SaveLoad_Serialized::ClearCache()
 {
+    // Emptied before the references go: the last one of an entity may call anything.
     const auto releaseLast = std::exchange(m_entities, {});
 }
 

@@ -46,7 +46,10 @@ CEntityArray_SaveLoad_SqliteDB::CEntityArray_SaveLoad_SqliteDB(const char* file,
     m_manager = entityStorage::GetManager(scene);
 }
 
-CEntityArray_SaveLoad_SqliteDB::~CEntityArray_SaveLoad_SqliteDB() = default;
+CEntityArray_SaveLoad_SqliteDB::~CEntityArray_SaveLoad_SqliteDB()
+{
+    CEntityArray_SaveLoad_SqliteDB::ClearCache();
+}
 
 bool CEntityArray_SaveLoad_SqliteDB::i_Prepare()
 {
