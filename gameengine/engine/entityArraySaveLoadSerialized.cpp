@@ -193,9 +193,11 @@ void CEntityArray_SaveLoad_Serialized::ClearCache()
 
 void CEntityArray_SaveLoad_Serialized::RemoveEntity(CEntity* entity)
 {
-    const auto found = std::find(m_entities.begin(), m_entities.end(), RefPtr<CEntity>(entity));
-    if (found != m_entities.end())
-        m_entities.erase(found);
+    const auto found = std::find(m_entities.begin(), m_entities.end(), entity);
+    if (found == m_entities.end())
+        return;
+    const RefPtr<CEntity> releaseLast = std::move(*found);
+    m_entities.erase(found);
 }
 
 CEntity* CEntityArray_SaveLoad_Serialized::Get(int i)
