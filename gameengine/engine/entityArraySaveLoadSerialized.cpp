@@ -76,8 +76,9 @@ CEntityArray_SaveLoad_Serialized::~CEntityArray_SaveLoad_Serialized()
     CEntityArray_SaveLoad_Serialized::ClearCache();
 }
 
-// In order of creation, so that equal scenes give equal files.
-std::vector<CEntity*> CEntityArray_SaveLoad_Serialized::i_GetEntities() const
+// In order of creation, so that equal scenes give equal files. Referenced: a component may take any of them out of the
+// scene while it is saved.
+std::vector<RefPtr<CEntity>> CEntityArray_SaveLoad_Serialized::i_GetEntities() const
 {
     const CEntityArray& array = *m_manager->GetArray();
     std::vector<CEntity*> entities;
@@ -86,18 +87,18 @@ std::vector<CEntity*> CEntityArray_SaveLoad_Serialized::i_GetEntities() const
         entities.push_back(array.Get(i));
     std::sort(entities.begin(), entities.end(),
               [](const CEntity* a, const CEntity* b) { return a->GetSerial() < b->GetSerial(); });
-    return entities;
+    return {entities.begin(), entities.end()};
 }
 
 bool CEntityArray_SaveLoad_Serialized::Save()
 {
     if (!m_manager)
         return false;
-    const std::vector<CEntity*> entities = i_GetEntities();
+    std::vector<RefPtr<CEntity>> entities = i_GetEntities();
     std::vector<std::byte> content;
     if (!i_Serialize(entities, content) || !GetFileSystem().FileReplace(m_path, content.data(), content.size()))
         return false;
-    const auto releaseLast = std::exchange(m_entities, std::vector<RefPtr<CEntity>>(entities.begin(), entities.end()));
+    const auto releaseLast = std::exchange(m_entities, std::move(entities));
     return true;
 }
 
@@ -115,14 +116,14 @@ bool CEntityArray_SaveLoad_Serialized::CreateEmpty()
     return true;
 }
 
-bool CEntityArray_SaveLoad_Serialized::i_Serialize(std::span<CEntity* const> entities,
+bool CEntityArray_SaveLoad_Serialized::i_Serialize(std::span<const RefPtr<CEntity>> entities,
                                                    std::vector<std::byte>& content) const
 {
     const UDBReadWriteBinary writer(true);
     UDBDatabase data;
     std::vector<std::byte> blob;
     content.assign(kHeaderSize, std::byte{});
-    for (CEntity* entity : entities)
+    for (const auto& entity : entities)
     {
         data.Clear();
         UDBGroup* group = data.AllocateGroup();

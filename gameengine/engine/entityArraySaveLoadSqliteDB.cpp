@@ -70,7 +70,7 @@ bool CEntityArray_SaveLoad_SqliteDB::i_PrepareToRead(bool& isEmpty)
 
 bool CEntityArray_SaveLoad_SqliteDB::CreateEmpty()
 {
-    if (!IsOpen())
+    if (!IsOpen() || !i_IsFree())
         return false;
     for (sqlite::query* query : {&m_select, &m_selectIds, &m_selectRow})
         query->reset();
@@ -199,7 +199,7 @@ bool CEntityArray_SaveLoad_SqliteDB::i_IsFree() const
 {
     if (m_busy)
         tamra::log::Error(tamra::log::Quoted(m_database.getPath(), kLongestPath) +
-                          ": a component tried to load or save while it was being loaded or saved");
+                          ": a component turned to the store while it was being loaded or saved");
     return !m_busy;
 }
 
@@ -243,22 +243,31 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveInTransaction(WriteRows writeRows)
 
 bool CEntityArray_SaveLoad_SqliteDB::Save()
 {
+    if (!m_manager)
+        return false;
+    // Referenced: a component may take any of them out of the scene while it is saved.
+    const CEntityArray& array = *m_manager->GetArray();
+    std::vector<RefPtr<CEntity>> entities;
+    entities.reserve(static_cast<std::size_t>(array.GetCount()));
+    for (int i = 0; i < array.GetCount(); ++i)
+        entities.emplace_back(array.Get(i));
     return i_SaveInTransaction(
-               [this]
+               [this, &entities]
                {
-                   const CEntityArray& entities = *m_manager->GetArray();
-                   for (int i = 0; i < entities.GetCount(); ++i)
-                   {
-                       if (!i_SaveEntity(entities.Get(i)))
-                           return false;
-                   }
-                   return i_DeleteRows();
+                   return std::all_of(entities.begin(), entities.end(),
+                                      [this](const auto& entity) { return i_SaveEntity(entity.Get()); }) &&
+                          i_DeleteRows();
                }) &&
            (m_rowsToDelete.clear(), true);
 }
 
 bool CEntityArray_SaveLoad_SqliteDB::SaveEntities(std::span<CEntity* const> entities)
 {
+    // None to one that nobody references: giving it back would delete the entity.
+    std::vector<RefPtr<CEntity>> held;
+    held.reserve(entities.size());
+    for (CEntity* entity : entities)
+        held.emplace_back(entity->GetReferenceCount() > 0 ? entity : nullptr);
     return i_SaveInTransaction(
         [this, entities]
         { return std::all_of(entities.begin(), entities.end(), [this](CEntity* e) { return i_SaveEntity(e); }); });
@@ -277,12 +286,11 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
     Cached* cached = i_FindCached(entity);
     if (!cached)
     {
-        std::int32_t& slot = i_Slot(entity);
-        if (slot == kWritten)
+        if (i_Slot(entity) == kWritten)
             return true;
         if (!i_WriteRow(m_insert, entity))
             return false;
-        slot = kWritten;
+        i_Slot(entity) = kWritten;
         m_written.push_back({entity, m_database.lastInsertRowID(), hash});
         ++m_pending.inserted;
         return true;
@@ -402,7 +410,7 @@ void CEntityArray_SaveLoad_SqliteDB::i_AddToCache(CEntity* entity, std::int64_t 
 void CEntityArray_SaveLoad_SqliteDB::RemoveEntity(CEntity* entity)
 {
     Cached* const cached = i_FindCached(entity);
-    if (!cached)
+    if (!cached || !i_IsFree())
         return;
     const std::int32_t slot = i_Slot(entity);
     m_slotByRow.erase(cached->row);
@@ -419,7 +427,7 @@ void CEntityArray_SaveLoad_SqliteDB::RemoveEntity(CEntity* entity)
 
 void CEntityArray_SaveLoad_SqliteDB::DeleteEntity(CEntity* entity)
 {
-    if (const std::int64_t row = FindRow(entity); row >= 0)
+    if (const std::int64_t row = FindRow(entity); row >= 0 && i_IsFree())
     {
         m_rowsToDelete.insert(row);
         RemoveEntity(entity);
@@ -428,6 +436,8 @@ void CEntityArray_SaveLoad_SqliteDB::DeleteEntity(CEntity* entity)
 
 void CEntityArray_SaveLoad_SqliteDB::ClearCache()
 {
+    if (!i_IsFree())
+        return;
     // Emptied before the references go: the last one of an entity may call anything.
     const auto releaseLast = std::exchange(m_cache, {});
     m_slots.clear();

@@ -42,7 +42,10 @@ public:
 
     /// Writes new and changed entities of the scene's array, and deletes the rows asked for, in one transaction. A file
     /// without the "entities" table gets it. When anything fails, file and back end are as before, and the next save
-    /// writes it all again.
+    /// writes it all again. The entities are those of the scene when the call begins.
+    ///
+    /// Components must not turn to the back end while they are loaded or saved: what would load, save, forget or delete
+    /// is refused with a line in the log.
     bool Save() override;
     /// The same for some entities, of the scene or not; pending deletions are left for `Save`.
     bool SaveEntities(std::span<CEntity* const> entities);
@@ -95,7 +98,7 @@ private:
         std::uint64_t hash = 0; // of the data last read or written
         bool asLoaded = false;  // read and not written since; see i_IsAsLoaded
     };
-    // What a save in progress has done, to be remembered once it is committed.
+    // What a save in progress has done, to be remembered once it is committed. The save holds references.
     struct Written
     {
         CEntity* entity;

@@ -331,9 +331,9 @@ bool CSceneStreamer::i_LetGo()
 {
     if (m_leaving.empty())
         return true;
+    const std::vector<RefPtr<CEntity>> leaving(m_leaving.begin(), m_leaving.end());
     if (!m_store.SaveEntities(m_leaving))
         return false;
-    const std::vector<RefPtr<CEntity>> leaving(m_leaving.begin(), m_leaving.end());
     for (const auto& entity : leaving)
     {
         // A listener may have taken it out before. The store knows it for as long as it is in the scene: a listener
@@ -383,7 +383,10 @@ bool CSceneStreamer::ReleaseAll()
                 m_leaving.push_back(entity);
         }
     }
-    if (!i_LetGo())
+    m_updating = true;
+    const bool done = i_LetGo();
+    m_updating = false;
+    if (!done)
         return false;
     m_loading.clear();
     for (auto& [key, cell] : m_cells)
