@@ -24,11 +24,12 @@ constexpr const char* kSelect = "SELECT id, componentData FROM entities WHERE po
                                 "AND pos_x <= ? AND pos_y <= ? AND pos_z <= ?";
 constexpr const char* kUpdate = "UPDATE entities SET pos_x=?, pos_y=?, pos_z=?, componentData=? WHERE id=:id";
 constexpr const char* kInsert = "INSERT INTO entities VALUES (NULL, 1, ?, ?, ?, ?)";
+constexpr const char* kInsertAgain = "INSERT INTO entities VALUES (?5, 1, ?1, ?2, ?3, ?4)";
 constexpr const char* kDelete = "DELETE FROM entities WHERE id=?";
 constexpr const char* kSelectIds = "SELECT id FROM entities WHERE pos_x >= ? AND pos_y >= ? AND pos_z >= ? "
                                    "AND pos_x <= ? AND pos_y <= ? AND pos_z <= ?";
 constexpr const char* kSelectRow = "SELECT componentData FROM entities WHERE id=?";
-constexpr int kUpdateIdPosition = 5;
+constexpr int kIdPosition = 5; // of kUpdate and kInsertAgain
 constexpr std::size_t kLongestPath = 512;
 
 constexpr std::int32_t kNoSlot = -1;
@@ -303,10 +304,16 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
         cached->asLoaded = false;
         return true;
     }
-    if (!m_update.bind(kUpdateIdPosition, cached->row) || !i_WriteRow(m_update, entity))
+    if (!m_update.bind(kIdPosition, cached->row) || !i_WriteRow(m_update, entity))
+        return false;
+    const bool updated = m_database.changes() > 0;
+    // Somebody else has deleted the row.
+    sqlite::query insertAgain;
+    if (!updated && !(insertAgain.prepare(m_database, kInsertAgain) && insertAgain.bind(kIdPosition, cached->row) &&
+                      i_WriteRow(insertAgain, entity)))
         return false;
     m_written.push_back({entity, cached->row, hash});
-    ++m_pending.updated;
+    ++(updated ? m_pending.updated : m_pending.inserted);
     return true;
 }
 
@@ -427,11 +434,11 @@ void CEntityArray_SaveLoad_SqliteDB::RemoveEntity(CEntity* entity)
 
 void CEntityArray_SaveLoad_SqliteDB::DeleteEntity(CEntity* entity)
 {
-    if (const std::int64_t row = FindRow(entity); row >= 0 && i_IsFree())
-    {
-        m_rowsToDelete.insert(row);
-        RemoveEntity(entity);
-    }
+    const Cached* const cached = i_FindCached(entity);
+    if (!cached || !i_IsFree())
+        return;
+    m_rowsToDelete.insert(cached->row);
+    RemoveEntity(entity);
 }
 
 void CEntityArray_SaveLoad_SqliteDB::ClearCache()
@@ -457,6 +464,11 @@ void CEntityArray_SaveLoad_SqliteDB::IterateOverEntities(const std::function<voi
         entities.push_back(cached.entity);
     for (const auto& entity : entities)
         visit(entity.Get());
+}
+
+bool CEntityArray_SaveLoad_SqliteDB::HasRow(const CEntity* entity) const
+{
+    return const_cast<CEntityArray_SaveLoad_SqliteDB*>(this)->i_FindCached(entity) != nullptr;
 }
 
 std::int64_t CEntityArray_SaveLoad_SqliteDB::FindRow(const CEntity* entity) const

@@ -41,8 +41,9 @@ public:
     ~CEntityArray_SaveLoad_SqliteDB() override;
 
     /// Writes new and changed entities of the scene's array, and deletes the rows asked for, in one transaction. A file
-    /// without the "entities" table gets it. When anything fails, file and back end are as before, and the next save
-    /// writes it all again. The entities are those of the scene when the call begins.
+    /// without the "entities" table gets it; a changed entity whose row somebody else has deleted gets it back. When
+    /// anything fails, file and back end are as before, and the next save writes it all again. The entities are those
+    /// of the scene when the call begins.
     ///
     /// Components must not turn to the back end while they are loaded or saved: what would load, save, forget or delete
     /// is refused with a line in the log.
@@ -68,7 +69,10 @@ public:
     /// The connection, for queries of one's own; valid as long as the back end.
     sqlite::database& GetDatabase() noexcept { return m_database; }
 
-    /// The row of an entity, -1 when it has none yet.
+    /// True when the back end knows the entity, which then has a row.
+    bool HasRow(const CEntity* entity) const;
+    /// The row of an entity, -1 when it has none yet. Ids that this program gives are positive; a file that another one
+    /// wrote may have any (see `HasRow`).
     std::int64_t FindRow(const CEntity* entity) const;
     /// The entity of a row, null when it is not loaded. Valid while the back end knows it.
     CEntity* FindEntity(std::int64_t row) const;

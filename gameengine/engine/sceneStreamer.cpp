@@ -321,7 +321,7 @@ void CSceneStreamer::i_GatherLeaving(Cell& cell, CVector3 focus)
         const bool isLoaded = found != m_cells.end() && found->second->state != Cell::State::Idle;
         if (isLoaded || i_GetDistance(key, focus) <= static_cast<double>(m_settings.keepRadius))
             i_Track(entity);
-        else if (m_store.FindRow(entity) >= 0)
+        else if (m_store.HasRow(entity))
             m_leaving.push_back(entity);
     }
 }
@@ -379,7 +379,7 @@ bool CSceneStreamer::ReleaseAll()
     {
         for (CEntity* entity : cell->entities)
         {
-            if (m_store.FindRow(entity) >= 0)
+            if (m_store.HasRow(entity))
                 m_leaving.push_back(entity);
         }
     }

@@ -1,5 +1,6 @@
 #include "gameengine/engine/componentAlwaysVisible.h"
 #include "gameengine/engine/componentRuntimeData.h"
+#include "gameengine/engine/sceneStreamer.h"
 #include "support/storageFixture.h"
 #include "tamradeps/udb/udbGroup.h"
 
@@ -174,6 +175,30 @@ TEST_F(StorageSqlite, OnlyNewAndChangedEntitiesAreWritten)
                   Lines{Label(m_store.FindRow(moved), "|0.0")});
     }
     EXPECT_EQ(LoadContent(m_path), m_scene.GetContent());
+}
+
+// Rows that another program has deleted, or numbered otherwise.
+TEST_F(StorageSqlite, ForeignHandsOnRowsLoseNothing)
+{
+    CEntity* const entity = m_scene.Add("a", {});
+    ASSERT_TRUE(m_store.Save());
+    Query(m_path, "DELETE FROM entities");
+    Rename(entity, "b");
+    CEntity* const twice[] = {entity, entity};
+    ASSERT_TRUE(m_store.SaveEntities(twice));
+    EXPECT_EQ(LoadContent(m_path), m_scene.GetContent());
+    EXPECT_EQ(Query(m_path, "SELECT id FROM entities"), Lines{Label(m_store.FindRow(entity))});
+
+    Query(m_path, "UPDATE entities SET id=-1");
+    m_store.ClearCache();
+    m_scene.GetArray().Clear();
+    CSceneStreamer streamer(m_store, m_scene.GetArray(), {});
+    EXPECT_TRUE(streamer.Finish({}) && m_scene.GetArray().GetCount() == 1);
+    EXPECT_TRUE(streamer.ReleaseAll() && m_scene.GetArray().GetCount() == 0);
+    ASSERT_TRUE(m_store.Load(nullptr, nullptr));
+    m_store.DeleteEntity(m_scene.Find("b"));
+    m_scene.GetArray().Clear();
+    EXPECT_TRUE(m_store.Save() && LoadContent(m_path).empty());
 }
 
 TEST_F(StorageSqlite, RegionBoundsAreInclusiveAndMayBeOpen)
