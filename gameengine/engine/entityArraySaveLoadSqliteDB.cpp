@@ -38,11 +38,13 @@ constexpr std::int32_t kWritten = -2;
 using Step = sqlite::query::Step;
 } // namespace
 
-CEntityArray_SaveLoad_SqliteDB::CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene)
+CEntityArray_SaveLoad_SqliteDB::CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene,
+                                                               sqlite::OpenMode mode)
     : m_scene(scene),
       m_manager(nullptr)
 {
-    if (m_database.open(GetFileSystem().GetTemporaryFilePath(file ? file : "")) && m_database.tableExists("entities"))
+    if (m_database.open(GetFileSystem().GetTemporaryFilePath(file ? file : ""), mode) &&
+        m_database.tableExists("entities"))
         i_Prepare();
     m_manager = entityStorage::GetManager(scene);
 }

@@ -126,6 +126,12 @@ TEST_F(StorageSqlite, NameChoosesTheBackEnd)
         EXPECT_FALSE(std::filesystem::is_regular_file(path));
     }
     EXPECT_FALSE(CEntityArray_SaveLoad::Save(nullptr, world));
+    for (const char* name : {"missing.sdb", "missing.mfs"})
+    {
+        const ExpectLog expected{name};
+        EXPECT_FALSE(CEntityArray_SaveLoad::Load(m_folder.Path(name).c_str(), world, nullptr, nullptr));
+        EXPECT_FALSE(std::filesystem::exists(m_folder.Path(name)));
+    }
 
     Lines seen;
     EXPECT_TRUE(CEntityArray_SaveLoad::Load(
