@@ -5,11 +5,13 @@
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "gameengine/engine/interfaceCollection.h"
 #include "tamradeps/core/assertion.h"
+#include "tamradeps/core/log.h"
 #include "tamradeps/core/memoryDynamicPoolAllocator.h"
 #include "tamradeps/udb/udbGroup.h"
 
 #include <algorithm>
 #include <functional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -240,6 +242,13 @@ void CEntity::SerializerLoad(UDBGroup& group)
         const int position = type ? types.FindByName(type) : -1;
         if (position < 0)
             continue;
+        // What components do to one another must not grow with the size of a file.
+        if (GetComponentCount() >= kMaxStoredComponents)
+        {
+            tamra::log::Error("an entity has more than " + std::to_string(kMaxStoredComponents) +
+                              " components; those from " + tamra::log::Quoted(type) + " on are ignored");
+            break;
+        }
         if (CEntityComponent* component = types.Create(position, this))
         {
             created.Append(component);

@@ -94,8 +94,12 @@ public:
     /// name under "type". Other components are left out.
     void SerializerSave(UDBGroup& group);
     /// Creates a component for each sub-group of a known type, then lets each load; the list must be locked. All of
-    /// them exist before the first one loads.
+    /// them exist before the first one loads. Once the entity has `kMaxStoredComponents`, further sub-groups are
+    /// ignored with a line in the log.
     void SerializerLoad(UDBGroup& group);
+
+    /// How many components an entity has at most after loading, those counted that it had before.
+    static constexpr int kMaxStoredComponents = 64;
 
     /// Entities alive in the process.
     static std::int32_t GetLiveCount() noexcept;

@@ -44,20 +44,21 @@ void CEntityArray_SaveLoad_Base::SetSceneAddition(bool) {}
 
 namespace
 {
-std::unique_ptr<CEntityArray_SaveLoad_Base> CreateBackEnd(const char* file, CInterfaceCollection* scene)
+std::unique_ptr<CEntityArray_SaveLoad_Base> CreateBackEnd(const char* file, CInterfaceCollection* scene,
+                                                          sqlite::OpenMode mode)
 {
     const std::string extension = Tools_FileExtension3(file ? file : "");
     if (extension == "MFS")
         return std::make_unique<CEntityArray_SaveLoad_Serialized>(file, scene);
     if (extension == "SDB")
-        return std::make_unique<CEntityArray_SaveLoad_SqliteDB>(file, scene);
+        return std::make_unique<CEntityArray_SaveLoad_SqliteDB>(file, scene, mode);
     return nullptr;
 }
 } // namespace
 
 bool CEntityArray_SaveLoad::Save(const char* file, CInterfaceCollection* scene)
 {
-    const auto backEnd = CreateBackEnd(file, scene);
+    const auto backEnd = CreateBackEnd(file, scene, sqlite::OpenMode::ReadWriteCreate);
     return backEnd && backEnd->Save();
 }
 
@@ -69,7 +70,7 @@ bool CEntityArray_SaveLoad::Load(const char* file, CInterfaceCollection* scene, 
 bool CEntityArray_SaveLoad::Load(const char* file, CInterfaceCollection* scene, const Setup& setup, const float* min,
                                  const float* max, const Visit& loaded)
 {
-    const auto backEnd = CreateBackEnd(file, scene);
+    const auto backEnd = CreateBackEnd(file, scene, sqlite::OpenMode::ReadWrite);
     if (!backEnd)
         return false;
     if (setup)

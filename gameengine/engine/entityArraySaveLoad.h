@@ -57,7 +57,7 @@ public:
 
     /// False when nothing was done or it failed.
     static bool Save(const char* file, CInterfaceCollection* scene);
-    /// Bounds as in `CEntityArray_SaveLoad_Base::Load`.
+    /// Bounds as in `CEntityArray_SaveLoad_Base::Load`. A file that is not there is logged, and not made.
     static bool Load(const char* file, CInterfaceCollection* scene, const float* min, const float* max);
     /// Hands the back end to `setup` before loading, and every loaded entity to `loaded` afterwards. Either may be
     /// empty.

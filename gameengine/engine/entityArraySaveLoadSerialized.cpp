@@ -71,10 +71,14 @@ CEntityArray_SaveLoad_Serialized::CEntityArray_SaveLoad_Serialized(const char* f
     m_path = tamra::ToUtf8(std::filesystem::absolute(path, ignored));
 }
 
-CEntityArray_SaveLoad_Serialized::~CEntityArray_SaveLoad_Serialized() = default;
+CEntityArray_SaveLoad_Serialized::~CEntityArray_SaveLoad_Serialized()
+{
+    CEntityArray_SaveLoad_Serialized::ClearCache();
+}
 
-// In order of creation, so that equal scenes give equal files.
-std::vector<CEntity*> CEntityArray_SaveLoad_Serialized::i_GetEntities() const
+// In order of creation, so that equal scenes give equal files. Referenced: a component may take any of them out of the
+// scene while it is saved.
+std::vector<RefPtr<CEntity>> CEntityArray_SaveLoad_Serialized::i_GetEntities() const
 {
     const CEntityArray& array = *m_manager->GetArray();
     std::vector<CEntity*> entities;
@@ -83,18 +87,18 @@ std::vector<CEntity*> CEntityArray_SaveLoad_Serialized::i_GetEntities() const
         entities.push_back(array.Get(i));
     std::sort(entities.begin(), entities.end(),
               [](const CEntity* a, const CEntity* b) { return a->GetSerial() < b->GetSerial(); });
-    return entities;
+    return {entities.begin(), entities.end()};
 }
 
 bool CEntityArray_SaveLoad_Serialized::Save()
 {
     if (!m_manager)
         return false;
-    const std::vector<CEntity*> entities = i_GetEntities();
+    std::vector<RefPtr<CEntity>> entities = i_GetEntities();
     std::vector<std::byte> content;
     if (!i_Serialize(entities, content) || !GetFileSystem().FileReplace(m_path, content.data(), content.size()))
         return false;
-    const auto releaseLast = std::exchange(m_entities, std::vector<RefPtr<CEntity>>(entities.begin(), entities.end()));
+    const auto releaseLast = std::exchange(m_entities, std::move(entities));
     return true;
 }
 
@@ -112,14 +116,14 @@ bool CEntityArray_SaveLoad_Serialized::CreateEmpty()
     return true;
 }
 
-bool CEntityArray_SaveLoad_Serialized::i_Serialize(std::span<CEntity* const> entities,
+bool CEntityArray_SaveLoad_Serialized::i_Serialize(std::span<const RefPtr<CEntity>> entities,
                                                    std::vector<std::byte>& content) const
 {
     const UDBReadWriteBinary writer(true);
     UDBDatabase data;
     std::vector<std::byte> blob;
     content.assign(kHeaderSize, std::byte{});
-    for (CEntity* entity : entities)
+    for (const auto& entity : entities)
     {
         data.Clear();
         UDBGroup* group = data.AllocateGroup();
@@ -184,14 +188,17 @@ bool CEntityArray_SaveLoad_Serialized::LoadBytes(std::span<const std::byte> cont
 
 void CEntityArray_SaveLoad_Serialized::ClearCache()
 {
+    // Emptied before the references go: the last one of an entity may call anything.
     const auto releaseLast = std::exchange(m_entities, {});
 }
 
 void CEntityArray_SaveLoad_Serialized::RemoveEntity(CEntity* entity)
 {
-    const auto found = std::find(m_entities.begin(), m_entities.end(), RefPtr<CEntity>(entity));
-    if (found != m_entities.end())
-        m_entities.erase(found);
+    const auto found = std::find(m_entities.begin(), m_entities.end(), entity);
+    if (found == m_entities.end())
+        return;
+    const RefPtr<CEntity> releaseLast = std::move(*found);
+    m_entities.erase(found);
 }
 
 CEntity* CEntityArray_SaveLoad_Serialized::Get(int i)

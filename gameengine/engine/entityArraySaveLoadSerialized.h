@@ -43,8 +43,8 @@ public:
     void SetSceneAddition(bool enabled) override { m_sceneAddition = enabled; }
 
 private:
-    std::vector<CEntity*> i_GetEntities() const;
-    bool i_Serialize(std::span<CEntity* const> entities, std::vector<std::byte>& content) const;
+    std::vector<RefPtr<CEntity>> i_GetEntities() const;
+    bool i_Serialize(std::span<const RefPtr<CEntity>> entities, std::vector<std::byte>& content) const;
 
     RefPtr<CInterfaceCollection> m_scene;
     RefPtr<CInterfaceArrayManager> m_manager;

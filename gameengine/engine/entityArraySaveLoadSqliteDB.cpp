@@ -24,11 +24,12 @@ constexpr const char* kSelect = "SELECT id, componentData FROM entities WHERE po
                                 "AND pos_x <= ? AND pos_y <= ? AND pos_z <= ?";
 constexpr const char* kUpdate = "UPDATE entities SET pos_x=?, pos_y=?, pos_z=?, componentData=? WHERE id=:id";
 constexpr const char* kInsert = "INSERT INTO entities VALUES (NULL, 1, ?, ?, ?, ?)";
+constexpr const char* kInsertAgain = "INSERT INTO entities VALUES (?5, 1, ?1, ?2, ?3, ?4)";
 constexpr const char* kDelete = "DELETE FROM entities WHERE id=?";
 constexpr const char* kSelectIds = "SELECT id FROM entities WHERE pos_x >= ? AND pos_y >= ? AND pos_z >= ? "
                                    "AND pos_x <= ? AND pos_y <= ? AND pos_z <= ?";
 constexpr const char* kSelectRow = "SELECT componentData FROM entities WHERE id=?";
-constexpr int kUpdateIdPosition = 5;
+constexpr int kIdPosition = 5; // of kUpdate and kInsertAgain
 constexpr std::size_t kLongestPath = 512;
 
 constexpr std::int32_t kNoSlot = -1;
@@ -37,16 +38,21 @@ constexpr std::int32_t kWritten = -2;
 using Step = sqlite::query::Step;
 } // namespace
 
-CEntityArray_SaveLoad_SqliteDB::CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene)
+CEntityArray_SaveLoad_SqliteDB::CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene,
+                                                               sqlite::OpenMode mode)
     : m_scene(scene),
       m_manager(nullptr)
 {
-    if (m_database.open(GetFileSystem().GetTemporaryFilePath(file ? file : "")) && m_database.tableExists("entities"))
+    if (m_database.open(GetFileSystem().GetTemporaryFilePath(file ? file : ""), mode) &&
+        m_database.tableExists("entities"))
         i_Prepare();
     m_manager = entityStorage::GetManager(scene);
 }
 
-CEntityArray_SaveLoad_SqliteDB::~CEntityArray_SaveLoad_SqliteDB() = default;
+CEntityArray_SaveLoad_SqliteDB::~CEntityArray_SaveLoad_SqliteDB()
+{
+    CEntityArray_SaveLoad_SqliteDB::ClearCache();
+}
 
 bool CEntityArray_SaveLoad_SqliteDB::i_Prepare()
 {
@@ -67,7 +73,7 @@ bool CEntityArray_SaveLoad_SqliteDB::i_PrepareToRead(bool& isEmpty)
 
 bool CEntityArray_SaveLoad_SqliteDB::CreateEmpty()
 {
-    if (!IsOpen())
+    if (!IsOpen() || !i_IsFree())
         return false;
     for (sqlite::query* query : {&m_select, &m_selectIds, &m_selectRow})
         query->reset();
@@ -196,7 +202,7 @@ bool CEntityArray_SaveLoad_SqliteDB::i_IsFree() const
 {
     if (m_busy)
         tamra::log::Error(tamra::log::Quoted(m_database.getPath(), kLongestPath) +
-                          ": a component tried to load or save while it was being loaded or saved");
+                          ": a component turned to the store while it was being loaded or saved");
     return !m_busy;
 }
 
@@ -240,22 +246,31 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveInTransaction(WriteRows writeRows)
 
 bool CEntityArray_SaveLoad_SqliteDB::Save()
 {
+    if (!m_manager)
+        return false;
+    // Referenced: a component may take any of them out of the scene while it is saved.
+    const CEntityArray& array = *m_manager->GetArray();
+    std::vector<RefPtr<CEntity>> entities;
+    entities.reserve(static_cast<std::size_t>(array.GetCount()));
+    for (int i = 0; i < array.GetCount(); ++i)
+        entities.emplace_back(array.Get(i));
     return i_SaveInTransaction(
-               [this]
+               [this, &entities]
                {
-                   const CEntityArray& entities = *m_manager->GetArray();
-                   for (int i = 0; i < entities.GetCount(); ++i)
-                   {
-                       if (!i_SaveEntity(entities.Get(i)))
-                           return false;
-                   }
-                   return i_DeleteRows();
+                   return std::all_of(entities.begin(), entities.end(),
+                                      [this](const auto& entity) { return i_SaveEntity(entity.Get()); }) &&
+                          i_DeleteRows();
                }) &&
            (m_rowsToDelete.clear(), true);
 }
 
 bool CEntityArray_SaveLoad_SqliteDB::SaveEntities(std::span<CEntity* const> entities)
 {
+    // None to one that nobody references: giving it back would delete the entity.
+    std::vector<RefPtr<CEntity>> held;
+    held.reserve(entities.size());
+    for (CEntity* entity : entities)
+        held.emplace_back(entity->GetReferenceCount() > 0 ? entity : nullptr);
     return i_SaveInTransaction(
         [this, entities]
         { return std::all_of(entities.begin(), entities.end(), [this](CEntity* e) { return i_SaveEntity(e); }); });
@@ -274,12 +289,11 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
     Cached* cached = i_FindCached(entity);
     if (!cached)
     {
-        std::int32_t& slot = i_Slot(entity);
-        if (slot == kWritten)
+        if (i_Slot(entity) == kWritten)
             return true;
         if (!i_WriteRow(m_insert, entity))
             return false;
-        slot = kWritten;
+        i_Slot(entity) = kWritten;
         m_written.push_back({entity, m_database.lastInsertRowID(), hash});
         ++m_pending.inserted;
         return true;
@@ -292,10 +306,16 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
         cached->asLoaded = false;
         return true;
     }
-    if (!m_update.bind(kUpdateIdPosition, cached->row) || !i_WriteRow(m_update, entity))
+    if (!m_update.bind(kIdPosition, cached->row) || !i_WriteRow(m_update, entity))
+        return false;
+    const bool updated = m_database.changes() > 0;
+    // Somebody else has deleted the row.
+    sqlite::query insertAgain;
+    if (!updated && !(insertAgain.prepare(m_database, kInsertAgain) && insertAgain.bind(kIdPosition, cached->row) &&
+                      i_WriteRow(insertAgain, entity)))
         return false;
     m_written.push_back({entity, cached->row, hash});
-    ++m_pending.updated;
+    ++(updated ? m_pending.updated : m_pending.inserted);
     return true;
 }
 
@@ -399,7 +419,7 @@ void CEntityArray_SaveLoad_SqliteDB::i_AddToCache(CEntity* entity, std::int64_t 
 void CEntityArray_SaveLoad_SqliteDB::RemoveEntity(CEntity* entity)
 {
     Cached* const cached = i_FindCached(entity);
-    if (!cached)
+    if (!cached || !i_IsFree())
         return;
     const std::int32_t slot = i_Slot(entity);
     m_slotByRow.erase(cached->row);
@@ -416,15 +436,17 @@ void CEntityArray_SaveLoad_SqliteDB::RemoveEntity(CEntity* entity)
 
 void CEntityArray_SaveLoad_SqliteDB::DeleteEntity(CEntity* entity)
 {
-    if (const std::int64_t row = FindRow(entity); row >= 0)
-    {
-        m_rowsToDelete.insert(row);
-        RemoveEntity(entity);
-    }
+    const Cached* const cached = i_FindCached(entity);
+    if (!cached || !i_IsFree())
+        return;
+    m_rowsToDelete.insert(cached->row);
+    RemoveEntity(entity);
 }
 
 void CEntityArray_SaveLoad_SqliteDB::ClearCache()
 {
+    if (!i_IsFree())
+        return;
     // Emptied before the references go: the last one of an entity may call anything.
     const auto releaseLast = std::exchange(m_cache, {});
     m_slots.clear();
@@ -444,6 +466,11 @@ void CEntityArray_SaveLoad_SqliteDB::IterateOverEntities(const std::function<voi
         entities.push_back(cached.entity);
     for (const auto& entity : entities)
         visit(entity.Get());
+}
+
+bool CEntityArray_SaveLoad_SqliteDB::HasRow(const CEntity* entity) const
+{
+    return const_cast<CEntityArray_SaveLoad_SqliteDB*>(this)->i_FindCached(entity) != nullptr;
 }
 
 std::int64_t CEntityArray_SaveLoad_SqliteDB::FindRow(const CEntity* entity) const

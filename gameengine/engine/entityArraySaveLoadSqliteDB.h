@@ -35,14 +35,20 @@ class UDBGroup;
 class TAMRAGAMEENGINE_API CEntityArray_SaveLoad_SqliteDB : public CEntityArray_SaveLoad_Base
 {
 public:
-    /// Opens the file, or makes it. A relative name starts at the file system's temporary folder, which is the current
-    /// one unless set. A scene without an array manager is reported; nothing can then be saved or loaded.
-    CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene);
+    /// Opens the file; `mode` says whether one that is not there is made, or logged and left so. A relative name starts
+    /// at the file system's temporary folder, which is the current one unless set. A scene without an array manager is
+    /// reported; nothing can then be saved or loaded.
+    CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene,
+                                   sqlite::OpenMode mode = sqlite::OpenMode::ReadWriteCreate);
     ~CEntityArray_SaveLoad_SqliteDB() override;
 
     /// Writes new and changed entities of the scene's array, and deletes the rows asked for, in one transaction. A file
-    /// without the "entities" table gets it. When anything fails, file and back end are as before, and the next save
-    /// writes it all again.
+    /// without the "entities" table gets it; a changed entity whose row somebody else has deleted gets it back. When
+    /// anything fails, file and back end are as before, and the next save writes it all again. The entities are those
+    /// of the scene when the call begins.
+    ///
+    /// Components must not turn to the back end while they are loaded or saved: what would load, save, forget or delete
+    /// is refused with a line in the log.
     bool Save() override;
     /// The same for some entities, of the scene or not; pending deletions are left for `Save`.
     bool SaveEntities(std::span<CEntity* const> entities);
@@ -65,7 +71,10 @@ public:
     /// The connection, for queries of one's own; valid as long as the back end.
     sqlite::database& GetDatabase() noexcept { return m_database; }
 
-    /// The row of an entity, -1 when it has none yet.
+    /// True when the back end knows the entity, which then has a row.
+    bool HasRow(const CEntity* entity) const;
+    /// The row of an entity, -1 when it has none yet. Ids that this program gives are positive; a file that another one
+    /// wrote may have any (see `HasRow`).
     std::int64_t FindRow(const CEntity* entity) const;
     /// The entity of a row, null when it is not loaded. Valid while the back end knows it.
     CEntity* FindEntity(std::int64_t row) const;
@@ -95,7 +104,7 @@ private:
         std::uint64_t hash = 0; // of the data last read or written
         bool asLoaded = false;  // read and not written since; see i_IsAsLoaded
     };
-    // What a save in progress has done, to be remembered once it is committed.
+    // What a save in progress has done, to be remembered once it is committed. The save holds references.
     struct Written
     {
         CEntity* entity;

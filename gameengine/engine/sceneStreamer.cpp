@@ -321,7 +321,7 @@ void CSceneStreamer::i_GatherLeaving(Cell& cell, CVector3 focus)
         const bool isLoaded = found != m_cells.end() && found->second->state != Cell::State::Idle;
         if (isLoaded || i_GetDistance(key, focus) <= static_cast<double>(m_settings.keepRadius))
             i_Track(entity);
-        else if (m_store.FindRow(entity) >= 0)
+        else if (m_store.HasRow(entity))
             m_leaving.push_back(entity);
     }
 }
@@ -331,9 +331,9 @@ bool CSceneStreamer::i_LetGo()
 {
     if (m_leaving.empty())
         return true;
+    const std::vector<RefPtr<CEntity>> leaving(m_leaving.begin(), m_leaving.end());
     if (!m_store.SaveEntities(m_leaving))
         return false;
-    const std::vector<RefPtr<CEntity>> leaving(m_leaving.begin(), m_leaving.end());
     for (const auto& entity : leaving)
     {
         // A listener may have taken it out before. The store knows it for as long as it is in the scene: a listener
@@ -379,11 +379,14 @@ bool CSceneStreamer::ReleaseAll()
     {
         for (CEntity* entity : cell->entities)
         {
-            if (m_store.FindRow(entity) >= 0)
+            if (m_store.HasRow(entity))
                 m_leaving.push_back(entity);
         }
     }
-    if (!i_LetGo())
+    m_updating = true;
+    const bool done = i_LetGo();
+    m_updating = false;
+    if (!done)
         return false;
     m_loading.clear();
     for (auto& [key, cell] : m_cells)

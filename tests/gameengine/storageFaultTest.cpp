@@ -26,14 +26,13 @@ protected:
     }
 
     // The file's second row was damaged, in a way that leaves it readable or not.
-    void LoadDamaged(bool isReadable)
+    void LoadDamaged(bool isReadable, std::initializer_list<std::string> lines = {})
     {
         m_store.ClearCache();
         m_scene.GetArray().Clear();
         {
             const std::string line = "world.sdb: the data of entity 2 cannot be read";
-            const ExpectLog expected =
-                isReadable ? ExpectLog(std::initializer_list<std::string>{}) : ExpectLog{line, line};
+            const ExpectLog expected = isReadable ? ExpectLog(lines) : ExpectLog{line, line};
             ASSERT_TRUE(m_store.Load(nullptr, nullptr));
             ASSERT_EQ(m_store.LoadRow(2) != nullptr, isReadable);
         }
@@ -41,12 +40,12 @@ protected:
         ASSERT_TRUE(m_scene.Find("first") && m_scene.Find("third"));
         ASSERT_TRUE(m_scene.GetArray().Validate());
     }
-    void LoadDamaged(std::string_view text)
+    void LoadDamaged(std::string_view text, std::initializer_list<std::string> lines = {})
     {
         const auto* bytes = reinterpret_cast<const std::byte*>(text.data());
         SetBlob(m_store.GetDatabase(), 2, {bytes, bytes + text.size()});
         UDBDatabase data;
-        LoadDamaged(UDBReadWriteBinary(true).Read(bytes, text.size(), *data.AllocateGroup()));
+        LoadDamaged(UDBReadWriteBinary(true).Read(bytes, text.size(), *data.AllocateGroup()), lines);
     }
 };
 } // namespace
@@ -82,7 +81,8 @@ TEST_F(StorageFault, DamagedRowsAreSkippedAndStayInTheFile)
                         "component\0\1\x46type\0\x18"
                         "ComponentTransformDirect\0",
                         44);
-        LoadDamaged(wide);
+        LoadDamaged(wide, {"more than 64 components"});
+        EXPECT_EQ(m_store.FindEntity(2)->GetComponentCount(), 64);
         for (const char* value : {"NULL", "''", "17", "'text'", "zeroblob(1000000)"})
         {
             ASSERT_TRUE(database.execute(Label("UPDATE entities SET componentData=", value, " WHERE id=2").c_str()));

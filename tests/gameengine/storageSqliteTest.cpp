@@ -1,11 +1,15 @@
 #include "gameengine/engine/componentAlwaysVisible.h"
 #include "gameengine/engine/componentRuntimeData.h"
+#include "gameengine/engine/sceneStreamer.h"
 #include "support/storageFixture.h"
 #include "tamradeps/udb/udbGroup.h"
 
+#include <algorithm>
 #include <array>
+#include <deque>
 #include <filesystem>
 #include <limits>
+#include <memory>
 
 #include <gmock/gmock.h>
 
@@ -28,14 +32,39 @@ public:
     void SetProperty(int, CEntityComponentProperty*) override {}
     void SerializerSave(UDBGroup&) override { Meddle(); }
     void SerializerLoad(UDBGroup&) override { Meddle(); }
-    static void Meddle()
+    void Meddle() const
     {
-        EXPECT_FALSE(s_store && s_store->Save());
-        EXPECT_TRUE(!s_store || s_store->Load(nullptr, nullptr));
+        if (!s_store)
+            return;
+        EXPECT_FALSE(s_store->Save());
+        EXPECT_TRUE(s_store->Load(nullptr, nullptr));
+        s_store->RemoveEntity(GetEntity());
+        s_store->DeleteEntity(GetEntity());
+        s_store->ClearCache();
     }
     static inline Store* s_store = nullptr;
 };
 TAMRA_COMPONENT_IMPLEMENT(ComponentMeddler, CEntityComponentRepository);
+
+// Takes all the other entities out of the scene when it is saved.
+class ComponentHermit : public CEntityComponent
+{
+    TAMRA_COMPONENT(ComponentHermit, CEntityComponentRepository, 10998);
+
+public:
+    explicit ComponentHermit(CEntity* entity) : CEntityComponent(TYPEID(), entity) {}
+    ~ComponentHermit() override { i_Unregister(REPOSITORY(), this); }
+    CEntityComponentProperty* GetProperty(int, CEntityComponentProperty*) override { return nullptr; }
+    void SetProperty(int, CEntityComponentProperty*) override {}
+    void SerializerSave(UDBGroup&) override
+    {
+        CEntityArray& array = *GetEntity()->GetInterfaces().GetArrayManager()->GetArray();
+        for (int i = array.GetCount() - 1; i >= 0; --i)
+            if (array.Get(i) != GetEntity())
+                array.Remove(array.Get(i));
+    }
+};
+TAMRA_COMPONENT_IMPLEMENT(ComponentHermit, CEntityComponentRepository);
 
 class StorageSqlite : public StorageTest<Store>
 {
@@ -107,6 +136,12 @@ TEST_F(StorageSqlite, NameChoosesTheBackEnd)
         EXPECT_FALSE(std::filesystem::is_regular_file(path));
     }
     EXPECT_FALSE(CEntityArray_SaveLoad::Save(nullptr, world));
+    for (const char* name : {"missing.sdb", "missing.mfs"})
+    {
+        const ExpectLog expected{name};
+        EXPECT_FALSE(CEntityArray_SaveLoad::Load(m_folder.Path(name).c_str(), world, nullptr, nullptr));
+        EXPECT_FALSE(std::filesystem::exists(m_folder.Path(name)));
+    }
 
     Lines seen;
     EXPECT_TRUE(CEntityArray_SaveLoad::Load(
@@ -155,6 +190,30 @@ TEST_F(StorageSqlite, OnlyNewAndChangedEntitiesAreWritten)
                   Lines{Label(m_store.FindRow(moved), "|0.0")});
     }
     EXPECT_EQ(LoadContent(m_path), m_scene.GetContent());
+}
+
+// Rows that another program has deleted, or numbered otherwise.
+TEST_F(StorageSqlite, ForeignHandsOnRowsLoseNothing)
+{
+    CEntity* const entity = m_scene.Add("a", {});
+    ASSERT_TRUE(m_store.Save());
+    Query(m_path, "DELETE FROM entities");
+    Rename(entity, "b");
+    CEntity* const twice[] = {entity, entity};
+    ASSERT_TRUE(m_store.SaveEntities(twice));
+    EXPECT_EQ(LoadContent(m_path), m_scene.GetContent());
+    EXPECT_EQ(Query(m_path, "SELECT id FROM entities"), Lines{Label(m_store.FindRow(entity))});
+
+    Query(m_path, "UPDATE entities SET id=-1");
+    m_store.ClearCache();
+    m_scene.GetArray().Clear();
+    CSceneStreamer streamer(m_store, m_scene.GetArray(), {});
+    EXPECT_TRUE(streamer.Finish({}) && m_scene.GetArray().GetCount() == 1);
+    EXPECT_TRUE(streamer.ReleaseAll() && m_scene.GetArray().GetCount() == 0);
+    ASSERT_TRUE(m_store.Load(nullptr, nullptr));
+    m_store.DeleteEntity(m_scene.Find("b"));
+    m_scene.GetArray().Clear();
+    EXPECT_TRUE(m_store.Save() && LoadContent(m_path).empty());
 }
 
 TEST_F(StorageSqlite, RegionBoundsAreInclusiveAndMayBeOpen)
@@ -281,12 +340,77 @@ TEST_F(StorageSqlite, ComponentsCannotDisturbTheirOwnLoadingOrSaving)
     SaveWorld();
     {
         ComponentMeddler::s_store = &m_store;
-        // A save and a row while it is read, a save while it is saved.
-        const std::string refused = "tried to load or save";
-        const ExpectLog expected{refused, refused, refused};
+        // Saving, a row and the cache while it is read; saving, forgetting, deleting and the cache while it is saved.
+        const std::string refused = "turned to the store while";
+        const ExpectLog expected{refused, refused, refused, refused, refused, refused, refused};
         EXPECT_TRUE(m_store.Load(nullptr, nullptr) && m_store.Save());
+        EXPECT_EQ(m_store.GetEntityCount(), 1);
         ComponentMeddler::s_store = nullptr;
     }
     EXPECT_EQ(m_scene.GetContent(), m_world.GetContent());
     types.Remove(types.FindByName("ComponentMeddler"));
+}
+
+// Both stores: a component that takes entities away, of which some were saved before and others wait for it.
+TEST_F(StorageSqlite, ComponentsMayTakeEntitiesAwayDuringSave)
+{
+    auto& types = CEntityComponentTypeDatabase::Instance();
+    types.Add("ComponentHermit", ComponentHermit::TYPEID(), &ComponentHermit::CreateComponent);
+    for (const std::string& path : {m_path, m_folder.Path("world.mfs")})
+    {
+        for (int i = 0; i < 7; ++i)
+        {
+            CEntity* const entity = m_scene.Add(Label("e", i), {});
+            if (i == 3)
+                AddComponents<ComponentHermit>(*entity);
+        }
+        const Content content = m_scene.GetContent();
+        EXPECT_TRUE(CEntityArray_SaveLoad::Save(path.c_str(), m_scene.GetInterfaces()));
+        EXPECT_EQ(m_scene.GetArray().GetCount(), 1);
+        EXPECT_EQ(LoadContent(path), content);
+        m_scene.GetArray().Clear();
+    }
+    types.Remove(types.FindByName("ComponentHermit"));
+}
+
+// Both stores: entities that only the store holds turn to it when they die, by being forgotten or with the store.
+TEST_F(StorageSqlite, DyingEntitiesMayTurnToTheStore)
+{
+    for (int i = 0; i < 5; ++i)
+        m_world.Add(Label("e", i), {});
+    SaveWorld();
+    const std::string other = m_folder.Path("world.mfs");
+    ASSERT_TRUE(CEntityArray_SaveLoad::Save(other.c_str(), m_world.GetInterfaces()));
+    CInterfaceCollection* const interfaces = m_scene.GetInterfaces();
+    const int before = CEntity::GetLiveCount();
+    for (int round = 0; round < 4; ++round)
+    {
+        std::unique_ptr<CEntityArray_SaveLoad_Base> store;
+        if (round % 2 == 0)
+            store = std::make_unique<Store>(m_path.c_str(), interfaces);
+        else
+            store = std::make_unique<CEntityArray_SaveLoad_Serialized>(other.c_str(), interfaces);
+        store->SetSceneAddition(false);
+        ASSERT_TRUE(store->Load(nullptr, nullptr));
+        std::deque<CEventSubscription> listeners;
+        store->IterateOverEntities(
+            [&, raw = store.get()](CEntity* entity)
+            {
+                const auto forget = [raw, entity](const EventMessage&)
+                {
+                    raw->RemoveEntity(entity);
+                    raw->RemoveEntity(raw->Get(0));
+                };
+                listeners.emplace_back(forget).Subscribe(entity->Events());
+            });
+        if (round < 2)
+            store->RemoveEntity(store->Get(1));
+        else
+            store.reset();
+        EXPECT_EQ(CEntity::GetLiveCount(), before);
+    }
+    auto* const unreferenced = new CEntity(interfaces);
+    CEntityArray_SaveLoad_Serialized(other.c_str(), interfaces).RemoveEntity(unreferenced);
+    EXPECT_EQ(CEntity::GetLiveCount(), before + 1);
+    const RefPtr<CEntity> reference(unreferenced);
 }

@@ -252,7 +252,7 @@ TEST_F(EditorEdits, TakesBackWhatCameAndWentInItsOldPlace)
 TEST_F(EditorEdits, ForgetsOldEditsAndAfterANewOneWhatWasTakenBack)
 {
     for (std::size_t i = 0; i < CEditorHistory::kMaxEdits + 20; ++i)
-        Run("ent.set 2 Scale " + std::to_string(i + 1));
+        m_engine->GetConsole().Execute("ent.set 2 Scale " + std::to_string(i + 1));
     std::size_t count = 0;
     for (; Town().Undo(); ++count)
         EXPECT_TRUE(Town().CanRedo());
