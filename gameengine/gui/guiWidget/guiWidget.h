@@ -245,7 +245,6 @@ private:
     bool m_isFocusable = false;
     bool m_takesTab = false;
     bool m_keepsPicture = false;
-    bool m_hasPosted = false; // there may be events of it
     GuiCursor m_cursor = GuiCursor::Arrow;
     GuiStyle m_style;
     GuiContext* m_context;
@@ -266,6 +265,8 @@ private:
     GuiDock m_dock = GuiDock::None;
     std::uint32_t m_anchorMask = kAnchorLeft | kAnchorTop;
     GuiWidget* m_parent = nullptr;
+    std::uint64_t m_modalNumber = 0;    // among the context's modals; 0 when it is none
+    std::shared_ptr<GuiWidget*> m_self; // for those that refer to it; null until there are any
     std::shared_ptr<GuiCallback*> m_callback;
     std::string m_id;
     std::string m_toolTip;
