@@ -3,6 +3,7 @@
 #include "corvex/window.h"
 #include "gameengine/gui/draw2D/font.h"
 #include "gameengine/gui/draw2D/latin1.h"
+#include "gameengine/gui/guiWidget/guiFocusInternal.h"
 #include "gameengine/gui/guiWidget/guiLayout.h"
 
 namespace gui
@@ -49,12 +50,16 @@ bool GuiInputAdapter::TakesMouse() const
 {
     const Vec2<int> mouse = m_context.GetMousePos();
     GuiFreeLayout& root = m_context.GetRoot();
-    return m_context.GetInputWidget() || m_context.GetModal() || root.GetHoverWidget(mouse.x, mouse.y) != &root;
+    if (m_context.GetInputWidget() || m_context.GetModal())
+        return true;
+    const GuiWidget* const hover = root.GetHoverWidget(mouse.x, mouse.y);
+    return hover && hover != &root;
 }
 
 bool GuiInputAdapter::TakesKeys() const
 {
-    return m_context.GetInputWidget() || m_context.GetFocusWidget() || m_context.GetModal();
+    const GuiWidget* const focus = m_context.GetFocusWidget();
+    return m_context.GetInputWidget() || (focus && focus->IsShown()) || m_context.GetModal();
 }
 
 bool GuiInputAdapter::OnKeyChar(int character)
@@ -69,7 +74,8 @@ bool GuiInputAdapter::OnKeyDown(int key)
 {
     m_keys.insert(key);
     m_context.PushKeyPress(static_cast<unsigned>(key));
-    return TakesKeys() || key == renderer::kKeyTab;
+    return TakesKeys() ||
+           (key == renderer::kKeyTab && FindNextFocus(m_context.GetRoot(), m_context.GetFocusWidget(), 1));
 }
 
 bool GuiInputAdapter::OnKeyUp(int key)

@@ -53,7 +53,7 @@ struct TAMRAGAMEENGINE_API FontBody
 /// A font of bitmaps for the 256 characters of Latin-1, a byte for each.
 ///
 /// The texture is made with the active renderer; where that has no device the font can still be measured. A `Create`
-/// that fails logs one line and leaves the font invalid, whatever it was before.
+/// that fails leaves the font invalid, whatever it was before, and logs one line; those that are not supported do not.
 ///
 ///     gui::Font font;
 ///     if (font.Create("fonts/segoe.fnt"))
@@ -70,7 +70,8 @@ public:
     /// From a .fnt file that the file system finds.
     bool Create(const std::string& fileName);
     /// From a picture of equal cells, left to right and top to bottom, one for each character of the charset. `pixels`
-    /// are `imageWidth` x `imageHeight` colours 0xAABBGGRR, rows from top to bottom. Characters are a pixel apart.
+    /// are `imageWidth` x `imageHeight` colours 0xAABBGGRR, rows from top to bottom. Characters are a pixel apart. A
+    /// picture is at most 999 wide and high, because a file would not hold a glyph's place beyond that; a cell 512.
     bool Create(int imageWidth, int imageHeight, const std::uint32_t* pixels, int cellWidth, int cellHeight,
                 int lineHeight, const char* charset);
     /// Not supported: lets go of the font and answers false.

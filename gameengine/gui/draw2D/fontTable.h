@@ -14,8 +14,9 @@ class TAMRAGAMEENGINE_API FontTable : public NonCopyable
 public:
     FontTable();
 
-    /// The font of a bank, or the pixel font where that is not valid, so that there is always one to draw with.
-    /// `TFB_COUNT` and above print a line and stop the program; below 0 is the pixel font.
+    /// The font of a bank, or the pixel font where that is not valid, so that there is one to draw with as long as
+    /// nobody replaces the pixel font itself by one that fails. `TFB_COUNT` and above print a line and stop the
+    /// program; below 0 is the pixel font.
     const Font& Get(int bank) const
     {
         if (static_cast<unsigned>(bank) < TFB_COUNT && m_fonts[static_cast<std::size_t>(bank)].IsValid())

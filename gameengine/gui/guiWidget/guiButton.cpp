@@ -5,6 +5,7 @@
 #include "gameengine/gui/guiWidget/guiStream.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace gui
 {
@@ -178,7 +179,7 @@ void GuiCheckBox::myLoad(GuiStream& stream)
 
 std::vector<GuiRadioButton*> GuiRadioButton::i_GetGroup()
 {
-    const GuiLayout* const layout = GetParent() ? GetParent()->AsLayout() : nullptr;
+    const GuiLayout* const layout = GetOwner();
     if (!layout)
         return {this};
     std::vector<GuiRadioButton*> group;
@@ -265,17 +266,22 @@ void GuiRadioButton::myLoad(GuiStream& stream)
     if (!stream.ReadInteger(selected))
         return;
     m_isSelected = selected != 0;
-    // Of several the last one of the file counts. This one is not among the children yet.
-    const GuiLayout* const layout = m_isSelected && GetParent() ? GetParent()->AsLayout() : nullptr;
-    for (std::size_t i = layout ? layout->GetChildCount() : 0; i > 0; --i)
+    if (m_isSelected)
+        Select();
+}
+
+void GuiRadioButton::KeepLastSelected(GuiLayout& layout)
+{
+    std::unordered_set<int> groups;
+    for (std::size_t i = layout.GetChildCount(); i > 0; --i)
     {
-        GuiWidget* const child = layout->GetChild(i - 1);
-        auto* const other = child->GetType() == GetType() ? dynamic_cast<GuiRadioButton*>(child) : nullptr;
-        if (other && other->m_group == m_group && other->m_isSelected && other != this)
-        {
-            other->m_isSelected = false;
-            return other->Redraw();
-        }
+        GuiWidget* const child = layout.GetChild(i - 1);
+        auto* const radio =
+            child->GetType() == GuiWidgetType::RadioButton ? dynamic_cast<GuiRadioButton*>(child) : nullptr;
+        if (!radio || !radio->m_isSelected || groups.insert(radio->m_group).second)
+            continue;
+        radio->m_isSelected = false;
+        radio->Redraw();
     }
 }
 } // namespace gui

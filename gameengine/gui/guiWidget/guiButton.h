@@ -106,6 +106,9 @@ public:
 
     bool IsSelected() const noexcept { return m_isSelected; }
     void Select();
+    /// Deselects all but the last child of each group. For those that were selected before they were added, such as the
+    /// ones of `CreateWidgetFromStream`; `ReadWidgets` calls it.
+    static void KeepLastSelected(GuiLayout& layout);
     int GetGroup() const noexcept { return m_group; }
     void SetGroup(int group) noexcept { m_group = group; }
     int GetValue() const noexcept { return m_value; }

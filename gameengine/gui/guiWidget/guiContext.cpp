@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -18,9 +19,18 @@ constexpr float kToolTipDelay = 0.5F; // seconds
 constexpr std::size_t kManyRedrawn = 1024;
 constexpr Vec2<int> kToolTipOffset{12, 18};
 
+// Null, or a place that turns null with the widget.
+using WidgetReference = std::shared_ptr<GuiWidget*>;
+
+GuiWidget* Resolve(const WidgetReference& reference)
+{
+    return reference ? *reference : nullptr;
+}
+
 struct Posted
 {
     std::shared_ptr<GuiCallback*> callback;
+    WidgetReference source;
     std::string name;
     GuiEvent event;
 };
@@ -28,7 +38,7 @@ struct Posted
 struct Modal
 {
     GuiWidget* widget;
-    GuiWidget* focusBefore; // null for none
+    WidgetReference focusBefore;
 };
 
 // Each widget knows its place, so that twenty thousand of them leave as fast as they came. Who leaves while somebody
@@ -140,8 +150,8 @@ public:
     GuiWidget* GetModal() const override
     {
         const auto last = std::find_if(m_modals.rbegin(), m_modals.rend(),
-                                       [](const Modal& modal) { return modal.widget->IsShown(); });
-        return last == m_modals.rend() ? nullptr : last->widget;
+                                       [](const auto& entry) { return entry.second.widget->IsShown(); });
+        return last == m_modals.rend() ? nullptr : last->second.widget;
     }
     bool ReturnFocus(const GuiWidget& modal) override;
     void ForgetWidget(GuiWidget* widget) override;
@@ -149,9 +159,7 @@ public:
     {
         if (!callback)
             return;
-        if (event.source)
-            event.source->m_hasPosted = true;
-        m_queues[m_current].push_back({callback->GetSelf(), std::string(name), event});
+        m_queues[m_current].push_back({callback->GetSelf(), i_Refer(event.source), std::string(name), event});
     }
 
     void Update(float seconds) override;
@@ -194,6 +202,12 @@ public:
     void RenderWidget(GuiWidget& widget) override;
 
 private:
+    static WidgetReference i_Refer(GuiWidget* widget)
+    {
+        if (widget && !widget->m_self)
+            widget->m_self = std::make_shared<GuiWidget*>(widget);
+        return widget ? widget->m_self : nullptr;
+    }
     // What looks otherwise when it is hovered or in focus; layouts draw what is theirs by themselves.
     void i_Change(GuiWidget*& current, GuiWidget* next)
     {
@@ -235,8 +249,9 @@ private:
     GuiWidget* m_hover = nullptr;
     GuiWidget* m_focus = nullptr;
     GuiWidget* m_input = nullptr;
-    std::vector<Modal> m_modals;
-    std::vector<GuiWidget*> m_told; // layouts above what was clicked; null when they are gone
+    std::map<std::uint64_t, Modal> m_modals; // in the order in which they became so
+    std::uint64_t m_modalCount = 0;          // ever
+    std::vector<GuiWidget*> m_told;          // layouts above what was clicked; null when they are gone
     std::function<void(const std::string&)> m_setClipboard;
     std::function<std::string()> m_getClipboard;
     std::string m_clipboard;
@@ -263,11 +278,12 @@ private:
 
 void GuiContextI::SetModal(GuiWidget& widget, bool modal)
 {
-    std::erase_if(m_modals, [&](const Modal& other) { return other.widget == &widget; });
+    m_modals.erase(std::exchange(widget.m_modalNumber, 0));
     if (!modal)
         return;
     const bool isFocusElsewhere = m_focus && !m_focus->IsWithin(widget);
-    m_modals.push_back({&widget, isFocusElsewhere ? m_focus : nullptr});
+    widget.m_modalNumber = ++m_modalCount;
+    m_modals[widget.m_modalNumber] = {&widget, i_Refer(isFocusElsewhere ? m_focus : nullptr)};
     if (isFocusElsewhere)
         GrabFocus(nullptr);
     if (m_input && !m_input->IsWithin(widget))
@@ -276,11 +292,11 @@ void GuiContextI::SetModal(GuiWidget& widget, bool modal)
 
 bool GuiContextI::ReturnFocus(const GuiWidget& modal)
 {
-    const auto found =
-        std::find_if(m_modals.begin(), m_modals.end(), [&](const Modal& other) { return other.widget == &modal; });
-    if (found == m_modals.end() || !found->focusBefore || !found->focusBefore->IsShown())
+    const auto found = m_modals.find(modal.m_modalNumber);
+    GuiWidget* const before = found == m_modals.end() ? nullptr : Resolve(found->second.focusBefore);
+    if (!before || !before->IsShown())
         return false;
-    GrabFocus(found->focusBefore);
+    GrabFocus(before);
     return true;
 }
 
@@ -291,22 +307,12 @@ void GuiContextI::ForgetWidget(GuiWidget* widget)
         if (*pointer == widget)
             *pointer = nullptr;
     }
-    std::erase_if(m_modals, [&](const Modal& modal) { return modal.widget == widget; });
-    for (Modal& modal : m_modals)
-        modal.focusBefore = modal.focusBefore == widget ? nullptr : modal.focusBefore;
+    m_modals.erase(std::exchange(widget->m_modalNumber, 0));
     std::replace(m_told.begin(), m_told.end(), widget, static_cast<GuiWidget*>(nullptr));
     for (CWidgetList* const list : {&m_ticking, &m_overlays, &m_redrawn, &m_unkept})
         list->Remove(*widget);
-    if (!std::exchange(widget->m_hasPosted, false))
-        return;
-    for (std::vector<Posted>& queue : m_queues)
-    {
-        for (Posted& posted : queue)
-        {
-            if (posted.event.source == widget)
-                posted.event.source = nullptr;
-        }
-    }
+    if (const WidgetReference self = std::exchange(widget->m_self, nullptr))
+        *self = nullptr;
 }
 
 void GuiContextI::Update(float seconds)
@@ -452,7 +458,9 @@ void GuiContextI::i_DeliverEvents(const bool& died)
         if (GuiCallback* const callback = *queue[i].callback)
         {
             const std::string name = queue[i].name;
-            callback->OnGuiEvent(name.c_str(), GuiEvent(queue[i].event));
+            GuiEvent event = queue[i].event;
+            event.source = Resolve(queue[i].source);
+            callback->OnGuiEvent(name.c_str(), event);
             if (died)
                 return;
         }

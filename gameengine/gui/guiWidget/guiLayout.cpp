@@ -80,6 +80,7 @@ int GuiLayout::UpdateLayout()
 void GuiLayout::myAdopt(GuiWidget& child)
 {
     child.SetParent(this);
+    child.m_owner = this;
     if (IsLocked())
         child.SetLocked(true);
     InvalidateLayout();
@@ -89,6 +90,7 @@ void GuiLayout::myAdopt(GuiWidget& child)
 void GuiLayout::myDisown(GuiWidget& child)
 {
     child.SetParent(nullptr);
+    child.m_owner = nullptr;
     InvalidateLayout();
 }
 

@@ -71,8 +71,8 @@ struct GuiNodeView
 /// Nodes with input and output pins, and links between these: what a `GuiNodeWidget` shows. An output may have any
 /// number of links, an input has one at most. Nothing is drawn here.
 ///
-/// Nodes are found by place through a grid, without visiting all of them. Adding, moving or removing a node costs its
-/// pins, links and cells of the grid, however many nodes there are.
+/// Nodes are found by place through a grid, without visiting all of them. Adding a node costs its pins and cells of the
+/// grid; moving or removing one its links too, and the nodes that lie in these cells, however many there are elsewhere.
 ///
 /// The text of a graph is records with a semicolon between them, and their fields with one space between them:
 ///

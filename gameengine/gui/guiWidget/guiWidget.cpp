@@ -101,8 +101,8 @@ void GuiWidget::OnUpdateRect(const GuiRecti& rect)
     if (m_rect == rect)
         return;
     m_rect = rect;
-    if (m_parentLayout)
-        m_parentLayout->OnChildMoved();
+    if (m_owner)
+        m_owner->OnChildMoved();
     m_context->RequestPicture();
 }
 
@@ -152,12 +152,6 @@ GuiCallback* GuiWidget::GetCallback() const noexcept
 void GuiWidget::SetCallback(GuiCallback* callback)
 {
     m_callback = callback ? callback->GetSelf() : nullptr;
-}
-
-void GuiWidget::SetParent(GuiWidget* parent) noexcept
-{
-    m_parent = parent;
-    m_parentLayout = parent ? parent->m_asLayout : nullptr;
 }
 
 void GuiWidget::SetStyle(GuiStyle style)
@@ -275,7 +269,7 @@ GuiWidget* GuiWidget::FindChildNotNull(std::string_view id)
 
 void GuiWidget::DestroySelf()
 {
-    if (m_parentLayout && m_parentLayout->RemoveChild(this)) // deletes it
+    if (m_owner && m_owner->RemoveChild(this)) // deletes it
         return;
     delete this;
 }
@@ -359,21 +353,14 @@ bool GuiWidget::Load(GuiStream& stream)
 void GuiWidget::InvalidateLayout()
 {
     m_context->RequestPicture();
-    if (m_asLayout && m_parentLayout)
-        m_parentLayout->m_needsLayout = true;
-    GuiLayout* const layout = m_asLayout ? m_asLayout : m_parentLayout;
+    if (m_asLayout && m_owner)
+        m_owner->m_needsLayout = true;
+    GuiLayout* const layout = m_asLayout ? m_asLayout : m_owner;
     if (!layout)
         return;
     layout->m_needsLayout = true;
-    for (GuiWidget* widget = layout->m_parent; widget; widget = widget->m_parent)
-    {
-        if (GuiLayout* const above = widget->m_asLayout)
-        {
-            if (above->m_childNeedsLayout)
-                return;
-            above->m_childNeedsLayout = true;
-        }
-    }
+    for (GuiLayout* above = layout->m_owner; above && !above->m_childNeedsLayout; above = above->m_owner)
+        above->m_childNeedsLayout = true;
 }
 
 void GuiWidget::Redraw()

@@ -115,7 +115,11 @@ public:
     const std::string& GetId() const noexcept { return m_id; }
     void SetId(std::string_view id) { m_id = id; }
     GuiWidget* GetParent() const noexcept { return m_parent; }
-    void SetParent(GuiWidget* parent) noexcept;
+    /// Where events, keys and clicks go on to, and what depth and relative position are told from. Not owned: it must
+    /// live as long as it is the parent. The layout that owns the widget stays the same.
+    void SetParent(GuiWidget* parent) noexcept { m_parent = parent; }
+    /// The layout that owns it; null for none.
+    GuiLayout* GetOwner() const noexcept { return m_owner; }
     /// This as what holds other widgets; null when it is none.
     GuiLayout* AsLayout() noexcept { return m_asLayout; }
     const GuiLayout* AsLayout() const noexcept { return m_asLayout; }
@@ -191,7 +195,8 @@ public:
     /// that lies too deep for the stream.
     bool Save(GuiStream& stream) const;
     /// Reads such a line. False when it is that of another type, or too deep: then nothing more of it was read. The
-    /// parent becomes the one that the stream has for the level above; adding it there is up to the caller.
+    /// parent becomes the one that the stream has for the level above; adding it there is up to the caller, and a
+    /// layout that owns it already still does.
     bool Load(GuiStream& stream);
 
     /// Places what is inside anew before the next picture.
@@ -240,12 +245,11 @@ private:
     bool m_isFocusable = false;
     bool m_takesTab = false;
     bool m_keepsPicture = false;
-    bool m_hasPosted = false; // there may be events of it
     GuiCursor m_cursor = GuiCursor::Arrow;
     GuiStyle m_style;
     GuiContext* m_context;
     GuiLayout* m_asLayout = nullptr;
-    GuiLayout* m_parentLayout = nullptr; // the same as m_parent, when that is a layout
+    GuiLayout* m_owner = nullptr; // has it as a child, whatever m_parent is
     GuiSizePolicy m_sizePolicy;
     Vec2<float> m_minimumSize;
     Vec2<float> m_preferredSize;
@@ -261,6 +265,8 @@ private:
     GuiDock m_dock = GuiDock::None;
     std::uint32_t m_anchorMask = kAnchorLeft | kAnchorTop;
     GuiWidget* m_parent = nullptr;
+    std::uint64_t m_modalNumber = 0;    // among the context's modals; 0 when it is none
+    std::shared_ptr<GuiWidget*> m_self; // for those that refer to it; null until there are any
     std::shared_ptr<GuiCallback*> m_callback;
     std::string m_id;
     std::string m_toolTip;

@@ -21,6 +21,7 @@
 #include <cstdio>
 #include <limits>
 #include <string_view>
+#include <unordered_set>
 
 namespace gui
 {
@@ -99,6 +100,7 @@ private:
     int m_lastDepth = -1;  // of the last widget that was placed
     int m_leftOut = kNone; // lines deeper than this belong to one that was left out
     bool m_begun = false;
+    std::unordered_set<GuiLayout*> m_withRadios;
 };
 
 bool Reader::ReadAll()
@@ -114,6 +116,8 @@ bool Reader::ReadAll()
         i_ReadLine();
         more = m_stream.EndLine();
     }
+    for (GuiLayout* const layout : m_withRadios)
+        GuiRadioButton::KeepLastSelected(*layout);
     return m_faultCount == 0;
 }
 
@@ -164,11 +168,14 @@ const char* Reader::i_Place(int depth, std::int32_t word)
     std::unique_ptr<GuiWidget> widget = CreateWidgetFromStream(m_target.GetContext(), m_stream);
     if (!widget)
         return "unknown type";
+    const bool isRadio = widget->GetType() == GuiWidgetType::RadioButton;
     const char* reason = i_CheckFieldCount();
     if (!reason && !parent->AddChild(std::move(widget)))
         reason = "its parent takes no more children";
     if (reason)
         m_stream.SetParent(depth, nullptr);
+    else if (isRadio)
+        m_withRadios.insert(parent);
     return reason;
 }
 

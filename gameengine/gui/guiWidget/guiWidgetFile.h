@@ -36,7 +36,8 @@ struct GuiReadFault
 ///
 /// A line with another number of fields than its type has, of an unknown type, or in a place without a parent that
 /// takes it is left out together with the lines below it; a field that is not what it should be keeps its default. Each
-/// is one entry of `faults`, if given. After 1000 of them, what remains is left out.
+/// is one entry of `faults`, if given. After 1000 of them, what remains is left out. Of several selected radio buttons
+/// of a group the last one stays selected.
 ///
 /// False if there was any fault. The cost is that of the bytes.
 TAMRAGAMEENGINE_API bool ReadWidgets(GuiWidget& parent, GuiStream& stream, std::vector<GuiReadFault>* faults = nullptr);
