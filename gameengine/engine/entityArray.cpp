@@ -11,6 +11,7 @@ CEntityArray::~CEntityArray()
 {
     // Of an array deleted directly, a listener's reference must not be the last one.
     _AddRef();
+    m_isBeingDestroyed = true;
     Clear();
 }
 
@@ -23,6 +24,8 @@ void CEntityArray::Add(CEntity* entity)
 {
     const RefPtr<CEntityArray> keepThis = i_Keep();
     const RefPtr<CEntity> keep(entity);
+    if (m_isBeingDestroyed)
+        return;
     // Counted by hand: entities added twice hold two references and stand in the set once.
     entity->_AddRef();
     m_entities.Insert(entity);

@@ -31,7 +31,7 @@ public:
     CEntityArray();
     CEntityArray(const CEntityArray&) = delete;
     CEntityArray& operator=(const CEntityArray&) = delete;
-    /// Removes every entity, as `Clear` does.
+    /// Removes every entity, as `Clear` does. Entities that a listener adds meanwhile are refused.
     ~CEntityArray() override;
 
     const char* GetTypeString() override;
@@ -87,4 +87,5 @@ private:
     CEventHandler m_events;
     std::vector<DatabaseEntry> m_componentDatabases; // sorted by type id
     CSortedPointerArray<CEntity> m_entities;
+    bool m_isBeingDestroyed = false;
 };
