@@ -74,7 +74,8 @@ public:
 
     /// Opens the list for changes: the arrays that hold the entity withdraw its components from their databases.
     void LockComponentList();
-    /// Closes it: the arrays enter the components again, and each component is told.
+    /// Closes it: the arrays enter the components again, and each component is told. Components that are listed
+    /// already, because the list was not locked, stay listed once.
     void UnlockComponentList();
     bool IsComponentListLocked() const noexcept { return m_componentListLocked; }
 
@@ -134,12 +135,13 @@ private:
             i_LeaveEachArray();
     }
     void i_LeaveEachArray();
-    void i_ScanInArrays(bool add)
+    void i_WithdrawFromArrays()
     {
         if (!m_arrays.IsEmpty())
-            i_ScanInEachArray(add);
+            i_ScanInEachArray(false, true);
     }
-    void i_ScanInEachArray(bool add);
+    // Enters the components into each array's databases, or withdraws them. `mayBeListed` as there.
+    void i_ScanInEachArray(bool add, bool mayBeListed);
     // Takes a dying component off the list, or off the list of those that are about to be deleted.
     void i_Forget(const CEntityComponent* component) noexcept;
 
