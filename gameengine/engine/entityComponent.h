@@ -116,6 +116,9 @@ protected:
     /// False for a loose copy, and after `CEntity::RemoveComponent`: the entity may then be gone.
     bool i_IsInEntity() const noexcept { return m_inEntity != 0; }
 
+    /// The entity's index when this component was made, -1 for a loose copy. Unlike the entity, always safe to ask.
+    std::int32_t i_GetEntityIndex() const noexcept { return m_index; }
+
     /// Lets all listeners go. For destructors of classes whose listeners must not see them half destroyed.
     void i_DropListeners() noexcept
     {
