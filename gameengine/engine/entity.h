@@ -81,7 +81,7 @@ public:
 
     CEventHandler& Events() noexcept { return m_events; }
 
-    /// The index, -1 while the entity is being destroyed.
+    /// The index. Valid to the end of the destructor, for listeners and dying components too.
     std::int32_t GetIndex() const noexcept { return m_index; }
     /// Number of entities created before this one in the process, modulo 2^32.
     std::uint32_t GetSerial() const noexcept { return m_serial; }
