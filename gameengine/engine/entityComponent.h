@@ -70,7 +70,7 @@ public:
 
     bool Equals(const CEntityComponent* other) const noexcept { return this == other; }
 
-    /// Position of the property of that name, compared byte by byte; -1 when there is none.
+    /// Position of the property of that name, compared byte by byte; -1 when there is none, or for null.
     int FindProperty(const char* name);
     /// Sets a property by name; false when there is none.
     bool SetPropertyTo(const char* name, const CEntityComponentProperty& property);
