@@ -129,7 +129,7 @@ void CEntity::i_LeaveEachArray()
 void CEntity::i_ScanInEachArray(bool add, bool mayBeListed)
 {
     std::uint32_t i = 0;
-    // A listener that turns the lock has settled the rest.
+    // A listener that locks the list again has settled the rest.
     while (i < m_arrays.GetCount() && m_componentListLocked != add)
     {
         CEntityArray* const array = m_arrays[i];
@@ -148,11 +148,18 @@ void CEntity::LockComponentList()
 {
     const RefPtr<CEntity> keep = i_Keep();
     m_componentListLocked = true;
-    i_WithdrawFromArrays();
+    if (m_arrays.IsEmpty())
+        return;
+    const bool wasLocking = std::exchange(m_isLocking, true);
+    i_ScanInEachArray(false, true);
+    m_isLocking = wasLocking;
 }
 
 void CEntity::UnlockComponentList()
 {
+    // A listener's, inside somebody's call of LockComponentList, who will unlock it.
+    if (m_isLocking)
+        return;
     const RefPtr<CEntity> keep = i_Keep();
     const bool wasLocked = std::exchange(m_componentListLocked, false);
     if (!m_arrays.IsEmpty())
@@ -203,7 +210,6 @@ void CEntity::i_DestroyComponents()
         TAMRA_PREFETCH(component);
     m_components.Clear();
     m_componentListLocked = true;
-    i_WithdrawFromArrays();
     m_dying = &components;
     // Front to back; a component that takes a sibling with it leaves a gap.
     for (std::uint32_t i = 0; i < components.GetCount(); ++i)

@@ -73,6 +73,7 @@ public:
     }
 
     /// Opens the list for changes: the arrays that hold the entity withdraw its components from their databases.
+    /// Listeners that lock and unlock it meanwhile leave it locked.
     void LockComponentList();
     /// Closes it: the arrays enter the components again, and each component is told. Components that are listed
     /// already, because the list was not locked, stay listed once.
@@ -135,11 +136,6 @@ private:
             i_LeaveEachArray();
     }
     void i_LeaveEachArray();
-    void i_WithdrawFromArrays()
-    {
-        if (!m_arrays.IsEmpty())
-            i_ScanInEachArray(false, true);
-    }
     // Enters the components into each array's databases, or withdraws them. `mayBeListed` as there.
     void i_ScanInEachArray(bool add, bool mayBeListed);
     // Takes a dying component off the list, or off the list of those that are about to be deleted.
@@ -152,6 +148,7 @@ private:
     std::uint32_t m_serial;
     CEventHandler m_events;
     bool m_componentListLocked = false;
+    bool m_isLocking = false;
     bool m_isBeingDestroyed = false;
     CPointerArray<CEntityComponent, 8>* m_dying = nullptr; // while the components are being deleted
 };

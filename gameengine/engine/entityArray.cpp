@@ -115,7 +115,6 @@ bool CEntityArray::i_WithdrawComponents(CEntity* entity, bool& isHeard)
     const RefPtr<CEntityArray> keepThis = i_Keep();
     if (m_componentDatabases.empty())
         return true;
-    const bool isLocked = entity->IsComponentListLocked();
     for (int i = 0; i < entity->GetComponentCount(); ++i)
     {
         CEntityComponent* component = entity->GetComponent(i);
@@ -128,9 +127,6 @@ bool CEntityArray::i_WithdrawComponents(CEntity* entity, bool& isHeard)
         if (!isTold) [[likely]]
             continue;
         isHeard = true;
-        // Unlocking the list, the listener has entered everything anew.
-        if (isLocked && !entity->IsComponentListLocked())
-            return true;
         if (entity->GetComponent(i) != component)
             i = -1;
     }
