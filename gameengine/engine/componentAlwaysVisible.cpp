@@ -9,9 +9,11 @@ ComponentAlwaysVisible::ComponentAlwaysVisible(CEntity* entity) : CEntityCompone
 
 ComponentAlwaysVisible::~ComponentAlwaysVisible()
 {
-    if (i_IsInEntity())
+    // Taken out of the list it may outlive the entity: then the index counts until another one has come to it.
+    const auto index = static_cast<unsigned int>(i_GetEntityIndex());
+    if (i_IsInEntity() || (i_GetEntityIndex() >= 0 && REPOSITORY().Find(index) == this))
     {
-        if (auto* runtimeData = GetEntity()->Find<ComponentRuntimeData>())
+        if (auto* runtimeData = static_cast<ComponentRuntimeData*>(ComponentRuntimeData::REPOSITORY().Find(index)))
             runtimeData->flags &= ~ComponentRuntimeData::kAlwaysVisible;
     }
     i_Unregister(REPOSITORY(), this);

@@ -3,8 +3,7 @@
 #include "gameengine/engine/entityComponent.h"
 
 /// Exempts its entity from visibility culling: sets the flag in the entity's `ComponentRuntimeData` when the component
-/// list is unlocked, and clears it when it is destroyed. Without runtime data it does nothing. Delete it while it is in
-/// the entity's list: after `CEntity::RemoveComponent` it leaves the flag alone.
+/// list is unlocked, and clears it when it is destroyed. Without runtime data it does nothing.
 class TAMRAGAMEENGINE_API ComponentAlwaysVisible : public CEntityComponent
 {
     TAMRA_COMPONENT(ComponentAlwaysVisible, CEntityComponentRepository, 10016);

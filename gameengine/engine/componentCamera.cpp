@@ -27,6 +27,8 @@ CEntityComponentProperty* ComponentCamera::GetProperty(int index, CEntityCompone
 
 void ComponentCamera::SetProperty(int index, CEntityComponentProperty* in)
 {
+    if (in->kind != CEntityComponentProperty::kFloat)
+        return;
     switch (index)
     {
     case 0: m_fov = in->GetFloat(); break;

@@ -47,19 +47,23 @@ CEntityComponentProperty* ComponentRenderSettings::GetProperty(int index, CEntit
 void ComponentRenderSettings::SetProperty(int index, CEntityComponentProperty* in)
 {
     float values[4] = {};
+    const bool isColor = in->kind == CEntityComponentProperty::kColor && in->GetFloats(values);
     switch (index)
     {
     case 0:
-        if (in->GetFloats(values))
+        if (isColor)
             SetClearColor(values);
         break;
     case 1:
-        if (in->GetFloats(values))
+        if (isColor)
             SetAmbientColor(values);
         break;
-    case 2: m_fogEnabled = in->GetInt() != 0; break;
+    case 2:
+        if (in->kind == CEntityComponentProperty::kChoice || in->kind == CEntityComponentProperty::kInt)
+            m_fogEnabled = in->GetInt() != 0;
+        break;
     case 3:
-        if (in->GetFloats(values))
+        if (in->kind == CEntityComponentProperty::kVector3 && in->GetFloats(values))
             SetFog(m_fogEnabled, values[0], values[1]);
         break;
     default: break;

@@ -3,6 +3,7 @@
 #include "tamradeps/core/log.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 TAMRA_COMPONENT_IMPLEMENT(ComponentTransformParent, CEntityComponentRepository);
 
@@ -77,16 +78,21 @@ void ComponentTransformParent::SetParent(ComponentTransform* parent)
 {
     if (parent)
     {
-        const auto* follower = dynamic_cast<const ComponentTransformParent*>(parent);
-        if (parent == this || (follower && follower->i_Follows(this)))
+        if (parent == this || i_IsFollowedBy(parent))
         {
             tamra::log::Error("ComponentTransformParent: a transform cannot follow itself");
             return;
         }
         std::erase_if(m_links, [](const auto& link) { return !link->IsAlive(); });
-        m_links.push_back(std::make_unique<Link>(*this, *parent));
+        const auto known =
+            std::find_if(m_links.begin(), m_links.end(), [parent](const auto& link) { return link->source == parent; });
+        m_current =
+            known != m_links.end() ? known->get() : m_links.emplace_back(std::make_unique<Link>(*this, *parent)).get();
     }
-    m_current = parent ? m_links.back().get() : nullptr;
+    else
+    {
+        m_current = nullptr;
+    }
     i_Rebuild();
 }
 
@@ -95,16 +101,29 @@ ComponentTransform* ComponentTransformParent::GetParent() const noexcept
     return m_current && m_current->IsAlive() ? m_current->source : nullptr;
 }
 
-bool ComponentTransformParent::i_Follows(const ComponentTransform* other) const
+bool ComponentTransformParent::i_IsFollowedBy(const ComponentTransform* other)
 {
-    return std::any_of(m_links.begin(), m_links.end(),
-                       [other](const auto& link)
-                       {
-                           if (!link->IsAlive())
-                               return false;
-                           const auto* next = dynamic_cast<const ComponentTransformParent*>(link->source);
-                           return link->source == other || (next && next->i_Follows(other));
-                       });
+    // Whoever follows listens. Spares the walk for all that hangs new transforms below old ones.
+    if (!HasEvents() || Events().Empty())
+        return false;
+    // Upwards from the other, to each transform once: former parents count as well.
+    std::vector<const ComponentTransform*> pending{other};
+    std::unordered_set<const ComponentTransform*> seen;
+    while (!pending.empty())
+    {
+        const auto* next = dynamic_cast<const ComponentTransformParent*>(pending.back());
+        pending.pop_back();
+        if (next == this)
+            return true;
+        if (!next || !seen.insert(next).second)
+            continue;
+        for (const auto& link : next->m_links)
+        {
+            if (link->IsAlive())
+                pending.push_back(link->source);
+        }
+    }
+    return false;
 }
 
 void ComponentTransformParent::i_Rebuild()

@@ -128,25 +128,44 @@ void CEntity::i_LeaveEachArray()
     }
 }
 
-void CEntity::i_ScanInEachArray(bool add)
+void CEntity::i_ScanInEachArray(bool add, bool mayBeListed)
 {
-    // A listener of a database may take the entity out of an array.
-    for (std::uint32_t i = 0; i < m_arrays.GetCount(); ++i)
-        m_arrays[i]->i_ScanComponents(this, add);
+    std::uint32_t i = 0;
+    // A listener that locks the list again has settled the rest.
+    while (i < m_arrays.GetCount() && m_componentListLocked != add)
+    {
+        CEntityArray* const array = m_arrays[i];
+        if (add)
+            array->i_EnterComponents(this, mayBeListed);
+        else
+            array->i_WithdrawComponents(this, mayBeListed);
+        // Listeners may have changed the arrays, which are sorted. This one may be gone.
+        const auto arrays = m_arrays.GetSpan();
+        i = static_cast<std::uint32_t>(
+            std::upper_bound(arrays.begin(), arrays.end(), array, std::less<CEntityArray*>()) - arrays.begin());
+    }
 }
 
 void CEntity::LockComponentList()
 {
     const RefPtr<CEntity> keep = i_Keep();
     m_componentListLocked = true;
-    i_ScanInArrays(false);
+    if (m_arrays.IsEmpty())
+        return;
+    const bool wasLocking = std::exchange(m_isLocking, true);
+    i_ScanInEachArray(false, true);
+    m_isLocking = wasLocking;
 }
 
 void CEntity::UnlockComponentList()
 {
+    // A listener's, inside somebody's call of LockComponentList, who will unlock it.
+    if (m_isLocking)
+        return;
     const RefPtr<CEntity> keep = i_Keep();
-    m_componentListLocked = false;
-    i_ScanInArrays(true);
+    const bool wasLocked = std::exchange(m_componentListLocked, false);
+    if (!m_arrays.IsEmpty())
+        i_ScanInEachArray(true, !wasLocked);
     for (std::uint32_t i = 0; i < m_components.GetCount(); ++i)
         m_components[i]->i_OnEntityUnlockComponentList();
 }
@@ -193,7 +212,6 @@ void CEntity::i_DestroyComponents()
         TAMRA_PREFETCH(component);
     m_components.Clear();
     m_componentListLocked = true;
-    i_ScanInArrays(false);
     m_dying = &components;
     // Front to back; a component that takes a sibling with it leaves a gap.
     for (std::uint32_t i = 0; i < components.GetCount(); ++i)

@@ -73,14 +73,16 @@ public:
     }
 
     /// Opens the list for changes: the arrays that hold the entity withdraw its components from their databases.
+    /// Listeners that lock and unlock it meanwhile leave it locked.
     void LockComponentList();
-    /// Closes it: the arrays enter the components again, and each component is told.
+    /// Closes it: the arrays enter the components again, and each component is told. Components that are listed
+    /// already, because the list was not locked, stay listed once.
     void UnlockComponentList();
     bool IsComponentListLocked() const noexcept { return m_componentListLocked; }
 
     CEventHandler& Events() noexcept { return m_events; }
 
-    /// The index, -1 while the entity is being destroyed.
+    /// The index. Valid to the end of the destructor, for listeners and dying components too.
     std::int32_t GetIndex() const noexcept { return m_index; }
     /// Number of entities created before this one in the process, modulo 2^32.
     std::uint32_t GetSerial() const noexcept { return m_serial; }
@@ -138,12 +140,8 @@ private:
             i_LeaveEachArray();
     }
     void i_LeaveEachArray();
-    void i_ScanInArrays(bool add)
-    {
-        if (!m_arrays.IsEmpty())
-            i_ScanInEachArray(add);
-    }
-    void i_ScanInEachArray(bool add);
+    // Enters the components into each array's databases, or withdraws them. `mayBeListed` as there.
+    void i_ScanInEachArray(bool add, bool mayBeListed);
     // Takes a dying component off the list, or off the list of those that are about to be deleted.
     void i_Forget(const CEntityComponent* component) noexcept;
 
@@ -154,6 +152,7 @@ private:
     std::uint32_t m_serial;
     CEventHandler m_events;
     bool m_componentListLocked = false;
+    bool m_isLocking = false;
     bool m_isBeingDestroyed = false;
     CPointerArray<CEntityComponent, 8>* m_dying = nullptr; // while the components are being deleted
 };

@@ -11,6 +11,7 @@ CEntityArray::~CEntityArray()
 {
     // Of an array deleted directly, a listener's reference must not be the last one.
     _AddRef();
+    m_isBeingDestroyed = true;
     Clear();
 }
 
@@ -23,18 +24,15 @@ void CEntityArray::Add(CEntity* entity)
 {
     const RefPtr<CEntityArray> keepThis = i_Keep();
     const RefPtr<CEntity> keep(entity);
+    if (m_isBeingDestroyed)
+        return;
     // Counted by hand: entities added twice hold two references and stand in the set once.
     entity->_AddRef();
-    m_entities.Insert(entity);
-    i_ScanComponents(entity, true);
-    if (!m_events.Empty())
-    {
-        // A listener may destroy the array, or take the entity out again.
-        if (!m_events.Raise(kEntityAdded, variant(entity, "CEntity"), variant(this, "CEntityArray")) ||
-            !m_entities.Contains(entity))
-            return;
-    }
+    bool mayBeListed = !m_entities.Insert(entity);
+    // Before any listener runs, so that one that changes the entity's list finds the array there.
     entity->i_AddedToArray(this);
+    if (i_EnterComponents(entity, mayBeListed))
+        m_events.Raise(kEntityAdded, variant(entity, "CEntity"), variant(this, "CEntityArray"));
 }
 
 void CEntityArray::Remove(CEntity* entity)
@@ -61,10 +59,13 @@ bool CEntityArray::i_Remove(CEntity* entity)
     const RefPtr<CEntityArray> keepThis = i_Keep();
     if (!m_events.Raise(kEntityRemoved, variant(entity, "CEntity"), variant(this, "CEntityArray")))
         return false;
-    i_ScanComponents(entity, false);
+    bool isHeard = false;
+    if (!i_WithdrawComponents(entity, isHeard))
+        return false;
     if (m_entities.Erase(entity))
         entity->i_RemovedFromArray(this);
-    return true;
+    // Listeners may have had components entered behind the scan; now nothing enters them any more.
+    return !isHeard || m_entities.Contains(entity) || i_WithdrawComponents(entity, isHeard);
 }
 
 void CEntityArray::Clear()
@@ -82,23 +83,54 @@ void CEntityArray::Clear()
     }
 }
 
-void CEntityArray::i_ScanComponents(CEntity* entity, bool add)
+bool CEntityArray::i_EnterComponents(CEntity* entity, bool& mayBeListed)
 {
     const RefPtr<CEntityArray> keepThis = i_Keep();
+    if (m_componentDatabases.empty())
+        return true;
     // Locked entities are withdrawn until they are unlocked.
-    if (m_componentDatabases.empty() || (add && entity->IsComponentListLocked()))
-        return;
+    for (int i = 0; i < entity->GetComponentCount() && !entity->IsComponentListLocked(); ++i)
+    {
+        CEntityComponent* component = entity->GetComponent(i);
+        CEntityComponentDatabase* database = FindComponentDatabase(component->GetType());
+        if (!database || (mayBeListed && database->i_Lists(component)))
+            continue;
+        const bool isHeard = database->i_IsHeard();
+        if (!database->Add(component))
+            return false;
+        if (!isHeard) [[likely]]
+            continue;
+        // The listener may have locked and unlocked the list, made databases, or taken the entity out.
+        mayBeListed = true;
+        if (!m_entities.Contains(entity))
+            return false;
+        if (entity->GetComponent(i) != component)
+            i = -1;
+    }
+    return true;
+}
+
+bool CEntityArray::i_WithdrawComponents(CEntity* entity, bool& isHeard)
+{
+    const RefPtr<CEntityArray> keepThis = i_Keep();
+    if (m_componentDatabases.empty())
+        return true;
     for (int i = 0; i < entity->GetComponentCount(); ++i)
     {
         CEntityComponent* component = entity->GetComponent(i);
         CEntityComponentDatabase* database = FindComponentDatabase(component->GetType());
         if (!database)
             continue;
-        if (add)
-            database->Add(component);
-        else
-            database->Remove(component);
+        const bool isTold = database->i_IsHeard() && database->i_Lists(component);
+        if (!database->Remove(component))
+            return false;
+        if (!isTold) [[likely]]
+            continue;
+        isHeard = true;
+        if (entity->GetComponent(i) != component)
+            i = -1;
     }
+    return true;
 }
 
 CEntityComponentDatabase* CEntityArray::FindComponentDatabase(std::int32_t typeId) const noexcept

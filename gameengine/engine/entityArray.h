@@ -17,7 +17,7 @@ class CEntityComponentDatabase;
 /// type on them.
 ///
 /// Entities are kept sorted by address and referenced. While an entity's component list is locked, its components are
-/// in no database.
+/// in no database; else each is listed once, whatever listeners did meanwhile.
 class TAMRAGAMEENGINE_API CEntityArray : public RefClass
 {
 public:
@@ -31,7 +31,7 @@ public:
     CEntityArray();
     CEntityArray(const CEntityArray&) = delete;
     CEntityArray& operator=(const CEntityArray&) = delete;
-    /// Removes every entity, as `Clear` does.
+    /// Removes every entity, as `Clear` does. Entities that a listener adds meanwhile are refused.
     ~CEntityArray() override;
 
     const char* GetTypeString() override;
@@ -39,7 +39,7 @@ public:
     CEventHandler& Events() noexcept { return m_events; }
 
     /// Takes a reference, enters the components into the databases and raises `kEntityAdded`. Adding an entity that is
-    /// there takes another reference and does the rest again; match each call with a `Remove`.
+    /// there takes another reference and raises the event again; match each call with a `Remove`.
     void Add(CEntity* entity);
 
     /// Raises `kEntityRemoved`, withdraws the components and releases one reference, whether or not the entity is in
@@ -76,7 +76,11 @@ private:
     // Both false when a listener destroyed the array, which has then released the entity.
     bool i_Remove(CEntity* entity); // what Remove does before it releases the reference
     bool i_RemoveAndRelease(CEntity* entity);
-    void i_ScanComponents(CEntity* entity, bool add);
+    // Enters what no database lists yet. `mayBeListed` says whether any component is listed already, and is set when
+    // listeners ran. False when one of them destroyed the array or took the entity out.
+    bool i_EnterComponents(CEntity* entity, bool& mayBeListed);
+    // `isHeard` is set when listeners ran. False when one of them destroyed the array.
+    bool i_WithdrawComponents(CEntity* entity, bool& isHeard);
 
     struct DatabaseEntry
     {
@@ -87,4 +91,5 @@ private:
     CEventHandler m_events;
     std::vector<DatabaseEntry> m_componentDatabases; // sorted by type id
     CSortedPointerArray<CEntity> m_entities;
+    bool m_isBeingDestroyed = false;
 };

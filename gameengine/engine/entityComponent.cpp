@@ -81,6 +81,8 @@ CEventHandler& CEntityComponent::Events()
 
 int CEntityComponent::FindProperty(const char* name)
 {
+    if (!name)
+        return -1;
     CEntityComponentProperty scratch;
     for (int i = 0; GetProperty(i, &scratch); ++i)
     {

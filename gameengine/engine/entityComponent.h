@@ -41,7 +41,8 @@ public:
 
     /// Fills `out` with property `index`, 0 being the first, and returns it; null past the last one.
     virtual CEntityComponentProperty* GetProperty(int index, CEntityComponentProperty* out) = 0;
-    /// Applies the record's value to property `index`; does nothing past the last one.
+    /// Applies the record's value to property `index`; does nothing past the last one, or when the record is of
+    /// another kind than the property.
     virtual void SetProperty(int index, CEntityComponentProperty* in) = 0;
     /// Called by editors after a batch of property changes.
     virtual void FinalizeProperties();
@@ -69,7 +70,7 @@ public:
 
     bool Equals(const CEntityComponent* other) const noexcept { return this == other; }
 
-    /// Position of the property of that name, compared byte by byte; -1 when there is none.
+    /// Position of the property of that name, compared byte by byte; -1 when there is none, or for null.
     int FindProperty(const char* name);
     /// Sets a property by name; false when there is none.
     bool SetPropertyTo(const char* name, const CEntityComponentProperty& property);
@@ -115,6 +116,9 @@ protected:
 
     /// False for a loose copy, and after `CEntity::RemoveComponent`: the entity may then be gone.
     bool i_IsInEntity() const noexcept { return m_inEntity != 0; }
+
+    /// The entity's index when this component was made, -1 for a loose copy. Unlike the entity, always safe to ask.
+    std::int32_t i_GetEntityIndex() const noexcept { return m_index; }
 
     /// Lets all listeners go. For destructors of classes whose listeners must not see them half destroyed.
     void i_DropListeners() noexcept

@@ -60,7 +60,7 @@ void CEntityComponentDatabase::i_CountEntries(int change) noexcept
         component->m_databaseEntries += static_cast<std::uint32_t>(change);
 }
 
-void CEntityComponentDatabase::Add(CEntityComponent* component)
+bool CEntityComponentDatabase::Add(CEntityComponent* component)
 {
     const std::uint32_t position = m_components.GetCount();
     m_components.Append(component);
@@ -68,15 +68,15 @@ void CEntityComponentDatabase::Add(CEntityComponent* component)
         m_index->Add(component, position);
     component->m_databasePosition = position;
     ++component->m_databaseEntries;
-    if (m_events)
-        m_events->Raise(kAdded, variant(component, "CEntityComponent"), variant(this, "CEntityComponentDatabase"));
+    return !m_events ||
+           m_events->Raise(kAdded, variant(component, "CEntityComponent"), variant(this, "CEntityComponentDatabase"));
 }
 
-void CEntityComponentDatabase::Remove(CEntityComponent* component)
+bool CEntityComponentDatabase::Remove(CEntityComponent* component)
 {
     const std::int64_t found = i_FindPosition(component);
     if (found < 0)
-        return;
+        return true;
     const auto position = static_cast<std::uint32_t>(found);
     const std::uint32_t last = m_components.GetCount() - 1;
     CEntityComponent* moved = m_components[last];
@@ -94,8 +94,8 @@ void CEntityComponentDatabase::Remove(CEntityComponent* component)
     if (m_components.IsEmpty())
         m_index.reset();
     --component->m_databaseEntries;
-    if (m_events)
-        m_events->Raise(kRemoved, variant(component, "CEntityComponent"), variant(this, "CEntityComponentDatabase"));
+    return !m_events ||
+           m_events->Raise(kRemoved, variant(component, "CEntityComponent"), variant(this, "CEntityComponentDatabase"));
 }
 
 std::int64_t CEntityComponentDatabase::i_FindPosition(const CEntityComponent* component) const

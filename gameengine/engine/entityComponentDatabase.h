@@ -36,11 +36,12 @@ public:
 
     const char* GetTypeString() override;
 
-    /// Appends the component. Adding one twice lists it twice.
-    void Add(CEntityComponent* component);
+    /// Appends the component. Adding one twice lists it twice. False when a listener destroyed the database.
+    bool Add(CEntityComponent* component);
 
-    /// Removes the component's entry; of several, one. Nothing happens when it is not listed.
-    void Remove(CEntityComponent* component);
+    /// Removes the component's entry; of several, one. Nothing happens when it is not listed. False when a listener
+    /// destroyed the database.
+    bool Remove(CEntityComponent* component);
 
     /// The component at a position from 0 to `GetCount() - 1`, null outside.
     CEntityComponent* Get(unsigned int i) const noexcept
@@ -58,11 +59,14 @@ public:
     bool Validate() const;
 
 private:
+    friend class CEntityArray;
     friend class CEntityComponent;
 
     // Removes every entry of a component that dies while some database still lists it.
     static void i_RemoveFromAll(CEntityComponent* component);
 
+    bool i_IsHeard() const noexcept { return m_events && !m_events->Empty(); }
+    bool i_Lists(const CEntityComponent* component) const { return i_FindPosition(component) >= 0; }
     std::int64_t i_FindPosition(const CEntityComponent* component) const;
     void i_BuildIndex() const;
     void i_Link() noexcept;

@@ -35,7 +35,8 @@ const char* CEntityComponentTypeDatabase::GetTypeString()
 
 void CEntityComponentTypeDatabase::Add(const char* name, std::int32_t typeId, Factory factory)
 {
-    m_entries.push_back({name, typeId, factory, nullptr});
+    if (name)
+        m_entries.push_back({name, typeId, factory, nullptr});
 }
 
 void CEntityComponentTypeDatabase::Remove(int position)
@@ -43,11 +44,13 @@ void CEntityComponentTypeDatabase::Remove(int position)
     if (!i_IsValid(position))
         return;
     Entry& entry = m_entries[static_cast<std::size_t>(position)];
-    delete entry.prototype;
+    CEntityComponent* const prototype = entry.prototype;
     if (&entry != &m_entries.back())
         entry = std::move(m_entries.back());
     m_entries.pop_back();
     m_lastFound = -1;
+    // Last: its destructor may change the records.
+    delete prototype;
 }
 
 const char* CEntityComponentTypeDatabase::GetName(int position) const noexcept
@@ -62,6 +65,8 @@ std::int32_t CEntityComponentTypeDatabase::GetTypeID(int position) const noexcep
 
 int CEntityComponentTypeDatabase::FindByName(const char* name) const noexcept
 {
+    if (!name)
+        return -1;
     const std::string_view wanted(name);
     // Additions come behind it, so it stays the first of its name.
     if (i_IsValid(m_lastFound) && m_entries[static_cast<std::size_t>(m_lastFound)].name == wanted)

@@ -30,8 +30,8 @@ public:
 
     const char* GetTypeString() override;
 
-    /// Appends a record; the name is copied. Nothing keeps a name or an id from being added twice: the first one is
-    /// found.
+    /// Appends a record; the name is copied, null is refused. Nothing keeps a name or an id from being added twice: the
+    /// first one is found.
     void Add(const char* name, std::int32_t typeId, Factory factory);
     /// Removes the record at a position and deletes its prototype; the last record moves there.
     void Remove(int position);
@@ -42,7 +42,7 @@ public:
     /// The record's type id, -1 outside.
     std::int32_t GetTypeID(int position) const noexcept;
 
-    /// Position of the first record of that name, compared byte by byte; -1 when there is none.
+    /// Position of the first record of that name, compared byte by byte; -1 when there is none, or for null.
     int FindByName(const char* name) const noexcept;
     /// Position of the first record of that id; -1 when there is none. All transforms share 10000.
     int FindByType(std::int32_t typeId) const noexcept;
