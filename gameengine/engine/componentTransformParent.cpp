@@ -84,10 +84,7 @@ void ComponentTransformParent::SetParent(ComponentTransform* parent)
             return;
         }
         std::erase_if(m_links, [](const auto& link) { return !link->IsAlive(); });
-        const auto known =
-            std::find_if(m_links.begin(), m_links.end(), [parent](const auto& link) { return link->source == parent; });
-        m_current =
-            known != m_links.end() ? known->get() : m_links.emplace_back(std::make_unique<Link>(*this, *parent)).get();
+        m_current = m_links.emplace_back(std::make_unique<Link>(*this, *parent)).get();
     }
     else
     {

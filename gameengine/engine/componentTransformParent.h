@@ -45,7 +45,7 @@ private:
     void i_Rebuild();
     bool i_IsFollowedBy(const ComponentTransform* other);
 
-    // One for each parent ever set that is alive; `m_current` is the one set last.
+    // One for every SetParent whose parent is alive; `m_current` is the one set last.
     std::vector<std::unique_ptr<Link>> m_links;
     const Link* m_current = nullptr;
     CMatrix m_selfTransform;
