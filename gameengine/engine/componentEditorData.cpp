@@ -19,7 +19,7 @@ CEntityComponentProperty* ComponentEditorData::GetProperty(int index, CEntityCom
 
 void ComponentEditorData::SetProperty(int index, CEntityComponentProperty* in)
 {
-    if (index == 0)
+    if (index == 0 && (in->kind == CEntityComponentProperty::kText || in->kind == CEntityComponentProperty::kFile))
         SetData(in->GetText());
 }
 

@@ -47,6 +47,7 @@ CEntityComponentProperty* ComponentRenderSettings::GetProperty(int index, CEntit
 void ComponentRenderSettings::SetProperty(int index, CEntityComponentProperty* in)
 {
     float values[4] = {};
+    std::int32_t fog = 0;
     switch (index)
     {
     case 0:
@@ -57,7 +58,10 @@ void ComponentRenderSettings::SetProperty(int index, CEntityComponentProperty* i
         if (in->GetFloats(values))
             SetAmbientColor(values);
         break;
-    case 2: m_fogEnabled = in->GetInt() != 0; break;
+    case 2:
+        if (in->ReadInt(fog))
+            m_fogEnabled = fog != 0;
+        break;
     case 3:
         if (in->GetFloats(values))
             SetFog(m_fogEnabled, values[0], values[1]);
