@@ -46,6 +46,8 @@ give_up() {
     exit 1
 }
 
+sources=(glew glfw3 lua5.4 sqlite3 xz-utils zlib)
+
 # Source packages of the release that this machine runs, with lists of packages of our own: the system's stay as they
 # are.
 download_sources() {
@@ -76,10 +78,9 @@ unpack_sources() {
 
 build_dependencies() {
     local stamp recipe=$root/cmake/windows/CMakeLists.txt
-    stamp=$({ cat "$recipe" "$root/cmake/windows/toolchain.cmake"; declare -f unpack_sources build_dependencies; } | sha256sum)
+    stamp=$({ cat "$recipe" "$root/cmake/windows/toolchain.cmake"; declare -p sources; declare -f unpack_sources build_dependencies; } | sha256sum)
     [[ $(cat "$dependencies/stamp" 2>/dev/null) != "$stamp" ]] || return 0
     mkdir -p "$dependencies"
-    local sources=(glew glfw3 lua5.4 sqlite3 xz-utils zlib)
     (download_sources "${sources[@]}") || give_up "the sources of ${sources[*]} cannot be fetched"
     echo "Building what the project stands on"
     unpack_sources "${sources[@]}"
@@ -169,6 +170,19 @@ start_display() {
     export DISPLAY
 }
 
+# Whoever passes on other people's libraries passes on their terms: those beside ours, and those compiled into it.
+add_licences() {
+    local folder=$1 name
+    mkdir "$folder"
+    for name in "${sources[@]}"; do
+        cp -- "$dependencies/sources/$name/debian/copyright" "$folder/$name.txt"
+    done
+    for name in libcli11-dev libfmt-dev libglm-dev libosmium2-dev libprotozero-dev libspdlog-dev libstb-dev libxsimd-dev \
+        gcc-mingw-w64-x86-64-posix-runtime mingw-w64-x86-64-dev; do
+        cp -- "/usr/share/doc/$name/copyright" "$folder/${name%-dev}.txt"
+    done
+}
+
 # Everything that a user needs, in one folder that may lie anywhere.
 package() {
     local version name stage
@@ -182,6 +196,7 @@ package() {
     done
     cp -- "$dependencies"/prefix/bin/*.dll "$stage/$name/bin/"
     cp -- LICENSE "$stage/$name/"
+    add_licences "$stage/$name/licences"
     [[ $preset == *debug ]] || x86_64-w64-mingw32-strip "$stage/$name"/bin/*.exe "$stage/$name"/bin/*.dll
     rm -f "build/$name.zip"
     (cd "$stage" && zip -qr "$root/build/$name.zip" "$name")

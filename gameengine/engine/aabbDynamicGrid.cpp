@@ -170,13 +170,13 @@ inline void CAABBDynamicGrid::i_MoveToFront(CAABBDynamicGridCell& cell, void* ob
     i_Push(cell, object);
 }
 
-inline void CAABBDynamicGrid::i_AddObjectCallback(walkCallback* callback, CAABBDynamicGridCell* cell)
+void CAABBDynamicGrid::i_AddObjectCallback(walkCallback* callback, CAABBDynamicGridCell* cell)
 {
     const auto* const context = static_cast<ObjectCallback*>(callback);
     context->grid->i_Push(*cell, context->object);
 }
 
-inline void CAABBDynamicGrid::i_RemoveObjectCallback(walkCallback* callback, CAABBDynamicGridCell* cell)
+void CAABBDynamicGrid::i_RemoveObjectCallback(walkCallback* callback, CAABBDynamicGridCell* cell)
 {
     const auto* const context = static_cast<ObjectCallback*>(callback);
     context->grid->i_RemoveFirst(*cell, context->object);

@@ -84,11 +84,6 @@ public:
     const CMatrix& GetProjectionMatrix() const noexcept { return m_projectionMatrix; }
     const CMatrix& GetViewMatrix() const noexcept { return m_viewMatrix; }
 
-    // Words of the subsystems that draw lights and shadows, which alone give them a meaning.
-    std::uint32_t shadowStamp = 0;
-    std::uint32_t lightStamp = 0;
-    std::int32_t lightSlot = -1;
-
 protected:
     /// Renews matrices and box and raises the event. False when a listener destroyed the light: return at once.
     bool i_UpdateLight();
@@ -110,6 +105,14 @@ private:
     float m_shadowResY = 256.0F;
     float m_color[4] = {1.0F, 1.0F, 1.0F, 1.0F};
     collision::PrimFrustum m_cachedFrustum;
+
+public:
+    // Words of the subsystems that draw lights and shadows, which alone give them a meaning.
+    std::uint32_t shadowStamp = 0;
+    std::uint32_t lightStamp = 0;
+    std::int32_t lightSlot = -1;
+
+private:
     collision::PrimAABB m_localBounds; // what the transform was given last
     CMatrix m_projectionMatrix;
     CMatrix m_viewMatrix;

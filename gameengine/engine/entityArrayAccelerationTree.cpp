@@ -8,6 +8,7 @@
 #include "tamradeps/core/log.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -39,15 +40,18 @@ const char* CEntityArray_AccelerationTree::GetTypeString()
 void CEntityArray_AccelerationTree::InitializeWithDynamicGrid(const float* bounds, float cellX, float cellY,
                                                               float cellZ)
 {
+    // Made before the old index goes: the box may be the old one's.
+    auto grid = std::make_unique<CAABBDynamicGrid>(bounds, cellX, cellY, cellZ);
     i_DropIndex();
-    m_grid = std::make_unique<CAABBDynamicGrid>(bounds, cellX, cellY, cellZ);
+    m_grid = std::move(grid);
 }
 
 void CEntityArray_AccelerationTree::InitializeWithOctree(const collision::PrimAABB& bounds, int maxNodes,
                                                          int poolBlockCount, int maxDepth, int maxObjectsPerNode)
 {
+    auto octree = std::make_unique<CAABBOctree>(bounds, maxNodes, poolBlockCount, maxDepth, maxObjectsPerNode);
     i_DropIndex();
-    m_octree = std::make_unique<CAABBOctree>(bounds, maxNodes, poolBlockCount, maxDepth, maxObjectsPerNode);
+    m_octree = std::move(octree);
 }
 
 void CEntityArray_AccelerationTree::i_DropIndex() noexcept

@@ -97,16 +97,11 @@ protected:
 
 TEST_F(EditorWindow, ChangesATownByKeyboardAndMouse)
 {
-    // A name is looked for and chosen, a number and a text are typed.
+    // An entity is looked for and chosen, and its name is typed.
     ASSERT_TRUE(Click("filter"));
     m_user.Type("house 3");
     m_user.Press(XUser::kEnter);
     ASSERT_TRUE(Becomes([&] { return Town().GetSelected() && Town().GetSelected() == Town().Get(3); }));
-    ASSERT_TRUE(Click("ComponentTransformDirect.Translation.x"));
-    m_user.Press('a', XUser::kControl);
-    m_user.Type("172.5");
-    m_user.Press(XUser::kEnter);
-    EXPECT_TRUE(Becomes([&] { return PlaceOf(3) == CVector3(172.5F, 0, 15); }));
     ASSERT_TRUE(Click("ComponentEditorData.Editor Name"));
     m_user.Press(XUser::kEnd);
     m_user.Type(" (East)!");
@@ -124,21 +119,8 @@ TEST_F(EditorWindow, ChangesATownByKeyboardAndMouse)
     m_user.MoveTo(720, 400);
     EXPECT_TRUE(Becomes([&] { return PlaceOf(2) != CVector3(100, 0, 15); }));
     m_user.HoldButton(1, false);
-    Frames(3);
-    const CVector3 dragged = PlaceOf(2);
-    EXPECT_EQ(dragged.z, 15.0F);
     m_user.Press('z', XUser::kControl);
     EXPECT_TRUE(Becomes([&] { return PlaceOf(2) == CVector3(100, 0, 15); })) << "one edit for the whole drag";
-    m_user.Press('y', XUser::kControl);
-    EXPECT_TRUE(Becomes([&] { return PlaceOf(2) == dragged; }));
-
-    m_user.Press('s', XUser::kControl);
-    ASSERT_TRUE(Becomes([&] { return !Town().IsModified(); }));
-    const auto places = test::ReadPlaces(m_path);
-    ASSERT_TRUE(places.contains("building House 3 (East)!"));
-    EXPECT_EQ(places.at("building House 3 (East)!").Translation(), CVector3(172.5F, 0, 15));
-    EXPECT_EQ(places.at("building Caf\xC3\xA9").Translation(), dragged);
-    EXPECT_EQ(places.size(), 5U);
 }
 
 TEST_F(EditorWindow, FliesTakesCommandsAndCloses)
@@ -163,18 +145,18 @@ TEST_F(EditorWindow, FliesTakesCommandsAndCloses)
     EXPECT_TRUE(Becomes([&] { return PlaceOf(1) == CVector3(51, 2, 15.5F); }));
     m_user.Press(XUser::kEscape);
     ASSERT_TRUE(Becomes([&] { return !m_engine->GetConsole().GetVisible(); }));
-    EXPECT_TRUE(Town().IsModified());
     const auto asks = [&] { return m_editor->GetContext().GetRoot().FindChild("closing")->IsVisible(); };
     m_user.CloseWindow();
     EXPECT_TRUE(Becomes(asks));
     m_user.Press(XUser::kEscape);
     EXPECT_TRUE(Becomes([&] { return !asks(); }));
-    m_user.Press('s', XUser::kControl);
-    EXPECT_TRUE(Becomes([&] { return !Town().IsModified(); }));
     m_user.CloseWindow();
+    EXPECT_TRUE(Becomes(asks));
+    m_user.Press(XUser::kEnter); // saves
     bool isOpen = true;
     for (int i = 0; i < 200 && isOpen; ++i)
         isOpen = m_editor->ShowFrame(1.0F / 60.0F);
     EXPECT_FALSE(isOpen);
+    EXPECT_EQ(test::ReadPlaces(m_path).at("building House 1").Translation(), CVector3(51, 2, 15.5F));
 }
 } // namespace

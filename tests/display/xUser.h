@@ -13,8 +13,6 @@ public:
     /// Keys besides printable ASCII.
     enum Key : unsigned long
     {
-        kBackspace = 0xFF08,
-        kTab = 0xFF09,
         kEnter = 0xFF0D,
         kEscape = 0xFF1B,
         kEnd = 0xFF57,

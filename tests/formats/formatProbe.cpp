@@ -27,12 +27,12 @@
 #include "tamradeps/udb/udbReadWriteAscii.h"
 #include "tamradeps/udb/udbReadWriteBinary.h"
 #include "tamraengine/renderer/renderer.h"
+#include "tests/support/udbTrees.h"
 
 #include <cinttypes>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -40,9 +40,11 @@ namespace
 {
 namespace fs = std::filesystem;
 
-bool WriteFile(const std::string& path, const void* data, std::size_t size)
+// Texts, and vectors of bytes.
+template <class Content>
+bool WriteFile(const std::string& path, const Content& content)
 {
-    return GetFileSystem().FileReplace(path, data, size);
+    return GetFileSystem().FileReplace(path, content.data(), content.size());
 }
 
 // Every type that is saved, one entity each with a transform; coordinates from NaN to large.
@@ -79,40 +81,11 @@ void FillScene(CScene& scene)
 // Numbers around the limits of each encoding, keys and strings around those of their lengths.
 void FillTree(UDBGroup& root)
 {
-    const double numbers[] = {0.0,
-                              -0.0,
-                              1,
-                              -1,
-                              127,
-                              128,
-                              -128,
-                              -129,
-                              32767,
-                              32768,
-                              -32768,
-                              -32769,
-                              2147483647.0,
-                              2147483648.0,
-                              -2147483648.0,
-                              -2147483649.0,
-                              0.5,
-                              0.1,
-                              1e-5,
-                              100000,
-                              123456,
-                              1e22,
-                              1e21,
-                              1152921504606846976.0,
-                              9007199254740993.0,
-                              1.7976931348623157e308,
-                              5e-324,
-                              INFINITY,
-                              -INFINITY,
-                              NAN,
-                              static_cast<double>(0.1F),
-                              0.0001,
-                              123e-7,
-                              16777217};
+    std::vector<double> numbers = test::SpecialNumbers();
+    for (const double number : {-128.0, -129.0, -32768.0, -32769.0, -2147483648.0, -2147483649.0}) // one farther down
+        numbers.push_back(number);
+    for (const double number : {1e-5, 100000.0, 123456.0, 1e21, 1e22, 0x1p60, 0.0001, 123e-7, 16777217.0}) // as texts
+        numbers.push_back(number);
     for (const double number : numbers)
         root.AddNumber("n", number);
     for (const std::size_t length : {0, 1, 13, 14, 15, 16, 254, 255, 256, 65535})
@@ -142,8 +115,7 @@ bool WriteSamples(const std::string& folder)
     return CEntityArray_SaveLoad::Save((folder + "/all.mfs").c_str(), scene.GetInterfaces()) &&
            CEntityArray_SaveLoad::Save((folder + "/all.sdb").c_str(), scene.GetInterfaces()) &&
            UDBReadWriteBinary().Write(*root, binary) && UDBReadWriteAscii().Write(*root, text) &&
-           WriteFile(folder + "/tree.udb", binary.data(), binary.size()) &&
-           WriteFile(folder + "/tree.txt", text.data(), text.size());
+           WriteFile(folder + "/tree.udb", binary) && WriteFile(folder + "/tree.txt", text);
 }
 
 void JudgeTree(const std::string& path, const std::vector<std::byte>& content, bool isText)
@@ -158,8 +130,8 @@ void JudgeTree(const std::string& path, const std::vector<std::byte>& content, b
     std::string written;
     if (UDBReadWriteBinary().Write(*root, binary) && UDBReadWriteAscii().Write(*root, written))
     {
-        WriteFile(path + ".binary", binary.data(), binary.size());
-        WriteFile(path + ".text", written.data(), written.size());
+        WriteFile(path + ".binary", binary);
+        WriteFile(path + ".text", written);
     }
 }
 
@@ -169,8 +141,7 @@ void JudgeScene(const std::string& path, const std::vector<std::byte>& content)
     CEntityArray_SaveLoad_Serialized store("unused.mfs", scene.GetInterfaces());
     if (!store.LoadBytes(content, nullptr, nullptr))
         return;
-    const std::string count = std::to_string(scene.GetArray().GetCount());
-    WriteFile(path + ".dump", count.data(), count.size());
+    WriteFile(path + ".dump", std::to_string(scene.GetArray().GetCount()));
 }
 
 void JudgeFont(const std::string& path, const std::vector<std::byte>& content)
@@ -196,7 +167,7 @@ void JudgeFont(const std::string& path, const std::vector<std::byte>& content)
     }
     add("%d %d %d %016" PRIx64, static_cast<int>(body.bitmapWidth), static_cast<int>(body.bitmapHeight),
         static_cast<int>(body.fontSize), HashCRC64Data(body.bitmap.data(), body.bitmap.size()));
-    WriteFile(path + ".dump", dump.data(), dump.size());
+    WriteFile(path + ".dump", dump);
 }
 
 // Damaged lines are left out; what is left of the tree is written again.
@@ -211,7 +182,7 @@ void JudgeWidgets(const std::string& path, const std::vector<std::byte>& content
     const gui::GuiFreeLayout& root = context->GetRoot();
     for (std::size_t i = 0; i < root.GetChildCount(); ++i)
         gui::WriteWidgets(*root.GetChild(i), written);
-    WriteFile(path + ".dump", written.GetData().data(), written.GetData().size());
+    WriteFile(path + ".dump", written.GetData());
 }
 
 bool Judge(const std::string& kind, const std::string& folder)

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <deque>
 #include <limits>
+#include <optional>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -32,34 +34,30 @@ public:
 
     std::vector<std::size_t> Range(const Box& box) const
     {
-        std::vector<std::size_t> found;
-        std::vector<std::size_t> axes[3];
-        for (int axis = 0; axis < 3; ++axis)
+        std::vector<std::size_t> found = {0};
+        for (int axis = 2; axis >= 0; --axis)
         {
             const int count = grid.GetCellCount(axis);
             const float inverse = 1.0F / grid.GetCellSize(axis);
             const auto clamp = [count](long double cell)
-            { return static_cast<int>(std::clamp<long double>(cell, 0, count)); };
+            { return static_cast<std::size_t>(std::clamp<long double>(cell, 0, count)); };
             const float low = (box.values[axis] - m_bounds.values[axis]) * inverse;
             const float high = (box.values[axis + 3] - m_bounds.values[axis]) * inverse;
             if (std::isnan(low) || std::isnan(high))
                 return {};
-            for (int i = clamp(std::trunc(static_cast<long double>(low)));
-                 i < clamp(std::trunc(static_cast<long double>(high)) + 1); ++i)
-                axes[axis].push_back(static_cast<std::size_t>(i));
+            std::vector<std::size_t> finer;
+            for (const std::size_t cell : found)
+                for (std::size_t i = clamp(std::trunc(static_cast<long double>(low)));
+                     i < clamp(std::trunc(static_cast<long double>(high)) + 1); ++i)
+                    finer.push_back(cell * static_cast<std::size_t>(count) + i);
+            found = std::move(finer);
         }
-        for (const std::size_t z : axes[2])
-            for (const std::size_t y : axes[1])
-                for (const std::size_t x : axes[0])
-                    found.push_back(x + static_cast<std::size_t>(grid.GetCellCount(0)) *
-                                            (y + static_cast<std::size_t>(grid.GetCellCount(1)) * z));
         return found;
     }
     void Add(const Box& box, void* object)
     {
         EXPECT_TRUE(grid.AddObject(box.values, object));
-        for (const std::size_t cell : Range(box))
-            cells[cell].push_front(object);
+        i_Add(box, object);
     }
     void Remove(const Box& box, void* object)
     {
@@ -70,8 +68,7 @@ public:
     {
         EXPECT_TRUE(grid.MoveObject(from.values, to.values, object));
         i_Remove(from, object);
-        for (const std::size_t cell : Range(to))
-            cells[cell].push_front(object);
+        i_Add(to, object);
     }
 
     struct Visit : CAABBDynamicGrid::walkCallback
@@ -107,14 +104,16 @@ public:
     std::vector<std::deque<void*>> cells;
 
 private:
+    void i_Add(const Box& box, void* object)
+    {
+        for (const std::size_t cell : Range(box))
+            cells[cell].push_front(object);
+    }
     void i_Remove(const Box& box, void* object)
     {
         for (const std::size_t cell : Range(box))
-        {
-            auto& list = cells[cell];
-            if (const auto found = std::find(list.begin(), list.end(), object); found != list.end())
-                list.erase(found);
-        }
+            if (const auto found = std::ranges::find(cells[cell], object); found != cells[cell].end())
+                cells[cell].erase(found);
     }
 
     Box m_bounds;
@@ -132,10 +131,7 @@ Box RandomBox(test::Random& random)
             box.values[axis] = std::round(box.values[axis]);
     }
     if (random.OneIn(10))
-    {
-        const float strange[] = {kNaN, kInfinity, -kInfinity, 3e38F, -3e38F, 1e10F, -1e10F, 1e-42F, -0.0F};
-        box.values[random.Below(6U)] = strange[random.Below(9U)];
-    }
+        box.values[random.Below(6U)] = random.Strange();
     return box;
 }
 
@@ -186,13 +182,7 @@ TEST(DynamicGrid, AgreesWithListsOfEveryCellWhateverTheBoxes)
 
 TEST(DynamicGrid, ImpossibleRegionsHaveNoCells)
 {
-    struct Case
-    {
-        Box bounds;
-        float size;
-        bool isLogged;
-    };
-    const Case cases[] = {
+    const std::tuple<Box, float, bool> cases[] = {
         {{{0, 0, 0, 10, 10, 0}}, 1, false},
         {{{0, 0, 0, -5, 10, 10}}, 1, false},
         {{{0, 0, 0, 10, 10, 10}}, 0, false},
@@ -203,12 +193,12 @@ TEST(DynamicGrid, ImpossibleRegionsHaveNoCells)
         {{{0, 0, 0, kInfinity, 1, 1}}, 1, true},
         {{{-3e38F, -3e38F, 0, 3e38F, 3e38F, 1}}, 1e-38F, true},
     };
-    for (const Case& c : cases)
+    for (const auto& [bounds, size, isLogged] : cases)
     {
-        std::unique_ptr<test::ExpectLog> log;
-        if (c.isLogged)
-            log.reset(new test::ExpectLog{"more than"});
-        GridModel model(c.bounds, c.size, c.size, c.size);
+        std::optional<test::ExpectLog> log;
+        if (isLogged)
+            log.emplace(std::initializer_list<std::string>{"more than"});
+        GridModel model(bounds, size, size, size);
         EXPECT_EQ(model.grid.GetTotalCellCount(), 0U);
         int object = 0;
         model.Add({{0, 0, 0, 1, 1, 1}}, &object);

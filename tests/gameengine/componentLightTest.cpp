@@ -3,27 +3,28 @@
 #include "gameengine/engine/componentShadowCaster.h"
 #include "gameengine/engine/componentTransformDirect.h"
 #include "support/sceneFixture.h"
-#include "tamradeps/udb/udbDatabase.h"
-#include "tamradeps/udb/udbGroup.h"
 
-#include <cmath>
 #include <limits>
-
-#include <gtest/gtest.h>
 
 namespace
 {
 using collision::PrimAABB;
+using test::At;
 
 PrimAABB Around(float half)
 {
     return PrimAABB({-half, -half, -half}, {half, half, half});
 }
 
-TEST(Light, ShapesTheBoxOfItsTransform)
+class Light : public test::SceneTest
 {
-    const test::Scene scene;
-    const auto entity = scene.Make<ComponentTransformDirect, ComponentLight>();
+protected:
+    RefPtr<CEntity> MakeLight() const { return m_scene.Make<ComponentTransformDirect, ComponentLight>(); }
+};
+
+TEST_F(Light, ShapesTheBoxOfItsTransform)
+{
+    const auto entity = MakeLight();
     auto& light = *entity->Find<ComponentLight>();
     const PrimAABB& box = entity->Find<ComponentTransform>()->GetBoundingBox();
     EXPECT_EQ(box, Around(21.333334F));
@@ -41,23 +42,20 @@ TEST(Light, ShapesTheBoxOfItsTransform)
     EXPECT_EQ(box, spot);
 }
 
-TEST(Light, FollowsItsTransformWhicheverIsMadeFirst)
+TEST_F(Light, FollowsItsTransformWhicheverIsMadeFirst)
 {
-    const test::Scene scene;
+    CMatrix world = At({1, 2, 3});
+    world.RotateEuler(0, 0, 0.5F);
     for (const bool lightFirst : {false, true})
     {
-        const auto entity = lightFirst ? scene.Make<ComponentLight, ComponentTransformDirect>()
-                                       : scene.Make<ComponentTransformDirect, ComponentLight>();
+        const auto entity = lightFirst ? m_scene.Make<ComponentLight, ComponentTransformDirect>() : MakeLight();
         auto& light = *entity->Find<ComponentLight>();
         auto* transform = entity->Find<ComponentTransform>();
         EXPECT_EQ(transform->GetBoundingBox(), light.GetLocalBounds());
-        test::EventLog log;
-        log.Listen(light.Events(), "light");
-        CMatrix world;
-        world.RotateEuler(0, 0, 0.5F);
-        world.SetTranslation({1, 2, 3});
+        m_log.Listen(light.Events(), "light");
+        m_log.Take();
         transform->SetTransform(world);
-        EXPECT_EQ(log.Take(), std::vector<std::string>{"light 0"}) << "heard once";
+        EXPECT_EQ(m_log.Take(), std::vector<std::string>{"light 0"}) << "heard once";
         EXPECT_EQ(light.GetViewMatrix(), CMatrix::View({1, 2, 3}, CVector3(1, 2, 3) + world.GetLocalX(), {0, 0, 1}));
 
         // Either may die first; the other one is none the worse, and follows a new one.
@@ -78,101 +76,92 @@ TEST(Light, FollowsItsTransformWhicheverIsMadeFirst)
     }
 }
 
-TEST(Light, FollowsBeforeTheListIsUnlocked)
+TEST_F(Light, FollowsBeforeTheListIsUnlocked)
 {
-    const test::Scene scene;
-    const auto entity = scene.Make<ComponentTransformDirect>();
+    const auto entity = m_scene.Make<ComponentTransformDirect>();
     entity->LockComponentList();
     ComponentLight::CreateComponent(entity.Get());
-    CMatrix world;
-    world.SetTranslation({1, 2, 3});
-    entity->Find<ComponentTransform>()->SetTransform(world);
+    entity->Find<ComponentTransform>()->SetTransform(At({1, 2, 3}));
     EXPECT_EQ(entity->Find<ComponentLight>()->GetViewMatrix(), CMatrix::View({1, 2, 3}, {2, 2, 3}, {0, 0, 1}));
     entity->UnlockComponentList();
 }
 
-TEST(Light, TellsOfEachChangeOnce)
+TEST_F(Light, TellsOfEachChangeOnce)
 {
-    const test::Scene scene;
-    const auto entity = scene.Make<ComponentTransformDirect, ComponentLight>();
+    const auto entity = MakeLight();
     auto& light = *entity->Find<ComponentLight>();
-    test::EventLog log;
-    log.Listen(light.Events(), "light");
-    CEntityComponentProperty property;
-    for (int index = 0; light.GetProperty(index, &property); ++index)
+    m_log.Listen(light.Events(), "light");
+    for (int index = 0; light.GetProperty(index, &m_property); ++index)
     {
-        light.SetProperty(index, &property);
-        EXPECT_EQ(log.Take().size(), 1U) << property.name;
+        light.SetProperty(index, &m_property);
+        EXPECT_EQ(m_log.Take().size(), 1U) << m_property.name;
     }
-    light.SetProperty(8, &property);
-    EXPECT_EQ(log.Take().size(), 1U) << "an unknown index updates too";
+    light.SetProperty(8, &m_property);
+    EXPECT_EQ(m_log.Take().size(), 1U) << "an unknown index updates too";
     light.SetRange(2);
+    entity->Find<ComponentTransform>()->SetTransform(At({1, 2, 3}));
+    m_log.Take();
 
-    const auto second = scene.Make<ComponentTransformDirect, ComponentLight>();
+    const auto second = MakeLight();
     auto& other = *second->Find<ComponentLight>();
-    log.Take();
-    log.Listen(other.Events(), "other");
+    m_log.Listen(other.Events(), "other");
     other.Copy(&light);
-    EXPECT_EQ(log.Take().size(), 8U) << "once for each setter";
-    CMatrix elsewhere;
-    elsewhere.SetTranslation({1, 2, 3});
-    entity->Find<ComponentTransform>()->SetTransform(elsewhere);
+    EXPECT_EQ(m_log.Take().size(), 8U) << "once for each setter";
     const CMatrix view = other.GetViewMatrix();
     other.SetRange(90);
-    log.Take();
+    m_log.Take();
     other = light;
-    EXPECT_EQ(log.Take().size(), 1U);
+    EXPECT_EQ(m_log.Take().size(), 1U);
     EXPECT_EQ(other.GetViewMatrix(), view) << "the other light stands elsewhere";
     EXPECT_FLOAT_EQ(second->Find<ComponentTransform>()->GetBoundingBox().GetMax().x, 2.0F * 2 / 3) << "the range";
+}
 
-    UDBDatabase database;
-    UDBGroup& fractions = *database.AllocateGroup();
-    fractions.AddNumber("lightType", 1.9);
-    fractions.AddNumber("shadowed", 0.5);
-    fractions.AddNumber("range", std::numeric_limits<double>::quiet_NaN());
-    other.SerializerLoad(fractions);
-    EXPECT_EQ(log.Take().size(), 1U);
-    EXPECT_EQ(other.GetLightType(), ComponentLightType::Spot);
-    EXPECT_FALSE(other.GetShadowed());
+TEST_F(Light, LoadsNumbersOfAnyKind)
+{
+    auto& light = Make<ComponentLight>();
+    m_log.Listen(light.Events(), "light");
+    m_group.AddNumber("lightType", 1.9);
+    m_group.AddNumber("shadowed", 0.5);
+    m_group.AddNumber("range", std::numeric_limits<double>::quiet_NaN());
+    light.SerializerLoad(m_group);
+    EXPECT_EQ(m_log.Take().size(), 1U);
+    EXPECT_EQ(light.GetLightType(), ComponentLightType::Spot);
+    EXPECT_FALSE(light.GetShadowed());
     for (const double number : {1e300, -1e300, std::numeric_limits<double>::infinity()})
     {
-        UDBGroup& beyond = *database.AllocateGroup();
-        beyond.AddNumber("lightType", number);
-        other.SerializerLoad(beyond);
+        m_group.Clear();
+        m_group.AddNumber("lightType", number);
+        light.SerializerLoad(m_group);
     }
 }
 
-TEST(Light, SurvivesListenersThatEndIt)
+TEST_F(Light, SurvivesListenersThatEndIt)
 {
-    const test::Scene scene;
     for (const bool byTransform : {false, true})
     {
-        auto entity = scene.Make<ComponentTransformDirect, ComponentLight>();
-        const auto source = scene.Make<ComponentLight>();
+        auto entity = MakeLight();
         auto* light = entity->Find<ComponentLight>();
-        test::EventLog log;
-        log.Listen(byTransform ? entity->Find<ComponentTransform>()->Events() : light->Events(), "end",
-                   [&](const EventMessage&) { entity = nullptr; });
-        light->Copy(source->Find<ComponentLight>());
-        EXPECT_EQ(log.Take().size(), 1U);
+        m_log.Listen(byTransform ? entity->Find<ComponentTransform>()->Events() : light->Events(), "end",
+                     [&](const EventMessage&) { entity = nullptr; });
+        light->Copy(&Make<ComponentLight>());
+        EXPECT_EQ(m_log.Take().size(), 1U);
     }
     // In an update within an update.
-    auto entity = scene.Make<ComponentTransformDirect, ComponentLight>();
+    auto entity = MakeLight();
     auto* light = entity->Find<ComponentLight>();
-    test::EventLog log;
     int depth = 0;
-    log.Listen(entity->Find<ComponentTransform>()->Events(), "end",
-               [&](const EventMessage&)
-               {
-                   if (depth++ == 0)
-                       light->SetRange(5);
-                   else
-                       entity = nullptr;
-               });
+    m_log.Listen(entity->Find<ComponentTransform>()->Events(), "end",
+                 [&](const EventMessage&)
+                 {
+                     if (depth++ == 0)
+                         light->SetRange(5);
+                     else
+                         entity = nullptr;
+                 });
     light->SetRange(4);
-    EXPECT_EQ(log.Take().size(), 2U);
+    EXPECT_EQ(m_log.Take().size(), 2U);
     // A loose copy touches nobody's transform, and may outlive the entity.
-    entity = scene.Make<ComponentTransformDirect, ComponentLight>();
+    entity = MakeLight();
     ComponentLight copy(*entity->Find<ComponentLight>());
     copy.SetRange(3);
     EXPECT_EQ(entity->Find<ComponentTransform>()->GetBoundingBox(), Around(21.333334F));
@@ -180,33 +169,29 @@ TEST(Light, SurvivesListenersThatEndIt)
     copy.SetLightType(ComponentLightType::Spot);
 }
 
-TEST(ShadowCaster, ListenersSeeTheOldModeAndTheNew)
+using ShadowCaster = test::SceneTest;
+
+TEST_F(ShadowCaster, ListenersSeeTheOldModeAndTheNew)
 {
-    const test::Scene scene;
-    const auto entity = scene.Make<ComponentShadowCaster>();
-    auto& caster = *entity->Find<ComponentShadowCaster>();
-    test::EventLog log;
+    auto& caster = Make<ComponentShadowCaster>();
     ShadowMode before{};
     std::int32_t wanted = -1;
-    log.Listen(caster.Events(), "mode",
-               [&](const EventMessage& message)
-               {
-                   before = caster.GetShadowMode();
-                   wanted = message.second.GetInt();
-               });
-    CEntityComponentProperty property;
-    property.SetChoice("Shadow Mode", 1, nullptr);
-    EXPECT_TRUE(caster.SetPropertyTo("Shadow Mode", &property));
-    EXPECT_EQ(log.Take().size(), 1U);
+    m_log.Listen(caster.Events(), "mode",
+                 [&](const EventMessage& message)
+                 {
+                     before = caster.GetShadowMode();
+                     wanted = message.second.GetInt();
+                 });
+    m_property.SetChoice("Shadow Mode", 1, nullptr);
+    EXPECT_TRUE(caster.SetPropertyTo("Shadow Mode", &m_property));
+    EXPECT_EQ(m_log.Take().size(), 1U);
     EXPECT_EQ(before, ShadowMode::Static);
     EXPECT_EQ(wanted, 1);
     EXPECT_EQ(caster.GetShadowMode(), ShadowMode::Dynamic);
     caster.SetShadowMode(ShadowMode::Dynamic);
-    UDBDatabase database;
-    UDBGroup& group = *database.AllocateGroup();
-    group.AddNumber("shadowMode", 0.9);
-    caster.SerializerLoad(group);
+    m_group.AddNumber("shadowMode", 0.9);
+    caster.SerializerLoad(m_group);
     EXPECT_EQ(caster.GetShadowMode(), ShadowMode::Static);
-    EXPECT_TRUE(log.Take().empty());
+    EXPECT_TRUE(m_log.Take().empty());
 }
 } // namespace

@@ -10,9 +10,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ranges>
 #include <set>
-
-#include <gtest/gtest.h>
 
 namespace
 {
@@ -25,13 +24,13 @@ constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 // Entities of all sizes, some reaching out of the region, some outside, some thin, some on the faces of cells, and a
 // query that has seen some of their former places.
-class SpatialQuery : public testing::Test
+class SpatialQuery : public test::SceneTest
 {
 protected:
     void SetUp() override
     {
         m_tree->InitializeWithDynamicGrid(kRegion, 9, 11, 10);
-        m_tree->AddSource(&m_scene.GetArray());
+        m_tree->AddSource(&m_array);
         for (int i = 0; i < 1500; ++i)
         {
             m_entities.push_back(m_scene.Spawn<ComponentRuntimeData, ComponentTransformDirect>());
@@ -51,7 +50,7 @@ protected:
             const float size = m_random.OneIn(5) ? 0.0F : m_random.Between(0.0F, m_random.OneIn(6) ? 50.0F : 5.0F);
             box[axis + 3] = box[axis] + size;
         }
-        entity.Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
+        test::SetBox(entity, PrimAABB(box));
     }
     void MoveSome()
     {
@@ -72,10 +71,8 @@ protected:
     {
         std::set<CEntity*> found;
         for (const auto& entity : m_entities)
-        {
             if (!m_tree->GetGrid()->GetRange(BoxOf(entity.Get()).GetFloats()).IsEmpty() && test(BoxOf(entity.Get())))
                 found.insert(entity.Get());
-        }
         return found;
     }
     static std::set<CEntity*> Set(Query::Answer answer)
@@ -84,21 +81,18 @@ protected:
         EXPECT_EQ(found.size(), answer.size()) << "each entity once";
         return found;
     }
-    // Checks an answer that comes in order of cells, and that it is the same when asked again and by somebody else.
+    // Checks an answer that comes in order of cells, and that somebody else gets the same.
     template <class Ask>
     std::set<CEntity*> Answer(Ask ask)
     {
         const Query::Answer answer = ask(m_query, m_buffer);
         Query::Buffer second;
         Query fresh(m_tree.Get());
-        const Query::Answer again = ask(fresh, second);
-        EXPECT_TRUE(std::equal(answer.begin(), answer.end(), again.begin(), again.end()));
+        EXPECT_TRUE(std::ranges::equal(answer, ask(fresh, second)));
         return Set(answer);
     }
 
-    test::Scene m_scene;
     test::Random m_random{11};
-    std::vector<RefPtr<CEntity>> m_entities;
     RefPtr<CEntityArray_AccelerationTree> m_tree = new CEntityArray_AccelerationTree;
     Query m_query{m_tree.Get()};
     Query::Buffer m_buffer;
@@ -132,25 +126,18 @@ TEST_F(SpatialQuery, BoxesAndSpheresAgreeWithBruteForce)
         const auto found = Answer([&](Query& query, auto& buffer) { return query.InSphere(point, radius, buffer); });
         const auto within = [&](double slack)
         { return BruteForce([&](const PrimAABB& other) { return Distance(other, point) <= radius + slack; }); };
-        const auto surely = within(-1e-4);
-        const auto perhaps = within(1e-4);
-        EXPECT_TRUE(std::includes(found.begin(), found.end(), surely.begin(), surely.end()));
-        EXPECT_TRUE(std::includes(perhaps.begin(), perhaps.end(), found.begin(), found.end()));
+        EXPECT_TRUE(std::ranges::includes(found, within(-1e-4)) && std::ranges::includes(within(1e-4), found));
     }
 }
 
 TEST_F(SpatialQuery, AnswersFollowMovesWithinACell)
 {
-    m_scene.GetArray().Clear();
+    m_array.Clear();
     CEntity& entity = *m_entities[0];
-    const auto place = [&](float x)
-    {
-        const float box[6] = {x, 1, 1, x, 2, 2};
-        entity.Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
-    };
+    const auto place = [&](float x) { test::SetBox(entity, {{x, 1, 1}, {x, 2, 2}}); };
     const auto isAt = [&](float x) { return m_query.InBox(PrimAABB({x, 0, 0}, {x, 5, 5}), m_buffer).size() == 1; };
     place(-10);
-    m_scene.GetArray().Add(&entity);
+    m_array.Add(&entity);
     EXPECT_TRUE(isAt(-10));
     place(-9);
     EXPECT_TRUE(isAt(-9) && !isAt(-10));
@@ -203,8 +190,7 @@ TEST_F(SpatialQuery, FrustaHoldWhatIsInViewAndNothingThatThePlanesTurnDown)
                 }
                 return false;
             });
-        EXPECT_TRUE(std::includes(kept.begin(), kept.end(), found.begin(), found.end()));
-        EXPECT_TRUE(std::includes(found.begin(), found.end(), visible.begin(), visible.end()));
+        EXPECT_TRUE(std::ranges::includes(kept, found) && std::ranges::includes(found, visible));
         seen += visible.size();
     }
     EXPECT_GT(seen, 10000U);
@@ -225,12 +211,8 @@ TEST_F(SpatialQuery, RaysHitInOrderOfDistance)
         const auto enter = [&](const PrimAABB& box)
         { return test::HitBox(box, origin, direction) * double{direction.Length()}; };
         const auto distance = [&](const CEntity* entity) { return enter(BoxOf(entity)); };
-        const auto crossed = BruteForce(
-            [&](const PrimAABB& box)
-            {
-                const double entry = enter(box);
-                return entry < 1e30 && entry <= double{reach};
-            });
+        const auto crossed =
+            BruteForce([&](const PrimAABB& box) { return enter(box) <= std::min(double{reach}, 1e30); });
         std::vector<CEntity*> found;
         m_query.VisitAlongRay(origin, direction, reach,
                               [&](CEntity* entity, float at)
@@ -240,20 +222,17 @@ TEST_F(SpatialQuery, RaysHitInOrderOfDistance)
                                   return true;
                               });
         EXPECT_EQ(Set(found), crossed);
-        EXPECT_TRUE(std::is_sorted(found.begin(), found.end(),
-                                   [&](const CEntity* a, const CEntity* b)
-                                   { return distance(a) < distance(b) - 1e-6; }));
+        const auto isNearer = [&](const CEntity* a, const CEntity* b) { return distance(a) < distance(b) - 1e-6; };
+        EXPECT_TRUE(std::ranges::is_sorted(found, isNearer));
         hits += found.size();
         const auto some = m_query.AlongRay(origin, direction, reach, 3, m_buffer);
-        EXPECT_TRUE(std::equal(some.begin(), some.end(), found.begin(),
-                               found.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(3, found.size()))));
+        EXPECT_TRUE(std::ranges::equal(some, found | std::views::take(3)));
     }
     EXPECT_GT(hits, 1000U);
     // Through an edge of four cells, past a box that begins there.
-    m_scene.GetArray().Clear();
-    const float corner[6] = {-91, -89, -1, -85, -85, 1};
-    m_entities[0]->Find<ComponentTransform>()->SetUntransformedBoundingBox(corner);
-    m_scene.GetArray().Add(m_entities[0].Get());
+    m_array.Clear();
+    test::SetBox(*m_entities[0], {{-91, -89, -1}, {-85, -85, 1}});
+    m_array.Add(m_entities[0].Get());
     EXPECT_EQ(m_query.AlongRay({-90, -90, 0}, {-1, 1, 0}, 10, 5, m_buffer).size(), 1U);
     EXPECT_EQ(m_query.AlongRay({-92, -88, 0}, {1, -1, 0}, 10, 5, m_buffer).size(), 1U);
 }
@@ -263,8 +242,7 @@ TEST_F(SpatialQuery, VisitorsMayChangeTheScene)
     for (std::size_t i = 0; i < 100; ++i)
     {
         const float x = static_cast<float>(i);
-        const float box[6] = {x, -2, -2, x + 1.5F, 2, 2};
-        m_entities[i * 3]->Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
+        test::SetBox(*m_entities[i * 3], {{x, -2, -2}, {x + 1.5F, 2, 2}});
     }
     std::size_t visited = 0;
     m_query.VisitAlongRay({-150, 0, 0}, {1, 0.01F, 0}, kInfinity,
@@ -277,7 +255,7 @@ TEST_F(SpatialQuery, VisitorsMayChangeTheScene)
                               for (int i = 0; i < 3 && m_entities.end() - found > 10; ++i)
                               {
                                   CEntity* const victim = found[i * 3].Get();
-                                  m_scene.GetArray().Remove(victim);
+                                  m_array.Remove(victim);
                                   found[i * 3] = m_entities.back();
                                   m_entities.pop_back();
                               }
@@ -287,10 +265,7 @@ TEST_F(SpatialQuery, VisitorsMayChangeTheScene)
     EXPECT_GT(visited, 10U);
     EXPECT_TRUE(m_tree->Validate());
     for (std::size_t i = 0; i < 2; ++i)
-    {
-        const float box[6] = {-90, -2, -2, 90, 2, 2};
-        m_entities[i]->Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
-    }
+        test::SetBox(*m_entities[i], {{-90, -2, -2}, {90, 2, 2}});
     visited = 0;
     m_query.VisitAlongRay({-150, 0, 0}, {1, 0, 0}, kInfinity,
                           [&](CEntity*, float)
@@ -307,12 +282,11 @@ TEST_F(SpatialQuery, RaysTakeInWhatTheirVisitorAddsAndMovesOnce)
     std::vector<RefPtr<CEntity>> added;
     const auto add = [&](float x, float size)
     {
-        const float box[6] = {x, -2, -2, x + size, 2, 2};
         added.push_back(m_scene.Make<ComponentRuntimeData, ComponentTransformDirect>());
-        added.back()->Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
+        test::SetBox(*added.back(), {{x, -2, -2}, {x + size, 2, 2}});
         m_tree->Add(added.back().Get());
     };
-    m_scene.GetArray().Clear();
+    m_array.Clear();
     add(-95, 1);
     m_query.InSphere({0, 0, 0}, kInfinity, m_buffer);
     std::vector<CEntity*> visited;
@@ -320,8 +294,7 @@ TEST_F(SpatialQuery, RaysTakeInWhatTheirVisitorAddsAndMovesOnce)
                           [&](CEntity* entity, float)
                           {
                               visited.push_back(entity);
-                              const float ahead[6] = {50, -2, -2, 51, 2, 2};
-                              entity->Find<ComponentTransform>()->SetUntransformedBoundingBox(ahead);
+                              test::SetBox(*entity, {{50, -2, -2}, {51, 2, 2}});
                               for (float x = -50; added.size() < 50; ++x)
                                   add(x, 20);
                               return true;
@@ -347,29 +320,25 @@ TEST_F(SpatialQuery, NearestOnesComeSorted)
         for (std::size_t i = 0; i < answer.size(); ++i)
             EXPECT_NEAR(Distance(BoxOf(answer[i]), point), expected[i], 1e-4);
 
-        // Every other one of them all.
+        // Every other one of them all, and perhaps more that are farther away.
         const auto isOdd = [](const CEntity* entity) { return entity->GetSerial() % 2 == 1; };
-        const std::vector<CEntity*> all(answer.begin(), answer.end());
+        std::vector<CEntity*> wanted(answer.begin(), answer.end());
+        std::erase_if(wanted, [&](const CEntity* entity) { return !isOdd(entity); });
         const auto odd = m_query.NearestOf(point, count, m_buffer, reach, isOdd);
-        const auto wanted = std::count_if(all.begin(), all.end(), isOdd);
-        ASSERT_GE(odd.size(), static_cast<std::size_t>(wanted));
-        std::size_t next = 0;
-        for (CEntity* entity : all)
-            EXPECT_TRUE(!isOdd(entity) || odd[next++] == entity);
+        EXPECT_TRUE(std::ranges::equal(odd | std::views::take(wanted.size()), wanted));
     }
     // At the same distance, the one that the tree got first.
-    m_scene.GetArray().Clear();
-    const float box[6] = {5, 5, 5, 6, 6, 6};
+    m_array.Clear();
     CEntity* const three[] = {m_entities[9].Get(), m_entities[3].Get(), m_entities[5].Get()};
     for (CEntity* entity : three)
     {
-        entity->Find<ComponentTransform>()->SetUntransformedBoundingBox(box);
-        m_scene.GetArray().Add(entity);
+        test::SetBox(*entity, {{5, 5, 5}, {6, 6, 6}});
+        m_array.Add(entity);
     }
     const auto two = m_query.Nearest({0, 0, 0}, 2, m_buffer);
-    EXPECT_TRUE(std::equal(two.begin(), two.end(), three, three + 2));
+    EXPECT_TRUE(std::ranges::equal(two, three | std::views::take(2)));
     const auto hit = m_query.AlongRay({5.5F, 5.5F, 0}, {0, 0, 1}, 10, 3, m_buffer);
-    EXPECT_TRUE(std::equal(hit.begin(), hit.end(), three, three + 3));
+    EXPECT_TRUE(std::ranges::equal(hit, three));
 }
 
 TEST_F(SpatialQuery, StrangeQuestionsHaveNoAnswerOrAll)
@@ -388,11 +357,10 @@ TEST_F(SpatialQuery, StrangeQuestionsHaveNoAnswerOrAll)
     EXPECT_TRUE(m_query.AlongRay({0, 0, 0}, {1, 0, 0}, 100, 0, m_buffer).empty());
     EXPECT_TRUE(m_query.Nearest({kInfinity, 0, 0}, 5, m_buffer).empty());
     EXPECT_TRUE(m_query.Nearest({0, 0, 0}, 5, m_buffer, kNaN).empty());
-    const float strange[] = {kNaN, kInfinity, -kInfinity, 3e38F, -3e38F};
     for (int i = 0; i < 500; ++i)
     {
         CMatrix matrix = CMatrix::Projection(90, 1, 0.1F, 100);
-        matrix.GetElements()[m_random.Below(16U)] = strange[m_random.Below(5U)];
+        matrix.GetElements()[m_random.Below(16U)] = m_random.Strange();
         m_query.InFrustum(collision::PrimFrustum(matrix), m_buffer);
     }
 
@@ -414,7 +382,7 @@ TEST_F(SpatialQuery, AdvisedGridsSuitTheirBoxes)
     boxes.push_back(PrimAABB({kNaN, 0, 0}, {1, 1, 1}));
     boxes.push_back(PrimAABB({-kInfinity, 0, 0}, {1, 1, 1}));
     const AABBGridAdvice advice = AdviseGrid(boxes);
-    EXPECT_EQ(advice.bounds, AdviseGrid(m_scene.GetArray()).bounds);
+    EXPECT_EQ(advice.bounds, AdviseGrid(m_array).bounds);
     CAABBDynamicGrid grid(advice.bounds.GetFloats(), advice.cellSize.x, advice.cellSize.y, advice.cellSize.z);
     for (std::size_t i = 0; i < m_entities.size(); ++i)
     {
@@ -455,10 +423,8 @@ TEST_F(SpatialQuery, ASteadyFrameAllocatesNothing)
             m_query.Nearest({1, 2, 3}, 10, m_buffer);
             m_query.AlongRay({-90, 0, 0}, {1, 0, 0}, 200, 50, m_buffer);
             // To and fro, so that each cell has seen its largest crowd.
-            CMatrix matrix;
-            matrix.SetTranslation({i % 2 == 0 ? 30.0F : 0.0F, 0, 0});
             for (std::size_t k = 0; k < 50; ++k)
-                m_entities[k]->Find<ComponentTransform>()->SetTransform(matrix);
+                m_entities[k]->Find<ComponentTransform>()->SetTransform(test::At({i % 2 == 0 ? 30.0F : 0.0F, 0, 0}));
         }
     };
     frame();

@@ -1,14 +1,10 @@
 #include "gameengine/gui/guiWidget/guiAutomation.h"
 
 #include "gameengine/gui/guiWidget/guiButton.h"
-#include "gameengine/gui/guiWidget/guiContext.h"
-#include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "support/expectations.h"
-#include "support/recordingDraw.h"
-
-#include <gtest/gtest.h>
+#include "support/guiFixture.h"
 
 namespace
 {
@@ -25,29 +21,28 @@ constexpr const char* kWidgets = "GWT_GROUPBOX \"Settings\" \"settings\" 0 0 200
                                  "GWT_SPINNER 0.0 10.0 5.0 0.5 0 \"number\" 160 210 100 24 LEFT|TOP NONE 0 0 0\n"
                                  "GWT_DROPLIST 2 \"one\" \"two\" -1 \"choice\" 270 210 90 24 LEFT|TOP NONE 0 0 0\n";
 
-class GuiAutomationTest : public testing::Test, public gui::GuiCallback
+class GuiAutomationTest : public test::GuiTest<>
 {
 protected:
     GuiAutomationTest()
     {
         gui::GuiStream stream((std::string(kWidgets)));
-        EXPECT_TRUE(gui::ReadWidgets(m_context->GetRoot(), stream));
-        m_context->GetRoot().SetCallback(this);
+        EXPECT_TRUE(gui::ReadWidgets(m_root, stream));
         m_context->Render(400, 300);
     }
     bool OnGuiEvent(const char* name, const gui::GuiEvent& event) override
     {
-        m_heard += std::string(name) + std::to_string(event.type) + ' ';
+        GuiTest::OnGuiEvent(name, event);
         if (m_isDestroying && event.source)
             event.source->DestroySelf();
         return true;
     }
-    std::string Take() { return std::exchange(m_heard, {}); }
+    std::string Tell(const char* name, const gui::GuiEvent& event) const override
+    {
+        return name + std::to_string(event.type);
+    }
 
-    test::RecordingDraw m_draw;
-    std::unique_ptr<gui::GuiContext> m_context = gui::GuiContext::Create(m_draw);
     gui::GuiAutomation m_user{*m_context};
-    std::string m_heard;
     bool m_isDestroying = false;
 };
 
@@ -79,7 +74,7 @@ TEST_F(GuiAutomationTest, UsesWhatAUserCouldUse)
 {
     float value = 0.0F;
     EXPECT_TRUE(m_user.Click("Apply") && m_user.Click("other/apply"));
-    EXPECT_EQ(Take(), "apply3 apply4 apply3 apply4 ");
+    EXPECT_EQ(Take(), "apply3 apply4 apply3 apply4");
     EXPECT_TRUE(m_user.Click("freeze") && m_user.GetValue("freeze", value) && value == 1.0F);
     EXPECT_TRUE(m_user.Press(gui::kGuiKeySpace) && m_user.GetValue("freeze", value) && value == 0.0F);
     const gui::GuiRecti bar = m_user.Find("bar")->GetRect();
@@ -90,7 +85,7 @@ TEST_F(GuiAutomationTest, UsesWhatAUserCouldUse)
     Take();
     m_isDestroying = true;
     EXPECT_TRUE(m_user.Click("settings/apply"));
-    EXPECT_EQ(Take(), "apply3 ") << "gone before it was let go";
+    EXPECT_EQ(Take(), "apply3") << "gone before it was let go";
     EXPECT_EQ(m_user.FindByPath("settings/apply"), nullptr);
 }
 
@@ -117,8 +112,7 @@ TEST_F(GuiAutomationTest, TypesAndChooses)
 
 TEST_F(GuiAutomationTest, SaysWhatStandsInTheWay)
 {
-    auto* cover = m_context->GetRoot().AddChild(std::make_unique<gui::GuiButton>(*m_context));
-    cover->SetRect(250, 0, 100, 300);
+    auto* cover = Add<gui::GuiButton>(m_root, "", {250, 0, 100, 300});
     gui::GuiButton stray(*m_context);
     m_user.Find("freeze")->SetLocked(true);
     m_user.Find("size")->SetVisible(false);
@@ -134,9 +128,7 @@ TEST_F(GuiAutomationTest, SaysWhatStandsInTheWay)
         "cannot click \"settings/apply\": a GWT_BUTTON has all input",
         "cannot click \"apply\": it lies in \"settings\", which is hidden",
     };
-    auto* away = m_context->GetRoot().AddChild(std::make_unique<gui::GuiButton>(*m_context));
-    away->SetId("away");
-    away->SetRect(1000, 0, 10, 10);
+    Add<gui::GuiButton>(m_root, "away", {1000, 0, 10, 10});
     EXPECT_FALSE(m_user.Click("other/apply"));
     EXPECT_FALSE(m_user.Click("freeze"));
     EXPECT_TRUE(m_user.MoveTo("freeze"));
@@ -153,6 +145,6 @@ TEST_F(GuiAutomationTest, SaysWhatStandsInTheWay)
     m_context->GrabInput(nullptr);
     m_user.Find("settings")->SetVisible(false);
     EXPECT_FALSE(m_user.Click("apply"));
-    EXPECT_EQ(Take(), "bar10 bar12 bar11 ");
+    EXPECT_EQ(Take(), "bar10 bar12 bar11");
 }
 } // namespace

@@ -16,12 +16,7 @@ constexpr unsigned kA = 'A';
 class Field : public GuiWidget, public GuiTextReceiver
 {
 public:
-    Field(GuiContext& context, const char* id, const GuiRecti& rect)
-        : GuiWidget(context, 0, rect, GuiSizePolicy::Fixed())
-    {
-        SetId(id);
-        SetFocusable(true);
-    }
+    explicit Field(GuiContext& context) : GuiWidget(context, 0, {}, GuiSizePolicy::Fixed()) { SetFocusable(true); }
 
     GuiWidgetType GetType() const override { return GuiWidgetType::Label; }
     const char* GetTypeString() const override { return "GWT_LABEL"; }
@@ -62,62 +57,40 @@ public:
 class GuiContexts : public test::GuiTest<>
 {
 protected:
-    Field* Add(GuiLayout& layout, const char* id, const GuiRecti& rect)
+    // Who has the focus after the key.
+    std::string Tab()
     {
-        return static_cast<Field*>(layout.AddChild(std::make_unique<Field>(*m_context, id, rect)));
-    }
-    Panel* AddPanel(GuiLayout& layout, const char* id, const GuiRecti& rect)
-    {
-        auto panel = std::make_unique<Panel>(*m_context, 0, rect);
-        panel->SetId(id);
-        return static_cast<Panel*>(layout.AddChild(std::move(panel)));
-    }
-    void Click(int x, int y, float pause)
-    {
-        m_context->SetMousePos(x, y);
-        m_context->PushMouseClick(1);
-        m_context->PushMouseRelease(1);
-        m_context->Update(pause);
+        Key(kGuiKeyTab);
+        return m_context->GetFocusWidget() ? m_context->GetFocusWidget()->GetId() : "nobody";
     }
 };
 
 TEST_F(GuiContexts, TabGoesRoundInTheWindow)
 {
-    Field* const first = Add(m_root, "first", {});
-    Panel* const window = AddPanel(m_root, "window", {0, 0, 100, 100});
+    Add<Field>(m_root, "first", {});
+    auto* const window = Add<Panel>(m_root, "window", {0, 0, 100, 100});
     window->type = GuiWidgetType::Window;
-    Field* const a = Add(*AddPanel(*window, "inner", {}), "a", {});
-    Field* const hidden = Add(*window, "hidden", {});
-    hidden->SetVisible(false);
-    Add(*window, "locked", {})->SetLocked(true);
-    Add(*window, "still", {})->SetFocusable(false);
-    Field* const b = Add(*window, "b", {});
+    auto* const a = Add<Field>(*Add<Panel>(*window, "inner", {}), "a", {});
+    Add<Field>(*window, "hidden", {})->SetVisible(false);
+    Add<Field>(*window, "locked", {})->SetLocked(true);
+    Add<Field>(*window, "still", {})->SetFocusable(false);
+    Add<Field>(*window, "b", {});
 
-    Key(kGuiKeyTab);
-    EXPECT_EQ(m_context->GetFocusWidget(), first);
-    Key(kGuiKeyTab);
-    EXPECT_EQ(m_context->GetFocusWidget(), a);
-    for (Field* const next : {b, a, b})
-    {
-        Key(kGuiKeyTab);
-        EXPECT_EQ(m_context->GetFocusWidget(), next);
-    }
+    for (const char* const next : {"first", "a", "b", "a", "b"})
+        EXPECT_EQ(Tab(), next);
     m_context->PushKeyPress(kGuiKeyRightShift);
-    Key(kGuiKeyTab);
-    EXPECT_EQ(m_context->GetFocusWidget(), a);
+    EXPECT_EQ(Tab(), "a");
     m_context->PushKeyRelease(kGuiKeyRightShift);
     a->SetTakesTab(true);
-    Key(kGuiKeyTab);
-    EXPECT_EQ(m_context->GetFocusWidget(), a);
+    EXPECT_EQ(Tab(), "a");
     EXPECT_EQ(a->Take(), "258 ");
     m_context->PushKeyPress(kGuiKeyLeftControl);
-    Key(kGuiKeyTab);
-    EXPECT_EQ(m_context->GetFocusWidget(), b);
+    EXPECT_EQ(Tab(), "b");
 }
 
 TEST_F(GuiContexts, HeldKeysAreRepeated)
 {
-    Field* const field = Add(m_root, "field", {});
+    auto* const field = Add<Field>(m_root, "field", {});
     m_context->GrabFocus(field);
     m_context->SetKeyRepeat(0.5F, 0.1F);
     m_context->PushKeyPress(kGuiKeyLeftControl); // is no key to repeat
@@ -137,6 +110,12 @@ TEST_F(GuiContexts, HeldKeysAreRepeated)
     EXPECT_EQ(field->Take(), "");
     // The release was lost: pressed again much later it is no repetition, and still repeated here.
     m_context->SetKeyRepeat(0.5F, 10.0F);
+    m_context->PushKeyPress(kGuiKeyLeftControl);
+    m_context->Update(2.0F);
+    m_context->PushKeyPress(kGuiKeyLeftControl);
+    m_context->PushKeyRelease(kGuiKeyLeftControl);
+    m_context->Update(2.0F);
+    EXPECT_EQ(field->Take(), "341c 341c ");
     m_context->PushKeyPress(kA);
     m_context->Update(0.0F);
     m_context->Update(2.0F);
@@ -155,52 +134,49 @@ TEST_F(GuiContexts, HeldKeysAreRepeated)
 
 TEST_F(GuiContexts, ClicksInARowAreCounted)
 {
-    Field* const field = Add(m_root, "field", {0, 0, 200, 200});
+    auto* const field = Add<Field>(m_root, "field", {0, 0, 200, 200});
     for (const float pause : {0.1F, 0.1F, 0.1F, 0.1F, 1.0F})
-        Click(50, 50, pause);
+        Tap({50, 50}, pause);
     EXPECT_EQ(field->Take(), "x1 x2 x3 x1 x2 ");
-    Click(50, 50, 0.1F);
-    Click(53, 47, 0.1F);
-    Click(60, 47, 0.1F);
+    for (const Vec2<int> place : {Vec2<int>(50, 50), {53, 47}, {60, 47}})
+        Tap(place, 0.1F);
     EXPECT_EQ(field->Take(), "x1 x2 x1 ");
 }
 
 TEST_F(GuiContexts, LayoutsHearOfClicksBelowAndModalOnesOfNoOthers)
 {
-    Panel* const outer = AddPanel(m_root, "outer", {0, 0, 200, 200});
-    Panel* const inner = AddPanel(*outer, "inner", {0, 0, 100, 100});
-    Field* const field = Add(*inner, "field", {0, 0, 50, 50});
-    Click(10, 10, 1.0F);
+    auto* const outer = Add<Panel>(m_root, "outer", {0, 0, 200, 200});
+    auto* const inner = Add<Panel>(*outer, "inner", {0, 0, 100, 100});
+    auto* const field = Add<Field>(*inner, "field", {0, 0, 50, 50});
+    Tap({10, 10}, 1.0F);
     EXPECT_EQ(std::exchange(Panel::heard, {}), "outer<inner<inner!");
     EXPECT_EQ(field->Take(), "x1 ");
 
-    Panel* const dialog = AddPanel(m_root, "dialog", {300, 0, 50, 50});
+    auto* const dialog = Add<Panel>(m_root, "dialog", {300, 0, 50, 50});
     m_context->GrabFocus(field);
     m_context->SetModal(*dialog, true);
     EXPECT_EQ(m_context->GetFocusWidget(), nullptr);
-    Click(10, 10, 1.0F);
+    Tap({10, 10}, 1.0F);
     EXPECT_EQ(field->Take() + Panel::heard, "");
-    Click(310, 10, 1.0F);
+    Tap({310, 10}, 1.0F);
     EXPECT_EQ(std::exchange(Panel::heard, {}), "dialog<dialog!");
-    Key(kGuiKeyTab);
-    EXPECT_EQ(m_context->GetFocusWidget(), nullptr) << "there is nothing in the dialog";
+    EXPECT_EQ(Tab(), "nobody") << "there is nothing in the dialog";
     dialog->SetVisible(false);
     EXPECT_EQ(m_context->GetModal(), nullptr);
     dialog->SetVisible(true);
     EXPECT_EQ(m_context->GetModal(), dialog);
     dialog->DestroySelf();
-    Click(10, 10, 1.0F);
+    Tap({10, 10}, 1.0F);
     EXPECT_EQ(field->Take(), "x1 ");
     Panel::heard.clear();
 }
 
 TEST_F(GuiContexts, ToolTipsStayOnTheScreen)
 {
-    Panel* const panel = AddPanel(m_root, "panel", {300, 200, 100, 100});
-    Add(*panel, "field", {300, 200, 100, 100});
+    auto* const panel = Add<Panel>(m_root, "panel", {300, 200, 100, 100});
+    Add<Field>(*panel, "field", {300, 200, 100, 100});
     panel->SetToolTip("what this is good for");
-    m_context->SetMousePos(390, 290);
-    m_context->Update(0.1F);
+    Move({390, 290});
     const auto shown = [this](float seconds)
     {
         m_context->Update(seconds);
@@ -212,12 +188,10 @@ TEST_F(GuiContexts, ToolTipsStayOnTheScreen)
     const GuiRecti rect = shown(0.3F);
     EXPECT_GT(rect.w, 21 * 8);
     EXPECT_EQ(rect.BR(), Vec2<int>(400, 300));
-    Click(390, 290, 1.0F);
+    Tap({390, 290}, 1.0F);
     EXPECT_EQ(shown(1.0F), GuiRecti()) << "not over what is being used";
-    m_context->SetMousePos(10, 10);
-    m_context->Update(0.1F);
-    m_context->SetMousePos(310, 210);
-    m_context->Update(0.1F);
+    Move({10, 10});
+    Move({310, 210});
     EXPECT_NE(shown(0.6F), GuiRecti());
 }
 
@@ -228,7 +202,7 @@ TEST_F(GuiContexts, FindingAWidgetAsksFewOfThem)
     for (int i = 0; i < 20000; ++i)
     {
         const int size = random.OneIn(1000) ? 150 : 4;
-        Add(m_root, "", {random.Below(400), random.Below(300), random.Below(size), random.Below(size)});
+        Add<Field>(m_root, "", {random.Below(400), random.Below(300), random.Below(size), random.Below(size)});
     }
     const auto findByAskingAll = [this](int x, int y) -> GuiWidget*
     {

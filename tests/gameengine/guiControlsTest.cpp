@@ -1,5 +1,4 @@
 #include "gameengine/gui/guiWidget/guiButton.h"
-#include "gameengine/gui/guiWidget/guiGroupBox.h"
 #include "gameengine/gui/guiWidget/guiLabel.h"
 #include "gameengine/gui/guiWidget/guiList.h"
 #include "gameengine/gui/guiWidget/guiSlider.h"
@@ -146,50 +145,12 @@ TEST_F(GuiControls, ClickWithMouseAndKeyboard)
     button->SetLocked(true);
     EXPECT_EQ(Click({5, 5}), "");
     button->SetLocked(false);
-    m_context->SetMousePos(5, 5);
-    m_context->PushMouseClick(1);
-    m_context->Update(0.01F);
+    Press({5, 5});
     button->SetVisible(false);
     EXPECT_EQ(m_context->GetInputWidget(), nullptr);
-    m_context->PushMouseRelease(1);
-    m_context->Update(0.01F);
-    EXPECT_EQ(Take(), "b3:0");
+    EXPECT_EQ(Release(), "b3:0");
     m_context->PushMouseClick(2);
     EXPECT_EQ(Click({5, 25}), "c5:1");
-}
-
-TEST_F(GuiControls, DrawWhatTheyAre)
-{
-    auto* box = Add<GuiGroupBox>(m_root, "box", {10, 10, 200, 100});
-    box->SetTitle("Title");
-    auto* list = Add<GuiListV>(*box, "list", {});
-    auto* label = Add<GuiLabel>(*list, "label", {0, 0, 50, 40});
-    label->SetText("one\nlonger");
-    label->SetAlign(GuiAlign::Far, GuiAlign::Near);
-    auto* check = Add<GuiCheckBox>(*list, "check", {0, 0, 50, 20});
-    check->SetText("check \"it\"");
-    check->SetChecked(true);
-    auto* radio = Add<GuiRadioButton>(*list, "radio", {0, 0, 50, 20});
-    radio->SetGroup(3);
-    radio->SetValue(4);
-    radio->Select();
-    m_context->Update(0.01F);
-    EXPECT_EQ(list->GetRect(), GuiRecti(14, 30, 192, 76));
-    m_draw.calls.clear();
-    m_context->Render(400, 300);
-    EXPECT_EQ(m_draw.clips, 0);
-    std::string texts;
-    for (const auto& call : m_draw.calls)
-    {
-        if (call.what == "text")
-            texts += call.text + "@" + std::to_string(call.rect.x) + "," + std::to_string(call.rect.y) + " ";
-    }
-    // Right-aligned in the list's room of 18 to 202; the labels' height was cut to fit.
-    EXPECT_EQ(texts.substr(0, texts.find("check")), "Title@18,10 one@178,34 longer@154,50 ");
-    box->SetVisible(false);
-    m_draw.calls.clear();
-    m_context->Render(400, 300);
-    EXPECT_TRUE(m_draw.calls.empty());
 }
 
 class GuiHandles : public GuiControls
@@ -207,15 +168,13 @@ TEST_F(GuiHandles, FollowTheMouseAndTheKeys)
     slider->SetRange(0.0F, 100.0F);
     EXPECT_EQ(Drag({65, 205}, {95, 205}), "7:0 9:50 9:80 8:80"); // beside the handle, which comes
     EXPECT_EQ(Drag({97, 205}, {999, 999}), "7:80 9:100 8:100");
-    EXPECT_EQ(Key(262), ""); // no further
+    EXPECT_EQ(Key(262) + Key(265), ""); // no further, and not along it
     EXPECT_EQ(Key(263), "9:99");
-    EXPECT_EQ(Key(265), "");
     EXPECT_EQ(Key(268), "9:0");
     slider->SetValue(33.3F);
     EXPECT_EQ(Drag({45, 205}, {45, 205}), "7:33 8:33"); // a click on the handle moves nothing
     EXPECT_EQ(slider->GetValue(), 33.3F);
-    m_context->PushMouseClick(1);
-    m_context->Update(0.01F);
+    Press({45, 205});
     slider->SetLocked(true);
     EXPECT_EQ(m_context->GetInputWidget(), nullptr);
     Take();

@@ -76,19 +76,14 @@ void Check(const GuiNodeGraph& graph, const std::map<std::pair<GuiNodeId, int>, 
 
 bool HasLoop(const GuiNodeGraph& graph)
 {
-    const std::vector<GuiNodeId> nodes = graph.GetNodes();
-    return std::any_of(nodes.begin(), nodes.end(),
-                       [&](GuiNodeId id)
-                       {
-                           const std::vector<GuiNodeLink> links = graph.GetLinksOf(id);
-                           return std::any_of(links.begin(), links.end(),
-                                              [&](const GuiNodeLink& link)
-                                              {
-                                                  const auto later = graph.FindConnected(link.to, false);
-                                                  return link.from == id &&
-                                                         std::binary_search(later.begin(), later.end(), id);
-                                              });
-                       });
+    bool hasLoop = false;
+    graph.VisitLinks(
+        [&](const GuiNodeLink& link, const GuiNode&, const GuiNode&)
+        {
+            const auto later = graph.FindConnected(link.to, false);
+            hasLoop = hasLoop || std::binary_search(later.begin(), later.end(), link.from);
+        });
+    return hasLoop;
 }
 
 TEST(GuiNodeGraph, AgreesWithTheSlowWayAndRoundTrips)
@@ -146,8 +141,6 @@ TEST(GuiNodeGraph, AgreesWithTheSlowWayAndRoundTrips)
         GuiNodeGraph copy;
         EXPECT_EQ(copy.ReadText(text), 0U);
         EXPECT_EQ(copy.WriteText(), text);
-        EXPECT_EQ(copy.GetLinkCount(), links.size());
-        EXPECT_EQ(copy.RefusesLoops(), refusesLoops);
         EXPECT_EQ(copy.ReadText("a;" + text) > 0, !refusesLoops);
         EXPECT_FALSE(HasLoop(copy));
     }
@@ -371,13 +364,10 @@ TEST_F(GuiNodes, LinkByDragging)
     // The pins that would take it are marked, and only what can be seen is drawn.
     const auto countTargets = [this]
     {
-        m_draw.calls.clear();
-        m_context->Render(800, 600);
-        return std::count_if(m_draw.calls.begin(), m_draw.calls.end(),
-                             [](const auto& call) {
-                                 return call.what == "round" && call.rect.w == 11 &&
-                                        call.color == GuiStyleData::MakeDark().accent;
-                             });
+        const auto pins = Draw("round");
+        return std::count_if(pins.begin(), pins.end(),
+                             [](const auto& call)
+                             { return call.rect.w == 11 && call.color == GuiStyleData::MakeDark().accent; });
     };
     EXPECT_EQ(countTargets(), 0);
     Press(s); // its link comes off the sink
@@ -392,9 +382,6 @@ TEST_F(GuiNodes, LinkByDragging)
     m_widget->EditGraph().SetView({250, 0, 100});
     m_context->Render(800, 600);
     EXPECT_EQ(m_widget->GetDrawnCounts(), Vec2<int>(2, 0));
-    m_widget->EditGraph().SetView({600, 0, 100});
-    m_context->Render(800, 600);
-    EXPECT_EQ(m_widget->GetDrawnCounts(), Vec2<int>(0, 0));
     EXPECT_EQ(m_draw.clips, 0);
 }
 

@@ -155,10 +155,6 @@ TEST(GuiStream, CountsTabsAndKeepsParentsUpToTheLimits)
         EXPECT_EQ(stream.GetParent(depth), nullptr) << depth;
     }
     EXPECT_TRUE(stream.SetParent(15, widget));
-    stream.SetDataPosition(7);
-    const GuiStream copy(stream);
-    EXPECT_EQ(copy.GetParent(15), widget);
-    EXPECT_EQ(copy.GetDataPosition(), 7);
     stream.SetDataPosition(-3);
     EXPECT_EQ(stream.GetDataPosition(), 0);
     stream.SetDataPosition(1000);
@@ -166,32 +162,5 @@ TEST(GuiStream, CountsTabsAndKeepsParentsUpToTheLimits)
     EXPECT_EQ(GuiStream(nullptr, 5).GetData(), "");
     EXPECT_EQ(GuiStream("abc", -1).GetData(), "");
     EXPECT_EQ(GuiStream("abc", 2).GetData(), "ab");
-}
-
-TEST(GuiStream, ALineBegunBoundsItsReads)
-{
-    GuiStream stream(std::string("1 \"open\n2 3\n\n4"));
-    int number = 0;
-    std::string text = "old";
-    stream.BeginLine();
-    EXPECT_TRUE(stream.ReadInteger(number));
-    EXPECT_FALSE(stream.ReadQuotedString(text));
-    EXPECT_FALSE(stream.HasReadPastEnd());
-    EXPECT_EQ(stream.GetFaultPosition(), 2);
-    EXPECT_FALSE(stream.ReadInteger(number));
-    EXPECT_TRUE(stream.HasReadPastEnd());
-    EXPECT_EQ(number, 1);
-
-    stream.ClearFaults();
-    EXPECT_TRUE(stream.EndLine());
-    stream.BeginLine();
-    EXPECT_TRUE(stream.ReadInteger(number));
-    EXPECT_TRUE(stream.EndLine());
-    stream.BeginLine();
-    EXPECT_FALSE(stream.ReadSimpleString(text));
-    EXPECT_TRUE(stream.EndLine());
-    EXPECT_TRUE(stream.ReadInteger(number));
-    EXPECT_EQ(number, 4);
-    EXPECT_FALSE(stream.EndLine());
 }
 } // namespace

@@ -89,13 +89,6 @@ protected:
         m_context->PushMouseRelease(1);
         Update();
     }
-    void Wheel(int x, int y, unsigned button)
-    {
-        m_context->SetMousePos(x, y);
-        m_context->PushMouseClick(button);
-        m_context->PushMouseRelease(button);
-        Update();
-    }
 };
 
 /// The text with | for the cursor and [ ] around the selection.
@@ -279,14 +272,14 @@ TEST_F(GuiTextEdits, BoxScrollsAndDrawsWhatIsSeen)
     box.SetText(text);
     EXPECT_EQ(Draw("text").front().text, "line 0 of many");
     EXPECT_EQ(Draw("text").size(), 5U); // 66 pixels between the bars
-    Wheel(50, 50, 64);
+    GuiTest::Press({50, 50}, kGuiMouseWheelDown);
     EXPECT_EQ(Draw("text").front().text, "line 3 of many");
     Hold(340, true);
-    Wheel(50, 50, 64);
+    GuiTest::Press({50, 50}, kGuiMouseWheelDown);
     EXPECT_EQ(Draw("text").front().rect.x, 5 - 48 + 40); // the characters before are left out
-    Wheel(50, 50, 32);
+    GuiTest::Press({50, 50}, kGuiMouseWheelUp);
     Hold(340, false);
-    Wheel(50, 50, 32);
+    GuiTest::Press({50, 50}, kGuiMouseWheelUp);
     EXPECT_EQ(Draw("text").front().rect, GuiRecti(5, 5, 112, 16));
 
     // In a megabyte an edit measures its line only, and few characters around it.
@@ -353,11 +346,11 @@ TEST_F(GuiTextEdits, SpinnerTakesNumbersAndSteps)
     EXPECT_EQ(play("'4"), " 4");
     m_context->GrabFocus(nullptr);
     EXPECT_EQ(play(""), "17:4 4");
-    Wheel(30, 20, 32); // out of focus it is for others
+    GuiTest::Press({30, 20}, kGuiMouseWheelUp); // out of focus it is for others
     EXPECT_EQ(Take(), "");
     m_context->GrabFocus(&spinner);
-    Wheel(30, 20, 32);
-    Wheel(30, 20, 64);
+    GuiTest::Press({30, 20}, kGuiMouseWheelUp);
+    GuiTest::Press({30, 20}, kGuiMouseWheelDown);
     EXPECT_EQ(Take(), "17:4.1 17:4");
 }
 
@@ -384,7 +377,7 @@ TEST_F(GuiTextEdits, SpinnerTakesTheMouse)
     Press(100, 28);
     spinner.SetLocked(true);
     Update(1.0F);
-    Wheel(30, 20, 32);
+    GuiTest::Press({30, 20}, kGuiMouseWheelUp);
     EXPECT_EQ(Take(), "17:7");
     EXPECT_EQ(m_context->GetInputWidget(), nullptr);
     spinner.SetLocked(false);

@@ -179,13 +179,10 @@ TEST_F(GuiUpkeep, KeysAreNotForTheHidden)
     auto* const box = Add<GuiCheckBox>(*shelf, {0, 0, 50, 20});
     m_context->GrabFocus(box);
     shelf->SetVisible(false);
-    m_context->PushKeyPress(kGuiKeySpace);
-    m_context->PushKeyRelease(kGuiKeySpace);
-    Frame();
+    Key(kGuiKeySpace);
     EXPECT_FALSE(box->IsChecked());
     shelf->SetVisible(true);
-    m_context->PushKeyPress(kGuiKeySpace);
-    Frame();
+    Key(kGuiKeySpace);
     EXPECT_TRUE(box->IsChecked());
 
     Add<GuiCheckBox>(*shelf, {0, 50, 50, 20});
@@ -257,11 +254,10 @@ TEST_F(GuiUpkeep, NumbersWithoutSense)
 TEST_F(GuiUpkeep, WhoIsAddedStandsWhereItWasPut)
 {
     auto* const shelf = Add<GuiFreeLayout>(m_root, {0, 0, 100, 100});
-    GuiWidget* const first = Add<GuiLabel>(*shelf, {10, 10, 20, 20});
+    auto* const first = Add<GuiLabel>(*shelf, {10, 10, 20, 20});
     Frame();
     shelf->SetRect(100, 0, 100, 100);
-    auto label = std::make_unique<GuiLabel>(*m_context, 0, GuiRecti(110, 50, 20, 20));
-    const GuiWidget* const second = shelf->AddChild(std::move(label));
+    auto* const second = Add<GuiLabel>(*shelf, {110, 50, 20, 20});
     Frame();
     EXPECT_EQ(first->GetRect(), GuiRecti(110, 10, 20, 20));
     EXPECT_EQ(second->GetRect(), GuiRecti(110, 50, 20, 20));
@@ -273,8 +269,7 @@ TEST_F(GuiUpkeep, EscapeClosesTheWindowAroundALockedControl)
     auto* const slider = Add<GuiSlider>(*window, {0, 0, 10, 10});
     slider->SetLocked(true);
     m_context->GrabFocus(slider);
-    m_context->PushKeyPress(kGuiKeyEscape);
-    Frame();
+    Key(kGuiKeyEscape);
     EXPECT_FALSE(window->IsVisible());
 }
 } // namespace

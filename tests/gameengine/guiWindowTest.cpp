@@ -59,7 +59,6 @@ TEST_F(GuiWindows, MoveAndResizeWithinBounds)
         Key(kGuiKeyEscape);
         EXPECT_EQ(window->GetRect(), start);
         window->SetVisible(true); // where nothing was under way, Escape closed it
-        EXPECT_EQ(m_context->GetInputWidget(), nullptr);
         Release();
         Press(entry.from);
         m_context->SetMousePos(end.x, end.y);
@@ -137,6 +136,7 @@ TEST_F(GuiWindows, ComeToTheFrontAndClose)
     // What was pressed inside of one that is hidden is not pressed any more.
     Press({30, 50});
     low->SetVisible(false);
+    EXPECT_TRUE(Draw("clip").empty()) << "both are hidden";
     EXPECT_EQ(m_context->GetInputWidget(), nullptr);
     low->SetVisible(true);
     EXPECT_EQ(Release(), "button3:0");
@@ -159,9 +159,10 @@ TEST_F(GuiWindows, ModalOnesKeepTheOthersOut)
     high->SetVisible(false);
     low->SetFlags(0);
     Click({30, 50});
-    high->SetFlags(GuiWindow::kUsualFlags | kWindowModal);
     auto* const rest = Add<GuiButton>(m_root, "rest", {});
     m_context->GrabFocus(rest);
+    high->SetFlags(GuiWindow::kUsualFlags | kWindowModal);
+    EXPECT_EQ(m_context->GetFocusWidget(), rest) << "as long as it is hidden";
     high->SetVisible(true);
     EXPECT_TRUE(high->IsActive());
     EXPECT_EQ(m_context->GetFocusWidget(), high);
@@ -173,9 +174,6 @@ TEST_F(GuiWindows, ModalOnesKeepTheOthersOut)
     Key(kGuiKeyEscape);
     EXPECT_NE(m_context->GetFocusWidget(), nullptr);
     EXPECT_EQ(Click({30, 50}), "button3:0 button4:1"); // it was the next one, and is active again
-    high->SetVisible(true);
-    high->DestroySelf();
-    EXPECT_EQ(Click({30, 50}), "low19:0 button3:0 button4:1");
 }
 
 TEST_F(GuiWindows, CollapseAndRoundTrip)
@@ -193,46 +191,38 @@ TEST_F(GuiWindows, CollapseAndRoundTrip)
     EXPECT_EQ(m_context->GetFocusWidget(), window);
     Key(kGuiKeyTab);
     EXPECT_NE(m_context->GetFocusWidget(), button);
-    m_draw.calls.clear();
-    m_context->Render(400, 300);
+    const auto texts = Draw("text");
     EXPECT_EQ(m_draw.clips, 0);
-    std::string texts;
-    for (const auto& call : m_draw.calls)
-        texts += call.text;
-    EXPECT_EQ(texts, "a \"lo..."); // up to the button, 62 pixels
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_EQ(texts[0].text, "a \"lo..."); // up to the button, 62 pixels
 
     // Read back it is the same; whatever came into it meanwhile shows when it opens.
     GuiStream stream;
-    window->SetMinimumSize({70, 30});
-    window->SetMaximumSize({300, 0});
     WriteWidgets(*window, stream);
-    EXPECT_EQ(stream.GetData().substr(0, stream.GetData().find(" \"w\"")),
-              "\tGWT_WINDOW \"a \\\"long\\\" title\" 70 30 300 0 79");
     window->DestroySelf();
     GuiStream copy(stream.GetData());
     EXPECT_TRUE(ReadWidgets(m_root, copy));
     window = static_cast<GuiWindow*>(m_root.FindChild("w"));
     ASSERT_NE(window, nullptr);
     EXPECT_FALSE(window->GetChild(0)->IsVisible());
-    GuiStream again;
-    WriteWidgets(*window, again);
-    EXPECT_EQ(again.GetData(), stream.GetData());
     window->SetCollapsed(false);
     EXPECT_TRUE(window->GetChild(0)->IsVisible());
     window->GetChild(0)->SetVisible(false); // by the program: that stays
     window->SetCollapsed(true);
     window->SetCollapsed(false);
     EXPECT_FALSE(window->GetChild(0)->IsVisible());
+}
 
+TEST_F(GuiWindows, NumbersWithoutSenseAreBounded)
+{
     GuiStream hostile("GWT_WINDOW \"\" -5 2147483647 -1 x -1 \"h\" 2147483647 -999999999 -5 9 NONE NONE 0 0 0\n");
     EXPECT_FALSE(ReadWidgets(m_root, hostile));
     auto* odd = static_cast<GuiWindow*>(m_root.FindChild("h"));
     ASSERT_NE(odd, nullptr);
     EXPECT_EQ(odd->GetMinimumSize(), Vec2<float>(0, 100000));
     EXPECT_EQ(odd->GetFlags(), 127U);
-    Move({399, 5});
     Click({399, 5});
-    m_context->Render(400, 300);
+    Draw("text");
     EXPECT_EQ(m_draw.clips, 0);
 }
 } // namespace

@@ -9,7 +9,6 @@
 
 #include <cstdio>
 #include <limits>
-#include <string>
 #include <vector>
 
 using namespace renderer;
@@ -17,44 +16,58 @@ using collision::PrimAABB;
 
 namespace
 {
-constexpr int kPasses = 9; // more than any of them is late
-
 class OcclusionAgreement : public test::OcclusionSceneTest
 {
 protected:
     const float* GetFloats() const { return m_boxes.front().GetFloats(); }
     int GetCount() const { return static_cast<int>(m_boxes.size()); }
+
+    static constexpr RefPtr<COcclusionAABBBase> (*kMakers[])(CRenderer&) = {
+        [](CRenderer& renderer) { return RefPtr<COcclusionAABBBase>(new COcclusionAABBBruteforce(renderer)); },
+        [](CRenderer& renderer) { return RefPtr<COcclusionAABBBase>(new COcclusionAABBOpenGLHierarchicalZ(renderer)); },
+        [](CRenderer& renderer) { return RefPtr<COcclusionAABBBase>(new COcclusionAABBTree(renderer)); }};
+    // With all boxes, one by one where it takes them so.
+    void Fill(COcclusionAABBBase& culler)
+    {
+        if (auto* tree = dynamic_cast<COcclusionAABBTree*>(&culler))
+            tree->SetBoundingBoxes(GetCount(), GetFloats());
+        else if (culler.GetBoundingBoxCount() == 0)
+            AddAll(culler);
+    }
+
+    // After more passes than any of them is late.
+    template <class Culler>
+    std::set<int> LastPass(Culler& culler)
+    {
+        for (int pass = 0; pass < 8; ++pass)
+            Pass(culler);
+        return Pass(culler);
+    }
 };
 
 TEST_F(OcclusionAgreement, NobodyMissesWhatShows)
 {
     MakeTown(5);
-    const RefPtr<COcclusionAABBBruteforce> brute = new COcclusionAABBBruteforce(m_renderer);
-    const RefPtr<COcclusionAABBOpenGLHierarchicalZ> pyramid = new COcclusionAABBOpenGLHierarchicalZ(m_renderer);
-    const RefPtr<COcclusionAABBTree> tree = new COcclusionAABBTree(m_renderer);
     const RefPtr<COcclusionAABBSoftwareHierarchicalZ> software = new COcclusionAABBSoftwareHierarchicalZ(m_renderer);
-    AddAll(*brute);
-    AddAll(*pyramid);
-    tree->SetBoundingBoxes(GetCount(), GetFloats());
     software->SetBoundingBoxes(GetCount(), GetFloats());
     software->SetOccluderBoxes(m_boxes);
     struct Entry
     {
         const char* name;
-        COcclusionAABBBase* culler;
+        RefPtr<COcclusionAABBBase> culler;
         double most; // of what does not show, the part that may be kept
         double kept = 0.0;
     };
-    Entry entries[] = {{"brute force", brute.Get(), 0.05},
-                       {"tree", tree.Get(), 0.4},
-                       {"software", software.Get(), 0.15},
-                       {"pyramid", pyramid.Get(), 0.15}};
+    Entry entries[] = {{"brute force", kMakers[0](m_renderer), 0.05},
+                       {"pyramid", kMakers[1](m_renderer), 0.15},
+                       {"tree", kMakers[2](m_renderer), 0.4},
+                       {"software", software, 0.15}};
+    for (const Entry& entry : entries)
+        Fill(*entry.culler);
     const CVector3 views[][2] = {
         {{-140, 0, 2}, {0, 0, 2}},    {{0, 0, 2}, {0, 50, 2}},    {{-39, 0, 5}, {-139, 100, 2}},
         {{60, -60, 45}, {0, 0, 0}},   {{100, 20, 2}, {0, 20, 2}}, {{20, 20, 1}, {21, 21, 30}},
         {{-139, -134, 3}, {0, 0, 0}}, {{0, -200, 90}, {0, 0, 0}}, {{0, 1, 2}, {1, -40, 2}}};
-    int bruteQueries = 0;
-    int treeQueries = 0;
     for (const auto& view : views)
     {
         LookFrom(view[0], view[1]);
@@ -62,16 +75,7 @@ TEST_F(OcclusionAgreement, NobodyMissesWhatShows)
         for (Entry& entry : entries)
         {
             SCOPED_TRACE(entry.name);
-            std::set<int> visible;
-            for (int pass = 0; pass < kPasses; ++pass)
-                visible = Pass(*entry.culler);
-            entry.kept += Compare(visible, shown) / static_cast<double>(std::size(views));
-        }
-        bruteQueries += brute->GetQueryCount();
-        for (int pass = 0; pass < 8; ++pass)
-        {
-            Pass(*tree);
-            treeQueries += tree->GetQueryCount();
+            entry.kept += Compare(LastPass(*entry.culler), shown) / static_cast<double>(std::size(views));
         }
     }
     for (const Entry& entry : entries)
@@ -79,8 +83,6 @@ TEST_F(OcclusionAgreement, NobodyMissesWhatShows)
         std::printf("%-12s keeps %4.1f %% of what does not show\n", entry.name, entry.kept * 100);
         EXPECT_LT(entry.kept, entry.most) << entry.name;
     }
-    std::printf("queries of the tree: %.3f of those of brute force\n", treeQueries / 8.0 / bruteQueries);
-    EXPECT_LT(treeQueries / 8.0, 0.1 * bruteQueries);
 }
 
 TEST_F(OcclusionAgreement, TheTreeFollowsBoxesThatMove)
@@ -90,8 +92,7 @@ TEST_F(OcclusionAgreement, TheTreeFollowsBoxesThatMove)
     COcclusionAABBTree tree(m_renderer);
     EXPECT_EQ(tree.AddBoundingBox(GetFloats()), nullptr);
     tree.SetBoundingBoxes(GetCount(), GetFloats());
-    for (int pass = 0; pass < kPasses; ++pass)
-        Pass(tree);
+    LastPass(tree);
     // Some wander about, one of them out from behind a house; then all of the town goes elsewhere.
     test::Random random(2);
     for (int step = 0; step < 12; ++step)
@@ -104,10 +105,7 @@ TEST_F(OcclusionAgreement, TheTreeFollowsBoxesThatMove)
         }
         tree.SetBoundingBoxes(GetCount(), GetFloats());
         EXPECT_EQ(tree.GetBoundingBoxCount(), GetCount());
-        std::set<int> visible;
-        for (int pass = 0; pass < kPasses; ++pass)
-            visible = Pass(tree);
-        Compare(visible, CountShown());
+        Compare(LastPass(tree), CountShown());
     }
     // Fewer, with answers under way; none; and again some.
     m_boxes.resize(40);
@@ -118,11 +116,35 @@ TEST_F(OcclusionAgreement, TheTreeFollowsBoxesThatMove)
     tree.SetBoundingBoxes(-3, nullptr);
     EXPECT_TRUE(Pass(tree).empty());
     tree.SetBoundingBoxes(40, GetFloats());
-    for (int pass = 0; pass < 3; ++pass)
-        Pass(tree);
-    const std::size_t allocations = test::GetAllocationCount();
-    tree.DoOcclusion();
-    EXPECT_EQ(test::GetAllocationCount(), allocations);
+    EXPECT_FALSE(Pass(tree).empty());
+}
+
+TEST_F(OcclusionAgreement, PassesLeaveStateAndHeapAlone)
+{
+    MakeScene(5, 200);
+    LookFrom({-140, 0, 10}, {0, 0, 8});
+    for (const auto make : kMakers)
+    {
+        const auto culler = make(m_renderer);
+        Fill(*culler);
+        Pass(*culler);
+        CRenderState::Values before;
+        std::size_t allocations = 0;
+        for (int pass = 0; pass < 80; ++pass)
+        {
+            Fill(*culler);
+            culler->DoOcclusion();
+            glFinish();
+            if (pass == 60) // when a tree has asked about each node that it ever will
+            {
+                before = m_renderer.GetState().GetValues();
+                // Ours alone: the driver has other functions than operator new for the most part.
+                allocations = test::GetAllocationCount();
+            }
+        }
+        EXPECT_EQ(test::GetAllocationCount(), allocations);
+        EXPECT_EQ(m_renderer.GetState().GetValues(), before);
+    }
 }
 
 TEST_F(OcclusionAgreement, NobodyMindsBadInput)
@@ -134,27 +156,16 @@ TEST_F(OcclusionAgreement, NobodyMindsBadInput)
     boxes.emplace_back(CVector3(kNan, kNan, kNan), CVector3(kNan, kNan, kNan));
     boxes.emplace_back(CVector3(-kInfinity, -kInfinity, -kInfinity), CVector3(kInfinity, kInfinity, kInfinity));
     boxes.emplace_back(CVector3(5, 5, 5), CVector3(-5, -5, -5));
-    using Culler = RefPtr<COcclusionAABBBase>;
-    Culler (*const makers[])(CRenderer&) = {
-        [](CRenderer& renderer) { return Culler(new COcclusionAABBBruteforce(renderer)); },
-        [](CRenderer& renderer) { return Culler(new COcclusionAABBOpenGLHierarchicalZ(renderer)); },
-        [](CRenderer& renderer) { return Culler(new COcclusionAABBTree(renderer)); }};
-    const auto fill = [&](COcclusionAABBBase& culler)
-    {
-        if (auto* tree = dynamic_cast<COcclusionAABBTree*>(&culler))
-            tree->SetBoundingBoxes(static_cast<int>(boxes.size()), boxes.front().GetFloats());
-        else
-            std::for_each(boxes.begin(), boxes.end(), [&](const auto& box) { culler.AddBoundingBox(box.GetFloats()); });
-    };
     LookFrom({0, 0, 0}, {1, 0, 0}); // at a picture without anything
-    for (const auto make : makers)
+    for (const auto make : kMakers)
     {
-        const Culler culler = make(m_renderer);
+        m_boxes.clear();
+        const auto culler = make(m_renderer);
         EXPECT_TRUE(Pass(*culler).empty());
-        fill(*culler);
-        Pass(*culler);
-        for (int pass = 0; pass < 3; ++pass)
-            EXPECT_TRUE(Pass(*culler).contains(49));
+        m_boxes = boxes;
+        Fill(*culler);
+        m_boxes.clear();
+        EXPECT_TRUE(LastPass(*culler).contains(49));
         const float elements[16] = {kNan, kInfinity, -kInfinity, kNan};
         culler->SetFrameData(1, collision::PrimFrustum(CMatrix(elements)), {kNan, 0, 0});
         culler->DoOcclusion();
@@ -163,8 +174,9 @@ TEST_F(OcclusionAgreement, NobodyMindsBadInput)
         EXPECT_GE(culler->GetVisibleCount(), 50);
         // Without a device.
         CRenderer bare;
-        const Culler onCpu = make(bare);
-        fill(*onCpu);
+        const auto onCpu = make(bare);
+        m_boxes = boxes;
+        Fill(*onCpu);
         onCpu->SetFrameData(0, collision::PrimFrustum(), {});
         onCpu->DoOcclusion();
         EXPECT_GE(onCpu->GetVisibleCount(), 50);

@@ -5,9 +5,10 @@
 #include "tamraengine/renderer/renderer.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <functional>
 #include <limits>
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -34,50 +35,41 @@ struct Scene
     int height = 360;
 };
 
+using Vector = std::array<double, 3>;
+
+Vector Cross(const Vector& a, const Vector& b)
+{
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
+double Dot(const Vector& a, const Vector& b)
+{
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
 // What can be seen of a scene, with rays in double precision.
 class Sight
 {
 public:
-    explicit Sight(const Scene& scene) : m_scene(scene)
-    {
-        const float* m = scene.viewProjection.GetElements();
-        for (int row = 0; row < 4; ++row)
-        {
-            for (int i = 0; i < 4; ++i)
-                m_rows[row][i] = double{m[i * 4 + row]};
-        }
-    }
+    explicit Sight(const Scene& scene) : m_scene(scene) {}
 
-    bool Sees(const double (&point)[3]) const
+    bool Sees(const Vector& point) const
     {
-        const double w = At(3, point);
-        double clip[3];
-        for (int row = 0; row < 3; ++row)
-            clip[row] = At(row, point);
-        if (!(w > 0) || std::any_of(clip, clip + 3, [w](double c) { return !(std::abs(c) <= w); }))
+        const double w = Project(3, point);
+        const Vector clip = {Project(0, point), Project(1, point), Project(2, point)};
+        if (!(w > 0) || std::ranges::any_of(clip, [w](double c) { return !(std::abs(c) <= w); }))
             return false;
         // Along the line of sight the place on the screen does not change; it begins at the near plane.
-        double a[3];
-        double b[3];
-        double way[3];
-        for (int i = 0; i < 3; ++i)
+        Vector way = Cross(GetRow(0, -clip[0] / w), GetRow(1, -clip[1] / w));
+        const double length = (clip[2] + w) / Dot(GetRow(2, 1), way);
+        Vector start = point;
+        for (std::size_t i = 0; i < 3; ++i)
         {
-            a[i] = m_rows[0][i] - clip[0] / w * m_rows[3][i];
-            b[i] = m_rows[1][i] - clip[1] / w * m_rows[3][i];
-        }
-        Cross(a, b, way);
-        double nearer = 0;
-        for (int i = 0; i < 3; ++i)
-            nearer += (m_rows[2][i] + m_rows[3][i]) * way[i];
-        double start[3];
-        for (int i = 0; i < 3; ++i)
-        {
-            way[i] *= (clip[2] + w) / nearer;
-            start[i] = point[i] - way[i];
+            way[i] *= length;
+            start[i] -= way[i];
         }
         const auto hides = [&](const auto& shape) { return Hides(shape, start, way); };
-        return std::none_of(m_scene.occluders.begin(), m_scene.occluders.end(), hides) &&
-               std::none_of(m_scene.triangles.begin(), m_scene.triangles.end(), hides);
+        return std::ranges::none_of(m_scene.occluders, hides) && std::ranges::none_of(m_scene.triangles, hides);
     }
 
     /// Whether any of some points on the box is seen.
@@ -85,9 +77,9 @@ public:
     {
         for (int i = 0; i < points; ++i)
         {
-            const int face = random.Below(3);
-            double point[3];
-            for (int axis = 0; axis < 3; ++axis)
+            const auto face = random.Below(std::size_t{3});
+            Vector point;
+            for (std::size_t axis = 0; axis < 3; ++axis)
             {
                 const double low = box.GetFloats()[axis];
                 const double high = box.GetFloats()[axis + 3];
@@ -105,23 +97,23 @@ public:
 private:
     static constexpr double kTouches = 1 - 1e-9;
 
-    static void Cross(const double (&a)[3], const double (&b)[3], double (&result)[3])
+    // A row of the matrix, with a part of its last one added.
+    Vector GetRow(std::size_t row, double part) const
     {
-        for (int i = 0; i < 3; ++i)
-            result[i] = a[(i + 1) % 3] * b[(i + 2) % 3] - a[(i + 2) % 3] * b[(i + 1) % 3];
+        const float* m = m_scene.viewProjection.GetElements() + row;
+        const float* last = m_scene.viewProjection.GetElements() + 3;
+        return {m[0] + part * last[0], m[4] + part * last[4], m[8] + part * last[8]};
     }
-    static double Dot(const double (&a)[3], const double (&b)[3]) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-    double At(int row, const double (&p)[3]) const
+    double Project(std::size_t row, const Vector& point) const
     {
-        const double* r = m_rows[row];
-        return r[0] * p[0] + r[1] * p[1] + r[2] * p[2] + r[3];
+        return Dot(GetRow(row, 0), point) + m_scene.viewProjection.GetElements()[12 + row];
     }
 
-    static bool Hides(const PrimAABB& box, const double (&start)[3], const double (&way)[3])
+    static bool Hides(const PrimAABB& box, const Vector& start, const Vector& way)
     {
         double enter = -1;
         double leave = 2;
-        for (int axis = 0; axis < 3; ++axis)
+        for (std::size_t axis = 0; axis < 3; ++axis)
         {
             const double a = (box.GetFloats()[axis] - start[axis]) / way[axis];
             const double b = (box.GetFloats()[axis + 3] - start[axis]) / way[axis];
@@ -130,34 +122,28 @@ private:
         }
         return enter <= leave && enter >= 0 && enter < kTouches;
     }
-    static bool Hides(const Triangle& triangle, const double (&start)[3], const double (&way)[3])
+    static bool Hides(const Triangle& triangle, const Vector& start, const Vector& way)
     {
-        double corners[3][3];
-        for (int i = 0; i < 3; ++i)
+        Vector corners[3];
+        for (std::size_t i = 0; i < 3; ++i)
         {
-            const CVector3 c = triangle.corners[i];
-            const double values[3] = {c.x, c.y, c.z};
-            for (int axis = 0; axis < 3; ++axis)
-                corners[i][axis] = values[axis] - start[axis];
+            const CVector3 corner = triangle.corners[i];
+            corners[i] = {corner.x - start[0], corner.y - start[1], corner.z - start[2]};
         }
+        Vector normal = {};
         double volumes[3];
-        double normal[3] = {};
-        for (int i = 0; i < 3; ++i)
+        for (std::size_t i = 0; i < 3; ++i)
         {
-            double side[3];
-            Cross(corners[i], corners[(i + 1) % 3], side);
+            const Vector side = Cross(corners[i], corners[(i + 1) % 3]);
             volumes[i] = Dot(side, way);
-            for (int axis = 0; axis < 3; ++axis)
-                normal[axis] += side[axis];
+            std::ranges::transform(normal, side, normal.begin(), std::plus());
         }
         const double at = Dot(normal, corners[0]) / Dot(normal, way);
-        const bool inside =
-            std::min({volumes[0], volumes[1], volumes[2]}) >= 0 || std::max({volumes[0], volumes[1], volumes[2]}) <= 0;
-        return inside && at >= 0 && at < kTouches;
+        const auto [least, most] = std::ranges::minmax(volumes);
+        return (least >= 0 || most <= 0) && at >= 0 && at < kTouches;
     }
 
     const Scene& m_scene;
-    double m_rows[4][4];
 };
 
 PrimAABB RandomBox(test::Random& random, CVector3 middle, float reach, float size)
@@ -244,6 +230,15 @@ Scene MakeStreet(int houses, int boxes)
     return scene;
 }
 
+// With another number in one place.
+PrimAABB Spoil(const PrimAABB& box, float number, test::Random& random)
+{
+    float values[6];
+    std::copy_n(box.GetFloats(), 6, values);
+    values[random.Below(6U)] = number;
+    return PrimAABB(values);
+}
+
 class OcclusionSoftware : public testing::Test
 {
 protected:
@@ -286,14 +281,13 @@ protected:
         EXPECT_TRUE(std::is_sorted(visible.begin(), visible.end()));
         return visible;
     }
-    static std::vector<int> FindInFrustum(const std::vector<PrimAABB>& boxes, const PrimFrustum& frustum)
+    static std::vector<int> FindInFrustum(const Scene& scene)
     {
         std::vector<int> found;
-        for (std::size_t i = 0; i < boxes.size(); ++i)
-        {
-            if (frustum.Test(boxes[i]))
+        const PrimFrustum frustum(scene.viewProjection);
+        for (std::size_t i = 0; i < scene.boxes.size(); ++i)
+            if (frustum.Test(scene.boxes[i]))
                 found.push_back(static_cast<int>(i));
-        }
         return found;
     }
 
@@ -311,9 +305,9 @@ TEST_F(OcclusionSoftware, HidesNothingThatCanBeSeen)
         Show(scene);
         const Sight sight(scene);
         const std::vector<int> visible = Cull();
-        for (const int i : FindInFrustum(scene.boxes, PrimFrustum(scene.viewProjection)))
+        for (const int i : FindInFrustum(scene))
         {
-            if (std::binary_search(visible.begin(), visible.end(), i))
+            if (std::ranges::binary_search(visible, i))
                 continue;
             ++hidden;
             EXPECT_FALSE(sight.Sees(scene.boxes[static_cast<std::size_t>(i)], 40, random))
@@ -321,26 +315,6 @@ TEST_F(OcclusionSoftware, HidesNothingThatCanBeSeen)
         }
     }
     EXPECT_GT(hidden, 5000);
-}
-
-TEST_F(OcclusionSoftware, CullsMostOfWhatAStreetHides)
-{
-    const Scene scene = MakeStreet(400, 3000);
-    Show(scene);
-    const Sight sight(scene);
-    const std::vector<int> visible = Cull();
-    test::Random random(2);
-    int hidden = 0;
-    int culled = 0;
-    for (const int i : FindInFrustum(scene.boxes, PrimFrustum(scene.viewProjection)))
-    {
-        if (sight.Sees(scene.boxes[static_cast<std::size_t>(i)], 60, random))
-            continue;
-        ++hidden;
-        culled += !std::binary_search(visible.begin(), visible.end(), i);
-    }
-    EXPECT_GT(hidden, 500);
-    EXPECT_GT(culled, hidden * 95 / 100) << "of " << hidden;
 }
 
 TEST_F(OcclusionSoftware, AnswersTheSameForAnyThreadsAndInstructions)
@@ -373,14 +347,13 @@ TEST_F(OcclusionSoftware, AnswersTheSameForAnyThreadsAndInstructions)
 TEST_F(OcclusionSoftware, TestsTheFrustumAloneWithoutOccludersOrView)
 {
     const Scene scene = MakeStreet(400, 3000);
-    const PrimFrustum frustum(scene.viewProjection);
-    const std::vector<int> all = FindInFrustum(scene.boxes, frustum);
+    const std::vector<int> all = FindInFrustum(scene);
     SetBoxes(scene.boxes);
     Look(scene);
     EXPECT_EQ(Cull(), all);
     m_culler->SetOccluderBoxes(scene.occluders);
     EXPECT_LT(Cull().size(), all.size());
-    m_culler->SetFrameData(2, frustum, scene.eye); // the view is not known any more
+    m_culler->SetFrameData(2, PrimFrustum(scene.viewProjection), scene.eye); // the view is not known any more
     EXPECT_EQ(Cull(), all);
     m_culler->SetViewProjection(scene.viewProjection);
     EXPECT_LT(Cull().size(), all.size());
@@ -442,59 +415,48 @@ TEST_F(OcclusionSoftware, FollowsTheViewAndTheOccluders)
     EXPECT_EQ(Cull(), (std::vector{1, 2}));
 }
 
-TEST_F(OcclusionSoftware, SurvivesHostileNumbers)
+// They take nothing away from what hides or is hidden otherwise, and are hidden only when the frustum test says so.
+TEST_F(OcclusionSoftware, BoxesThatAreNoNumbersHideNothing)
 {
-    constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-    constexpr float kInfinity = std::numeric_limits<float>::infinity();
-    constexpr float kHuge = std::numeric_limits<float>::max();
-    const float odd[] = {kNaN, kInfinity, -kInfinity, kHuge, -kHuge, 1e-42F, -0.0F, 1e16F, 3.0F};
     test::Random random(3);
-    const auto spoil = [&](float* values, std::size_t count, int places)
-    {
-        for (int i = 0; i < places; ++i)
-            values[random.Below(count)] = odd[random.Below(std::size(odd))];
-    };
-    m_culler->SetThreadCount(2);
     for (std::uint64_t seed = 2000; seed < 2200; ++seed)
     {
-        // Spoiled occluders take nothing away from what hides or is hidden otherwise; spoiled boxes are hidden only
-        // when the frustum test says so.
         Scene scene = RandomScene(seed);
         scene.triangles.clear();
-        std::vector<PrimAABB> clean = scene.occluders;
-        float values[6];
         std::vector<PrimAABB> spoiled;
-        for (int i = 0; i < 10; ++i)
-        {
-            std::copy_n(clean[static_cast<std::size_t>(i)].GetFloats(), 6, values);
-            values[random.Below(6)] = kNaN;
-            spoiled.emplace_back(values);
-        }
+        for (std::size_t i = 0; i < 10; ++i)
+            spoiled.push_back(Spoil(scene.occluders[i], std::numeric_limits<float>::quiet_NaN(), random));
         scene.boxes.insert(scene.boxes.end(), spoiled.begin(), spoiled.end());
         Show(scene);
         const std::vector<int> expected = Cull();
         for (std::size_t i = scene.boxes.size() - 10; i < scene.boxes.size(); ++i)
-            EXPECT_EQ(std::binary_search(expected.begin(), expected.end(), static_cast<int>(i)),
+            EXPECT_EQ(std::ranges::binary_search(expected, static_cast<int>(i)),
                       PrimFrustum(scene.viewProjection).Test(scene.boxes[i]));
         scene.occluders.insert(scene.occluders.begin() + 5, spoiled.begin(), spoiled.end());
         Show(scene);
         EXPECT_EQ(Cull(), expected);
+    }
+}
 
-        // Anything goes: nothing may crash.
+TEST_F(OcclusionSoftware, SurvivesHostileNumbers)
+{
+    test::Random random(4);
+    m_culler->SetThreadCount(2);
+    for (std::uint64_t seed = 2000; seed < 2200; ++seed)
+    {
+        Scene scene = RandomScene(seed);
         for (PrimAABB& box : scene.occluders)
-        {
-            std::copy_n(box.GetFloats(), 6, values);
-            spoil(values, 6, random.Below(3));
-            box = PrimAABB(values);
-        }
+            for (int i = random.Below(3); i > 0; --i)
+                box = Spoil(box, random.Strange(), random);
         for (int i = 0; i < 8; ++i)
         {
             Triangle triangle;
             for (CVector3& corner : triangle.corners)
-                corner = {odd[random.Below(std::size(odd))], random.Between(-9, 9), random.Between(-9, 9)};
+                corner = {random.OneIn(9) ? 3.0F : random.Strange(), random.Between(-9, 9), random.Between(-9, 9)};
             scene.triangles.push_back(triangle);
         }
-        spoil(scene.viewProjection.GetElements(), 16, random.Below(4));
+        for (int i = random.Below(4); i > 0; --i)
+            scene.viewProjection.GetElements()[random.Below(16U)] = random.Strange();
         scene.width = random.OneIn(2) ? 1 : -5;
         Show(scene);
         Cull();
@@ -503,10 +465,9 @@ TEST_F(OcclusionSoftware, SurvivesHostileNumbers)
     scene.width = scene.height = 16384;
     Show(scene);
     EXPECT_LT(Cull().size(), 200);
-    scene.viewProjection = CMatrix();
     scene.viewProjection.Identity(0);
     Show(scene);
-    EXPECT_EQ(Cull(), FindInFrustum(scene.boxes, PrimFrustum(scene.viewProjection)));
+    EXPECT_EQ(Cull(), FindInFrustum(scene));
 }
 
 TEST_F(OcclusionSoftware, AllocatesNothingInASteadyFrame)

@@ -7,12 +7,8 @@
 
 #include <map>
 
-#include <gtest/gtest.h>
-
 namespace
 {
-constexpr const char* kModule = "gameengine/engine/entityArrayOcclusion ";
-
 // Takes boxes one by one and sees all of them.
 class Culler : public COcclusionAABBBase
 {
@@ -95,13 +91,11 @@ TEST(Occlusion, HandlesStayGoodWhileBoxesAreErased)
     culler->DoOcclusion();
     const int seen = culler->GetVisibleCount();
     ASSERT_GT(seen, 1);
-    EXPECT_EQ(culler->GetVisibleBox(seen - 1)->handle, culler->GetVisibleBox(seen - 1)->handle);
+    EXPECT_TRUE(culler->GetVisibleBox(seen - 1));
     culler->RemoveBoundingBox(culler->GetVisibleBox(0)->handle);
     EXPECT_EQ(culler->GetVisibleBox(seen - 1), nullptr) << "there are fewer boxes now";
-    OcclusionBoxHandle outside = 100000;
-    OcclusionBoxHandle negative = -1;
-    EXPECT_EQ(culler->GetBoundingBox(&outside), nullptr);
-    EXPECT_EQ(culler->GetBoundingBox(&negative), nullptr);
+    for (OcclusionBoxHandle outside : {100000, -1})
+        EXPECT_EQ(culler->GetBoundingBox(&outside), nullptr);
     EXPECT_EQ(culler->GetBoundingBox(nullptr), nullptr);
 }
 
@@ -116,9 +110,7 @@ TEST(Occlusion, EntitiesOfAnArrayHaveBoxesThatFollowThem)
     scene.Spawn<ComponentRuntimeData>(); // has no place
     ASSERT_EQ(culler->GetBoundingBoxCount(), 2);
 
-    CMatrix matrix;
-    matrix.SetTranslation({7, 8, 9});
-    second->Find<ComponentTransform>()->SetTransform(matrix);
+    second->Find<ComponentTransform>()->SetTransform(test::At({7, 8, 9}));
     EXPECT_EQ(culler->updates, 2) << "for either event of the transform";
     culler->DoOcclusion();
     EXPECT_EQ(culler->GetVisibleBox(1)->user, second.Get());
@@ -127,7 +119,7 @@ TEST(Occlusion, EntitiesOfAnArrayHaveBoxesThatFollowThem)
     // A transform that outlives the payload calls nobody; an entity that dies takes its box along.
     scene.GetArray().Remove(first.Get());
     ASSERT_EQ(culler->GetBoundingBoxCount(), 1);
-    first->Find<ComponentTransform>()->SetTransform(matrix);
+    first->Find<ComponentTransform>()->SetTransform(test::At({7, 8, 9}));
     EXPECT_EQ(culler->updates, 2);
     EXPECT_EQ(*static_cast<Internal_Occlusion&>(*second->Find<ComponentRuntimeData>()->secondaryData).handle, 0);
     binding = nullptr;
@@ -161,7 +153,7 @@ TEST(Occlusion, BindingsSayWhatIsMissing)
               "CEntityArray_Occlusion: no runtime data found on entity - this should never happen.\n");
     scene.GetArray().Remove(bare.Get());
 
-    const std::string module = kModule;
+    const std::string module = "gameengine/engine/entityArrayOcclusion ";
     {
         const test::ExpectAssertions lines{module + "61", module + "86", module + "61", module + "86", module + "87"};
         binding->Initialize(&scene.GetArray(), nullptr);

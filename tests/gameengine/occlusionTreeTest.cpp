@@ -1,15 +1,10 @@
 // When and how often the tree asks.
 
 #include "gameengine/engine/occlusionAABBTree.h"
-#include "support/allocations.h"
 #include "support/occlusionScene.h"
 
 #include <cstdio>
-#include <iterator>
 #include <string>
-
-using namespace renderer;
-using collision::PrimAABB;
 
 namespace
 {
@@ -24,6 +19,12 @@ protected:
     void SetAll(COcclusionAABBTree& culler)
     {
         culler.SetBoundingBoxes(static_cast<int>(m_boxes.size()), m_boxes.front().GetFloats());
+    }
+
+    std::ptrdiff_t CountInFrustum() const
+    {
+        const collision::PrimFrustum frustum(m_projectionView);
+        return std::ranges::count_if(m_boxes, [&](const collision::PrimAABB& box) { return frustum.Test(box); });
     }
 
     // Looks from where nothing moves any more. What shows must be found in time, and in each pass from then on.
@@ -82,9 +83,7 @@ TEST_F(OcclusionTree, SurvivesTheDevice)
     Pass(culler, false);
     m_renderer.ShutdownDevice(); // with answers under way
     culler.DoOcclusion();
-    const collision::PrimFrustum frustum(m_projectionView);
-    EXPECT_EQ(culler.GetVisibleCount(),
-              std::count_if(m_boxes.begin(), m_boxes.end(), [&](const PrimAABB& box) { return frustum.Test(box); }));
+    EXPECT_EQ(culler.GetVisibleCount(), CountInFrustum());
 }
 
 // In every pass, the first ones and those after a jump among them.
@@ -102,35 +101,10 @@ TEST_F(OcclusionTree, AsksLittleInATown)
         else
             LookFrom({0, -140 + way, 2}, {0, 140, 2});
         Pass(culler);
-        const collision::PrimFrustum frustum(m_projectionView);
-        const auto inFrustum =
-            std::count_if(m_boxes.begin(), m_boxes.end(), [&](const PrimAABB& box) { return frustum.Test(box); });
-        most = std::max(most, culler.GetQueryCount() / static_cast<double>(inFrustum));
+        most = std::max(most, culler.GetQueryCount() / static_cast<double>(CountInFrustum()));
     }
     std::printf("asks about at most %.3f of the boxes in the frustum\n", most);
     EXPECT_LT(most, 0.1);
 }
 
-TEST_F(OcclusionTree, PassesLeaveStateAndHeapAlone)
-{
-    MakeScene(5, 200);
-    LookFrom({-140, 0, 10}, {0, 0, 8});
-    COcclusionAABBTree culler(m_renderer);
-    const auto pass = [&]
-    {
-        SetAll(culler);
-        culler.DoOcclusion();
-        glFinish();
-    };
-    SetAll(culler);
-    Pass(culler);
-    for (int i = 0; i < 60; ++i) // until each node was asked about that ever will be
-        pass();
-    const CRenderState::Values before = m_renderer.GetState().GetValues();
-    const std::size_t allocations = test::GetAllocationCount();
-    for (int i = 0; i < kGonePasses; ++i)
-        pass();
-    EXPECT_EQ(test::GetAllocationCount(), allocations);
-    EXPECT_EQ(m_renderer.GetState().GetValues(), before);
-}
 } // namespace

@@ -5,7 +5,6 @@
 #include "gameengine/gui/guiConsole/guiConsole.h"
 #include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiLayout.h"
-#include "gameengine/gui/guiWidget/guiStream.h"
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
@@ -56,7 +55,7 @@ protected:
         const std::string path = TAMRA_SOURCE_FOLDER "/tests/pictures/" + name + ".png";
         if (std::getenv("TAMRA_WRITE_PICTURES"))
         {
-            ASSERT_TRUE(renderer::WritePng(path, picture));
+            EXPECT_TRUE(renderer::WritePng(path, picture));
         }
         std::vector<std::byte> file;
         ASSERT_TRUE(GetFileSystem().FileIn(path, file));
@@ -109,13 +108,6 @@ void DrawPrimitives(Draw& draw)
     draw.PopClip();
 }
 
-void ReadGallery(GuiContext& context)
-{
-    std::vector<std::byte> file;
-    ASSERT_TRUE(GetFileSystem().FileIn("gui/gallery.gui", file));
-    GuiStream stream(std::string(reinterpret_cast<const char*>(file.data()), file.size()));
-    ASSERT_TRUE(ReadWidgets(context.GetRoot(), stream));
-}
 } // namespace
 
 TEST_F(ReferencePictures, Primitives)
@@ -130,7 +122,7 @@ TEST_F(ReferencePictures, WidgetsInTheDarkAndInTheLight)
         const std::unique_ptr<GuiContext> context = GuiContext::Create(*m_draw);
         if (isLight)
             context->SetStyleData(0, GuiStyleData::MakeLight());
-        ReadGallery(*context);
+        ASSERT_TRUE(LoadWidgetFile(context->GetRoot(), "gui/gallery.gui"));
         context->SetMousePos(-1, -1);
         const auto draw = [&]
         {

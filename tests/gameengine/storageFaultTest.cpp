@@ -7,7 +7,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <functional>
 #include <thread>
 
 using namespace test;
@@ -113,13 +112,12 @@ TEST_F(StorageFault, ForeignFilesAreRefusedAndLeftAlone)
     std::filesystem::create_directory(m_folder.Path("folder.sdb"));
     expectRefused("folder.sdb", {"folder.sdb"});
     const std::string text(5000, 'x');
-    std::ofstream(m_folder.Path("text.sdb")) << text;
+    WriteFile(m_folder.Path("text.sdb"), text);
     expectRefused("text.sdb", {"text.sdb"});
     EXPECT_EQ(ReadFile(m_folder.Path("text.sdb")), text);
 
     // A table of the same name that holds something else: one line for opening, saving and loading each.
-    Query(m_folder.Path("other.sdb"), "CREATE TABLE entities(id, what)");
-    Query(m_folder.Path("other.sdb"), "INSERT INTO entities VALUES(1, 2)");
+    Query(m_folder.Path("other.sdb"), "CREATE TABLE entities AS SELECT 1 AS id, 2 AS what");
     expectRefused("other.sdb", {"no such column", "no such column", "no such column"});
     EXPECT_EQ(Query(m_folder.Path("other.sdb"), "SELECT * FROM entities"), Lines{"1|2"});
 
@@ -149,16 +147,14 @@ TEST_F(StorageFault, LockedFileIsRefusedUntilItIsReleased)
     bool failed = false;
     {
         const ExpectLog expected{"locked", "locked", "locked", "locked", "locked", "locked", "locked", "locked"};
-        EXPECT_FALSE(early.Load(nullptr, nullptr)) << "not known to be empty";
-        EXPECT_FALSE(early.CollectRows(nullptr, nullptr, rows));
-        EXPECT_EQ(early.LoadRow(1, &failed), nullptr);
-        EXPECT_TRUE(std::exchange(failed, false));
-        EXPECT_FALSE(m_store.Load(nullptr, nullptr));
-        EXPECT_FALSE(m_store.Save());
-        EXPECT_FALSE(m_store.CreateEmpty());
-        EXPECT_FALSE(m_store.CollectRows(nullptr, nullptr, rows));
-        EXPECT_EQ(m_store.LoadRow(1, &failed), nullptr);
-        EXPECT_TRUE(failed);
+        for (Store* store : {&early, &m_store}) // of which the first does not know whether the file is empty
+        {
+            EXPECT_FALSE(store->Load(nullptr, nullptr));
+            EXPECT_FALSE(store->CollectRows(nullptr, nullptr, rows));
+            EXPECT_EQ(store->LoadRow(1, &failed), nullptr);
+            EXPECT_TRUE(std::exchange(failed, false));
+        }
+        EXPECT_FALSE(m_store.Save() || m_store.CreateEmpty());
     }
     EXPECT_EQ(m_scene.GetArray().GetCount(), 1);
     ASSERT_TRUE(other.execute("ROLLBACK"));
@@ -260,9 +256,7 @@ void KillDuringSaves(const char* name)
         if (i % 10 == 9 && (seenA == 0 || seenB == 0 || interrupted == 0))
             longestMicroseconds = std::min(longestMicroseconds * 2, 2000000U);
     }
-    EXPECT_GT(seenA, 0);
-    EXPECT_GT(seenB, 0);
-    EXPECT_GT(interrupted, 0);
+    EXPECT_TRUE(seenA > 0 && seenB > 0 && interrupted > 0) << seenA << ' ' << seenB << ' ' << interrupted;
 }
 } // namespace
 

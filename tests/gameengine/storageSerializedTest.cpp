@@ -134,10 +134,9 @@ TEST_F(StorageSerialized, ListenersMayChangeSceneAndLoader)
             if (message.id != CEntityArray::kEntityAdded || ++added > 6)
                 return;
             EXPECT_TRUE(added != 1 || m_store.Load(nullptr, nullptr));
-            auto* entity = message.first.GetObjectPointer<CEntity>("CEntity");
-            m_store.RemoveEntity(entity);
+            m_store.RemoveEntity(GetEntity(message));
             m_store.ClearCache();
-            m_scene.GetArray().Remove(entity);
+            m_scene.GetArray().Remove(GetEntity(message));
         });
     listener.Subscribe(m_scene.GetArray().Events());
     EXPECT_TRUE(m_store.Load(nullptr, nullptr));

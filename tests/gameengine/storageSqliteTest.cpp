@@ -4,13 +4,16 @@
 #include "support/storageFixture.h"
 #include "tamradeps/udb/udbGroup.h"
 
-#include <algorithm>
+#include <array>
 #include <deque>
 #include <filesystem>
 #include <limits>
 #include <memory>
 
+#include <gmock/gmock.h>
+
 using namespace test;
+using testing::ElementsAre;
 using Store = CEntityArray_SaveLoad_SqliteDB;
 using Lines = std::vector<std::string>;
 
@@ -67,13 +70,19 @@ class StorageSqlite : public StorageTest<Store>
 protected:
     StorageSqlite() : StorageTest("world.sdb") {}
 
-    void ExpectCounters(std::uint64_t read, std::uint64_t inserted, std::uint64_t updated, std::uint64_t deleted)
+    // Rows read, inserted, updated and deleted.
+    std::array<std::uint64_t, 4> Count() const
     {
         const Store::Counters& counters = m_store.GetCounters();
-        EXPECT_EQ(counters.read, read);
-        EXPECT_EQ(counters.inserted, inserted);
-        EXPECT_EQ(counters.updated, updated);
-        EXPECT_EQ(counters.deleted, deleted);
+        return {counters.read, counters.inserted, counters.updated, counters.deleted};
+    }
+    // The only entity of a scene that is loaded anew.
+    CEntity* Reload()
+    {
+        m_store.ClearCache();
+        m_scene.GetArray().Clear();
+        EXPECT_TRUE(m_store.Load(nullptr, nullptr));
+        return m_scene.GetArray().Get(0);
     }
 };
 } // namespace
@@ -160,22 +169,21 @@ TEST_F(StorageSqlite, OnlyNewAndChangedEntitiesAreWritten)
     ASSERT_TRUE(m_store.Save());
     const std::int64_t written = m_store.GetDatabase().totalChanges();
     ASSERT_TRUE(m_store.Save());
-    ExpectCounters(0, 50, 0, 0);
+    EXPECT_THAT(Count(), ElementsAre(0, 50, 0, 0));
     EXPECT_EQ(m_store.GetDatabase().totalChanges(), written);
     // Loading turns the order of components round; a second and a third round must not write for that.
     for (std::uint64_t round = 1; round <= 3; ++round)
     {
         const Content content = m_scene.GetContent();
-        m_store.ClearCache();
-        m_scene.GetArray().Clear();
-        ASSERT_TRUE(m_store.Load(nullptr, nullptr) && m_store.Save() && m_store.Save());
+        Reload();
+        ASSERT_TRUE(m_store.Save() && m_store.Save());
         EXPECT_EQ(m_scene.GetContent(), content);
-        ExpectCounters(50 * round, 50, round - 1, 0);
+        EXPECT_THAT(Count(), ElementsAre(50 * round, 50, round - 1, 0));
 
         CEntity* moved = m_scene.Find("e7");
         Move(moved, {0.0F, 0.0F, static_cast<float>(round)});
         ASSERT_TRUE(m_store.Save() && m_store.Save());
-        ExpectCounters(50 * round, 50, round, 0);
+        EXPECT_THAT(Count(), ElementsAre(50 * round, 50, round, 0));
         EXPECT_EQ(m_store.GetDatabase().totalChanges(), written + static_cast<std::int64_t>(round));
         EXPECT_EQ(Query(m_path, "SELECT id, pos_x FROM entities WHERE pos_z > 0"),
                   Lines{Label(m_store.FindRow(moved), "|0.0")});
@@ -244,16 +252,9 @@ TEST_F(StorageSqlite, RowsKeepWhatIsUnknownUntilTheEntityChanges)
     ASSERT_TRUE(m_store.Load(nullptr, nullptr));
     EXPECT_EQ(m_scene.GetArray().Get(0)->GetComponentCount(), 3) << "run-time data, transform and name";
     ASSERT_TRUE(m_store.Save() && m_store.Save());
-    ExpectCounters(1, 0, 0, 0);
+    EXPECT_THAT(Count(), ElementsAre(1, 0, 0, 0));
     RegisterBuiltInComponents();
-    const auto reload = [this]
-    {
-        m_store.ClearCache();
-        m_scene.GetArray().Clear();
-        EXPECT_TRUE(m_store.Load(nullptr, nullptr));
-        return m_scene.GetArray().Get(0);
-    };
-    CEntity* entity = reload();
+    CEntity* entity = Reload();
     EXPECT_EQ(GetName(entity), longName);
     EXPECT_EQ(entity->GetComponent(0), entity->Find<ComponentRuntimeData>());
     EXPECT_EQ(entity->Find<ComponentRuntimeData>()->flags, ComponentRuntimeData::kAlwaysVisible);
@@ -267,12 +268,12 @@ TEST_F(StorageSqlite, RowsKeepWhatIsUnknownUntilTheEntityChanges)
     std::vector<std::byte> blob;
     ASSERT_TRUE(UDBReadWriteBinary(false).Write(*group, blob));
     SetBlob(m_store.GetDatabase(), 1, blob);
-    entity = reload();
+    entity = Reload();
     ASSERT_TRUE(m_store.Save());
-    ExpectCounters(3, 0, 0, 0);
+    EXPECT_THAT(Count(), ElementsAre(3, 0, 0, 0));
     Rename(entity, "changed");
     ASSERT_TRUE(m_store.Save());
-    ExpectCounters(3, 0, 1, 0);
+    EXPECT_THAT(Count(), ElementsAre(3, 0, 1, 0));
 }
 
 // Listeners of the array that turn to the loader in the middle of its loop over the rows.
@@ -303,12 +304,10 @@ TEST_F(StorageSqlite, ListenersMaySaveLoadAndForgetDuringLoad)
     CEventSubscription listener;
     const auto load = [&](const std::function<void(CEntity*)>& action)
     {
-        m_store.ClearCache();
         m_scene.GetArray().Clear();
-        listener.SetCallback([&](const EventMessage& message)
-                             { action(message.first.GetObjectPointer<CEntity>("CEntity")); });
+        listener.SetCallback([&](const EventMessage& message) { action(GetEntity(message)); });
         listener.Subscribe(m_scene.GetArray().Events());
-        EXPECT_TRUE(m_store.Load(nullptr, nullptr));
+        Reload();
         listener.Leave();
     };
     std::uint64_t read = 0;

@@ -109,8 +109,6 @@ struct Widget : gui::GuiWidget
 };
 
 template <class Class>
-constexpr auto kTypeString = static_cast<const char* (Class::*)()>(&Class::GetTypeString);
-template <class Class>
 constexpr auto kConstTypeString = static_cast<const char* (Class::*)() const>(&Class::GetTypeString);
 
 void DescribeEngine(std::ostream& out)

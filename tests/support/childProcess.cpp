@@ -79,11 +79,6 @@ void ChildProcess::TellReady()
 bool ChildProcess::Kill()
 {
     TerminateProcess(m_state->process.hProcess, kKilled);
-    return i_Wait();
-}
-
-bool ChildProcess::i_Wait()
-{
     DWORD code = 0;
     WaitForSingleObject(m_state->process.hProcess, INFINITE);
     GetExitCodeProcess(m_state->process.hProcess, &code);
@@ -119,15 +114,9 @@ void ChildProcess::TellReady() {}
 
 bool ChildProcess::Kill()
 {
-    if (!m_state->isOver)
-        kill(m_state->process, SIGKILL);
-    return i_Wait();
-}
-
-bool ChildProcess::i_Wait()
-{
     int status = 0;
-    if (!m_state->isOver && waitpid(m_state->process, &status, 0) == m_state->process)
+    if (!m_state->isOver && kill(m_state->process, SIGKILL) == 0 &&
+        waitpid(m_state->process, &status, 0) == m_state->process)
         m_state->wasKilled = WIFSIGNALED(status);
     m_state->isOver = true;
     return m_state->wasKilled;

@@ -33,8 +33,6 @@ public:
 private:
     struct State;
 
-    bool i_Wait();
-
     std::unique_ptr<State> m_state;
 };
 } // namespace test

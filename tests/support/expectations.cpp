@@ -4,7 +4,6 @@
 #include "tamradeps/io/utf8Path.h"
 #include "tamradeps/platform/fileAccess.h"
 
-#include <cstdio>
 #include <filesystem>
 #include <random>
 #include <string_view>

@@ -59,6 +59,14 @@ protected:
         m_context->PushMouseClick(button);
         Update();
     }
+    /// Down and up in one pass.
+    void Tap(gui::Vec2<int> at, float seconds = 0.01F)
+    {
+        m_context->SetMousePos(at.x, at.y);
+        m_context->PushMouseClick(gui::kGuiMouseLeft);
+        m_context->PushMouseRelease(gui::kGuiMouseLeft);
+        Update(seconds);
+    }
     /// Answers what came of it, in this pass and in one after some time.
     std::string Release(float rest = 1.0F)
     {
@@ -91,10 +99,12 @@ protected:
     /// The calls of one kind that draw the screen.
     std::vector<RecordingDraw::Call> Draw(const std::string& what)
     {
+        const gui::GuiRecti screen = m_root.GetRect();
         m_draw.calls.clear();
-        m_context->Render(400, 300);
-        std::erase_if(m_draw.calls, [&](const auto& call) { return call.what != what; });
-        return m_draw.calls;
+        m_context->Render(screen.w, screen.h);
+        std::vector<RecordingDraw::Call> calls = m_draw.calls;
+        std::erase_if(calls, [&](const auto& call) { return call.what != what; });
+        return calls;
     }
 
     Recorder m_draw;

@@ -67,17 +67,14 @@ protected:
         for (int i = 0; i < 14 * 14; ++i)
         {
             const CVector3 corner(static_cast<float>(i % 14) * 20 - 137, static_cast<float>(i / 14) * 20 - 137, 0);
-            for (int house = 0; house < 4; ++house)
-            {
-                const CVector3 low =
-                    corner + CVector3(static_cast<float>(house % 2) * 7, static_cast<float>(house / 2) * 7, 0);
-                m_boxes.emplace_back(low, low + CVector3(6.5F, 6.5F, random.Between(6, 30)));
-            }
+            const auto add = [&](CVector3 place, CVector3 size)
+            { m_boxes.emplace_back(corner + place, corner + place + size); };
+            for (const CVector3 place : {CVector3(0, 0, 0), CVector3(7, 0, 0), CVector3(0, 7, 0), CVector3(7, 7, 0)})
+                add(place, {6.5F, 6.5F, random.Between(6, 30)});
             for (int thing = 0; thing < 3; ++thing)
             {
-                const CVector3 low = corner + CVector3(random.Between(-5, -1), random.Between(-5, 12), 0);
-                m_boxes.emplace_back(
-                    low, low + CVector3(random.Between(0.3F, 1), random.Between(0.3F, 1), random.Between(0.3F, 2)));
+                const CVector3 place(random.Between(-5, -1), random.Between(-5, 12), 0);
+                add(place, CVector3(random.Between(0.3F, 1), random.Between(0.3F, 1), random.Between(0.3F, 2)));
             }
         }
     }
@@ -157,14 +154,9 @@ protected:
     /// Whether the box shows even if every edge is off by a hundredth of a pixel: devices move corners to a grid.
     bool ShowsForSure(std::size_t i) const
     {
-        for (const float x : {-0.01F, 0.01F})
-        {
-            for (const float y : {-0.01F, 0.01F})
-            {
-                if (CountShownPixels(m_boxes, m_projectionView, kWidth, kHeight, x, y)[i] == 0)
-                    return false;
-            }
-        }
+        for (const auto& [x, y] : {std::pair{-0.01F, -0.01F}, {0.01F, -0.01F}, {-0.01F, 0.01F}, {0.01F, 0.01F}})
+            if (CountShownPixels(m_boxes, m_projectionView, kWidth, kHeight, x, y)[i] == 0)
+                return false;
         return true;
     }
 

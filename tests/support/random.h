@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cfloat>
+#include <cmath>
 #include <cstdint>
+#include <iterator>
 
 namespace test
 {
@@ -28,6 +31,13 @@ public:
     float Between(float low, float high)
     {
         return low + (high - low) * static_cast<float>(static_cast<double>(Bits() >> 11) * 0x1p-53);
+    }
+    /// One that calculations stumble over.
+    float Strange()
+    {
+        constexpr float kStrange[] = {NAN,   INFINITY, -INFINITY, FLT_MAX, -FLT_MAX,
+                                      1e16F, -1e10F,   1e-42F,    -1e-40F, -0.0F};
+        return kStrange[Below(std::size(kStrange))];
     }
 
 private:

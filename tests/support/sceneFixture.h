@@ -30,6 +30,12 @@ inline CMatrix At(CVector3 position)
     return matrix;
 }
 
+/// Gives the entity's transform a box.
+inline void SetBox(const CEntity& entity, const collision::PrimAABB& box)
+{
+    entity.Find<ComponentTransform>()->SetUntransformedBoundingBox(box.GetFloats());
+}
+
 /// Creates components of these classes on the entity, in this order, between a lock and an unlock.
 template <class... Components>
 void AddComponents(CEntity& entity)

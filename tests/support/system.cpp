@@ -17,22 +17,9 @@
 namespace test
 {
 #if defined(_WIN32)
-namespace
-{
 bool IsWine()
 {
     return GetProcAddress(GetModuleHandleA("ntdll.dll"), "wine_get_version") != nullptr;
-}
-} // namespace
-
-bool CanReplaceOpenFiles()
-{
-    return !IsWine();
-}
-
-bool CanProtectFiles()
-{
-    return !IsWine();
 }
 
 bool MakePipe(const std::string&)
@@ -65,14 +52,9 @@ void SetLimit(rlim_t size)
 }
 } // namespace
 
-bool CanReplaceOpenFiles()
+bool IsWine()
 {
-    return true;
-}
-
-bool CanProtectFiles()
-{
-    return true;
+    return false;
 }
 
 bool MakePipe(const std::string& path)

@@ -13,11 +13,9 @@ inline constexpr bool kIsUnix = false;
 inline constexpr bool kIsUnix = true;
 #endif
 
-/// Whether a file can be replaced while somebody reads it. Wine cannot do what Windows can.
-bool CanReplaceOpenFiles();
-
-/// Whether the system refuses to write to a file without permission. It does not where it serves the superuser.
-bool CanProtectFiles();
+/// Whether Wine plays the system. It cannot replace a file that somebody reads, nor keep one without permission from
+/// being written to.
+bool IsWine();
 
 /// A pipe that has a name among the files. Only where `kIsUnix`.
 bool MakePipe(const std::string& path);

@@ -8,7 +8,6 @@
 #include "tamradeps/core/variant.h"
 
 #include <cstring>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -64,18 +63,12 @@ TEST(Variant, AnotherKindOrClassGivesNothing)
 {
     int object = 0;
     const std::string tag = "CEntity";
-    const variant values[] = {variant(),
-                              variant(-7),
-                              variant(0.5F),
-                              variant(0.25),
-                              variant(true),
-                              variant("txt"),
-                              variant(&object, "CEntity")};
     using Kind = variant::Kind;
-    for (const variant& v : values)
+    for (const variant& v : {variant(), variant(-7), variant(0.5F), variant(0.25), variant(true), variant("txt"),
+                             variant(&object, "CEntity")})
     {
         const Kind kind = v.GetKind();
-        EXPECT_EQ(v.IsEmpty(), &v == values);
+        EXPECT_EQ(v.IsEmpty(), kind == Kind::Empty);
         EXPECT_EQ(v.GetInt(), kind == Kind::Int ? -7 : 0);
         EXPECT_EQ(v.GetFloat(), kind == Kind::Float ? 0.5F : 0.0F);
         EXPECT_EQ(v.GetDouble(), kind == Kind::Double ? 0.25 : 0.0);
@@ -172,8 +165,7 @@ TEST(Tools, Texts)
     EXPECT_EQ(Tools_StringSplit("", ','), Pieces{""});
     EXPECT_EQ(Tools_StringSplit(",a,,b,", ','), (Pieces{"", "a", "", "b", ""}));
     EXPECT_EQ(Tools_FileExtension3("folder.x/town.sdb"), "SDB");
-    EXPECT_EQ(Tools_FileExtension3("a"), "A");
-    EXPECT_EQ(Tools_FileExtension3(""), "");
+    EXPECT_EQ(Tools_FileExtension3("a") + Tools_FileExtension3(""), "A");
 }
 
 // Against the definition: the texts that some code point encodes to.

@@ -6,7 +6,6 @@
 #include <array>
 #include <bit>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -25,17 +24,8 @@ namespace
 // Mostly small whole numbers, so that boxes often touch what they are tested against; some that need care.
 float RandomValue(test::Random& random)
 {
-    constexpr float kInfinity = std::numeric_limits<float>::infinity();
-    constexpr float kSpecial[] = {std::numeric_limits<float>::quiet_NaN(),
-                                  kInfinity,
-                                  -kInfinity,
-                                  -0.0F,
-                                  std::numeric_limits<float>::denorm_min(),
-                                  -1e-40F,
-                                  std::numeric_limits<float>::max(),
-                                  std::numeric_limits<float>::lowest()};
     if (random.OneIn(60))
-        return kSpecial[random.Below(std::size(kSpecial))];
+        return random.Strange();
     return random.OneIn(3) ? random.Between(-4, 4) : static_cast<float>(random.Below(9)) - 4.0F;
 }
 
@@ -53,10 +43,8 @@ PrimAABB RandomBox(test::Random& random)
 {
     auto values = RandomValues<6>(random);
     for (std::size_t axis = 0; axis < 3 && !random.OneIn(20); ++axis)
-    {
         if (values[axis] > values[axis + 3])
             std::swap(values[axis], values[axis + 3]);
-    }
     return PrimAABB(values.data());
 }
 
@@ -130,10 +118,8 @@ TEST_P(SimdKernelsTest, FindsAmongBoxesInARowWhatASingleTestFinds)
         {
             std::vector<std::uint32_t> expected;
             for (std::uint32_t i = 0; i < count; ++i)
-            {
                 if (one.passes(boxes[i]))
                     expected.push_back(i);
-            }
             const auto found = Exactly<std::uint32_t>(count);
             const std::size_t number = one.find(boxes.get(), count, found.get());
             ASSERT_EQ(std::vector(found.get(), found.get() + number), expected) << "round " << round;

@@ -1,10 +1,9 @@
 #include "support/allocations.h"
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
+#include "support/files.h"
 #include "tamradeps/io/fileSystem.h"
 #include "tamraengine/renderer/buffer.h"
-
-#include <fstream>
 
 using namespace renderer;
 
@@ -83,15 +82,14 @@ TEST_F(Device, StateDoesWhatItSays)
     EXPECT_EQ(drawAndGet(0.0F, kRed), green);
     state.SetCull(Cull::Off);
 
-    m_renderer.Clear({1, 0, 0});
-    state.SetBlend(Blend::Alpha);
-    EXPECT_EQ(drawAndGet(0.0F, kHalfBlue), (Pixel{127, 0, 128, 255}));
-    m_renderer.Clear({1, 0, 0});
-    state.SetBlend(Blend::Additive);
-    EXPECT_EQ(drawAndGet(0.0F, kHalfBlue), (Pixel{255, 0, 128, 255}));
-    m_renderer.Clear({1, 0, 0});
-    state.SetBlend(Blend::Premultiplied);
-    EXPECT_EQ(drawAndGet(0.0F, kHalfBlue), (Pixel{127, 0, 255, 255}));
+    for (const auto& [blend, pixel] : {std::pair{Blend::Alpha, Pixel{127, 0, 128, 255}},
+                                       {Blend::Additive, Pixel{255, 0, 128, 255}},
+                                       {Blend::Premultiplied, Pixel{127, 0, 255, 255}}})
+    {
+        m_renderer.Clear({1, 0, 0});
+        state.SetBlend(blend);
+        EXPECT_EQ(drawAndGet(0.0F, kHalfBlue), pixel);
+    }
     state.SetBlend(Blend::Off);
 
     state.SetScissorBox(0, 0, 1, 4);
@@ -196,10 +194,8 @@ TEST_F(Device, TexturesKeepTheirTexels)
     const std::byte texel[4] = {std::byte{1}, std::byte{2}, std::byte{3}, std::byte{4}};
     EXPECT_TRUE(texture->Upload(0, 2, 1, 1, 1, texel));
     EXPECT_EQ(texture->Read()[20], std::byte{1});
-    EXPECT_FALSE(texture->Upload(0, 3, 1, 1, 1, texel));
-    EXPECT_FALSE(texture->Upload(0, 0, 0, 2, 1, texel));
-    EXPECT_FALSE(texture->Upload(2, 0, 0, 1, 1, texel));
-    EXPECT_FALSE(texture->Upload(0, 2147483647, 0, 1, 1, texel));
+    for (const auto& [level, x, width] : {std::array{0, 3, 1}, {0, 1, 2}, {2, 0, 1}, {0, 2147483647, 1}})
+        EXPECT_FALSE(texture->Upload(level, x, 0, width, 1, texel)) << level << ' ' << x;
 
     const test::ExpectLog expected{"texture of 0 x 4", "texture of 20000 x 1", "texture of 4 x 4: its picture",
                                    "texture of 16384 x -1"};
@@ -243,7 +239,7 @@ TEST_F(Device, VerticesOutliveTheGrowthOfTheirCache)
 TEST_F(Device, ProgramsReportFileAndLineAndKeepTheLastGoodOne)
 {
     const test::TemporaryFolder folder;
-    const auto write = [&](const char* name, const std::string& text) { std::ofstream(folder.Path(name)) << text; };
+    const auto write = [&](const char* name, const char* text) { test::WriteFile(folder.Path(name), text); };
     GetFileSystem().AddRoot(folder.Path(""));
     write("a.vert", "layout(location = 0) in vec3 position;\nvoid main() { gl_Position = vec4(position, 1.0); }\n");
     write("a.frag", "uniform vec4 color;\nout vec4 result;\nvoid main() { result = color * SCALE; }\n");
@@ -262,17 +258,14 @@ TEST_F(Device, ProgramsReportFileAndLineAndKeepTheLastGoodOne)
         return GetPixel(target->ReadPixels(), 1, 1);
     };
     EXPECT_EQ(draw(), (Pixel{128, 128, 128, 255}));
-
-    write("a.frag", "out vec4 result;\n\nvoid main() { result = nonsense; }\n");
+    for (const auto& [text, fault] :
+         {std::pair{"out vec4 result;\n\nvoid main() { result = nonsense; }\n", "a.frag:3: "},
+          {"in vec4 unset;\nout vec4 result;\nvoid main() { result = unset; }\n", "a.vert + a.frag"}})
     {
-        const test::ExpectLog expected{"a.frag:3: "};
+        const test::ExpectLog expected{fault};
+        write("a.frag", text);
         EXPECT_FALSE(program->Reload());
-    }
-    EXPECT_EQ(draw(), (Pixel{128, 128, 128, 255}));
-    write("a.frag", "in vec4 neverWritten;\nout vec4 result;\nvoid main() { result = neverWritten; }\n");
-    {
-        const test::ExpectLog expected{"a.vert + a.frag"};
-        EXPECT_FALSE(program->Reload());
+        EXPECT_EQ(draw(), (Pixel{128, 128, 128, 255}));
     }
     write("a.frag", "uniform vec4 color;\nout vec4 result;\nvoid main() { result = color.rgba; result.r = 0.0; }\n");
     program->Use();
@@ -312,10 +305,8 @@ TEST_F(Device, ObjectsOutliveTheDevice)
     const auto buffer = CBuffer::Create(*renderer, 16);
     const auto cache = CVertexCache::Create(*renderer, 16);
     renderer = nullptr;
-    EXPECT_FALSE(target->IsAlive());
+    EXPECT_FALSE(target->IsAlive() || target->Resize(8, 8) || buffer->Reserve(1000));
     EXPECT_TRUE(target->ReadPixels().pixels.empty());
-    EXPECT_FALSE(target->Resize(8, 8));
-    EXPECT_FALSE(buffer->Reserve(1000));
     cache->Draw(Primitive::Triangles, 0, 3);
 
     CRenderer bare;

@@ -5,8 +5,11 @@
 #include "tamradeps/io/fileSystem.h"
 #include "tamraengine/renderer/imageEncoder.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <span>
+#include <tuple>
 
 #include <gmock/gmock.h>
 
@@ -40,21 +43,16 @@ int GetLargestDifference(const Image& a, const Image& b)
     return difference;
 }
 
-void Append(Bytes& bytes, std::initializer_list<int> values)
+Bytes MakeBytes(std::initializer_list<unsigned char> values)
 {
-    for (const int value : values)
-        bytes.push_back(static_cast<std::byte>(value));
+    const auto bytes = std::as_bytes(std::span(values.begin(), values.size()));
+    return {bytes.begin(), bytes.end()};
 }
 } // namespace
 
 TEST(ImageDecoder, EveryKindShowsTheSamePicture)
 {
-    const struct
-    {
-        const char* first;
-        const char* second;
-        int difference;
-    } kPairs[] = {
+    const std::tuple<const char*, const char*, int> kPairs[] = {
         {"raw.tga", "rgb.png", 0},         {"rgb.bmp", "rgb.png", 0},
         {"full.jpg", "rgb.png", 60},       {"progressive.jpg", "baseline.jpg", 12},
         {"interlaced.png", "rgba.png", 0}, {"rle.tga", "rgba.png", 0},
@@ -109,17 +107,13 @@ TEST(ImageDecoder, LyingHeadersCostNothing)
 
     // A picture of 4 million pixels in a file whose header says that it is one.
     Bytes bomb = EncodePng(Image{2048, 2048, std::vector<std::uint8_t>(std::size_t{2048} * 2048 * 4, 9)});
-    for (const std::size_t i : {18U, 22U})
-    {
-        bomb[i] = std::byte{0};
-        bomb[i + 1] = std::byte{1};
-    }
+    bomb[18] = bomb[22] = std::byte{0};
+    bomb[18 + 1] = bomb[22 + 1] = std::byte{1};
     EXPECT_NE(GetFault(bomb), "");
 
     // A scan takes as long as the picture is large, however short it is.
     const Bytes jpeg = ReadSample("gray.jpg");
-    const Bytes mark = {std::byte{0xFF}, std::byte{0xDA}};
-    const auto scan = std::search(jpeg.begin(), jpeg.end(), mark.begin(), mark.end());
+    const auto scan = std::ranges::search(jpeg, MakeBytes({0xFF, 0xDA})).begin();
     Bytes scans(jpeg.begin(), scan);
     for (int i = 0; i < 65; ++i)
         scans.insert(scans.end(), scan, scan + 10);
@@ -127,8 +121,8 @@ TEST(ImageDecoder, LyingHeadersCostNothing)
     EXPECT_EQ(GetFault(scans), "it has more than 64 scans");
 
     // More symbols than there is room for.
-    Bytes tables = {std::byte{0xFF}, std::byte{0xD8}};
-    Append(tables, {0xFF, 0xC4, 0x01, 0x13, 0x00, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 128, 129});
+    Bytes tables =
+        MakeBytes({0xFF, 0xD8, 0xFF, 0xC4, 0x01, 0x13, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 128, 129});
     tables.resize(1000);
     EXPECT_EQ(GetFault(tables), "its Huffman tables are damaged");
 }

@@ -1,11 +1,10 @@
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
+#include "support/files.h"
 #include "tamradeps/io/fileSystem.h"
 #include "tamraengine/renderer/imageEncoder.h"
 #include "tamraengine/renderer/programmableMaterial.h"
 #include "tamraengine/renderer/textureManagerLightImage.h"
-
-#include <fstream>
 
 using namespace renderer;
 
@@ -24,7 +23,7 @@ protected:
     }
     void TearDown() override { GetFileSystem().SetUserFolder(""); }
 
-    void Write(const std::string& name, const std::string& text) { std::ofstream(m_folder.Path(name)) << text; }
+    void Write(const std::string& name, const std::string& text) { test::WriteFile(m_folder.Path(name), text); }
     static std::string MakePass(const std::string& name, const std::string& color, const std::string& more = "")
     {
         return "pass { name = '" + name + "', vertex = 'a.vert', fragment = 'a.frag', defines = { 'COLOR vec4(" +

@@ -15,11 +15,6 @@ TEST(Renderer, TheLastOneIsActiveUntilItDies)
     }
     // The death of another does not matter.
     EXPECT_EQ(renderer::CRenderer::GetActive(), &first);
-    first.BeginFrame(0.25F);
-    first.SetFrameNumber((std::uint64_t{1} << 32) - 1);
-    first.BeginFrame(0.5F);
-    EXPECT_EQ(first.GetFrameNumber(), std::uint64_t{1} << 32);
-    EXPECT_EQ(first.GetDeltaTime(), 0.5F);
 }
 
 TEST(RenderQueue, TakesWholeLinesOnly)

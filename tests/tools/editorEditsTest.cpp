@@ -43,16 +43,14 @@ protected:
         return {};
     }
 
-    void Press(int key, int held = 0)
+    // Until the property's row is seen.
+    void ScrollTo(const std::string& id)
     {
-        renderer::CInput& input = m_renderer.GetInput();
-        if (held != 0)
-            input.KeyDown(held);
-        input.KeyDown(key);
-        input.KeyUp(key);
-        if (held != 0)
-            input.KeyUp(held);
-        Draw();
+        for (int i = 0; i < 9 && !m_user->FindById(id)->GetParent()->IsVisible(); ++i)
+        {
+            m_user->Wheel(*m_user->FindById("propertiesBar"), -1);
+            Draw();
+        }
     }
 
     void Drag(int fromX, int fromY, int toX, int toY, int held = 0, bool isKept = true)
@@ -79,20 +77,19 @@ protected:
 
 TEST_F(EditorEdits, EachKindOfRowGoesFromTheWidgetToTheFileAndBack)
 {
-    ASSERT_TRUE(m_user->Fill("filter", "house 3") && m_user->Press(gui::kGuiKeyEnter));
+    ASSERT_TRUE(m_user->Fill("filter", "house 3\n"));
     Draw();
     EXPECT_EQ(GetText("count"), "1 of 5");
     ASSERT_TRUE(m_user->Click("componentType") && m_user->Type("ComponentL\n") && m_user->Click("addComponent"));
     Draw();
-    const auto fill = [this](const char* text)
-    { return [this, text](const char* id) { return m_user->Fill(id, text) && m_user->Press(gui::kGuiKeyEnter); }; };
+    const auto fill = [this](const std::string& text)
+    { return [this, text](const char* id) { return m_user->Fill(id, text + "\n"); }; };
     const auto click = [this](const char* id) { return m_user->Click(id); };
     const auto choose = [this](const char* id) { return m_user->Click(id) && m_user->Type("Dir\n"); };
     const auto color = [this](const char* id)
     {
-        return m_user->Click(id) && m_user->Fill("colorpicker/hex", "FF0000FF") && m_user->Press(gui::kGuiKeyEnter) &&
-               m_user->Fill("colorpicker/green", "51") && m_user->Press(gui::kGuiKeyEnter) &&
-               m_user->Click("colorpicker/ok");
+        return m_user->Click(id) && m_user->Fill("colorpicker/hex", "FF0000FF\n") &&
+               m_user->Fill("colorpicker/green", "51\n") && m_user->Click("colorpicker/ok");
     };
     const struct
     {
@@ -112,15 +109,10 @@ TEST_F(EditorEdits, EachKindOfRowGoesFromTheWidgetToTheFileAndBack)
     };
     const Values before = GetValues(*Town().GetSelected());
     Values expected = before;
-    gui::GuiWidget* bar = m_user->FindById("propertiesBar");
     for (const auto& row : kRows)
     {
         const std::string id = std::string(row.property) + row.part;
-        for (int i = 0; i < 9 && !m_user->FindById(id)->GetParent()->IsVisible(); ++i)
-        {
-            m_user->Wheel(*bar, -1);
-            Draw();
-        }
+        ScrollTo(id);
         ASSERT_TRUE(row.edit(id.c_str())) << id;
         Draw();
         EXPECT_EQ(GetValues(*Town().GetSelected())[row.property], row.value) << row.property;
@@ -137,7 +129,6 @@ TEST_F(EditorEdits, EachKindOfRowGoesFromTheWidgetToTheFileAndBack)
     for (std::size_t i = 0; i < std::size(kRows); ++i)
         Press('Z', renderer::kKeyLeftControl);
     EXPECT_EQ(GetValues(*Town().GetSelected()), before);
-    EXPECT_EQ(GetText("ComponentEditorData.Editor Name"), "building House 3");
     Run("save");
     EXPECT_EQ(ReadValues({150, 0, 15}), before);
     while (Town().CanRedo())
@@ -165,7 +156,7 @@ TEST_F(EditorEdits, DragsWhatIsSelectedAsOneEdit)
     Drag(700, 330, 600, 400, 0, false);
     EXPECT_EQ(PlaceOf(2), moved);
     // Up, by whole steps.
-    ASSERT_TRUE(m_user->Fill("snap", "5") && m_user->Press(gui::kGuiKeyEnter));
+    ASSERT_TRUE(m_user->Fill("snap", "5\n"));
     Drag(700, 330, 700, 230, renderer::kKeyLeftShift);
     EXPECT_GT(place().z, 15.0F);
     EXPECT_EQ(std::fmod(place().z, 5.0F), 0.0F);
@@ -206,14 +197,7 @@ TEST_F(EditorEdits, DragsWhatIsSelectedAsOneEdit)
 
 TEST_F(EditorEdits, TakesBackWhatCameAndWentInItsOldPlace)
 {
-    const auto names = [this]
-    {
-        std::string all;
-        for (const int number : Town().Find(""))
-            all += Town().GetLabel(number) + "\n";
-        return all;
-    };
-    std::vector<std::string> states = {names()};
+    std::vector<std::string> states = {Run("ent.list")};
     std::vector<Values> values = {GetValues(*Town().Get(1))};
     std::string fault;
     const std::vector<std::function<void()>> kEdits = {
@@ -233,8 +217,7 @@ TEST_F(EditorEdits, TakesBackWhatCameAndWentInItsOldPlace)
     for (const auto& edit : kEdits)
     {
         edit();
-        Draw();
-        states.push_back(names());
+        states.push_back(Run("ent.list"));
         values.push_back(GetValues(*Town().Get(0)));
     }
     EXPECT_EQ(fault, "");
@@ -243,7 +226,7 @@ TEST_F(EditorEdits, TakesBackWhatCameAndWentInItsOldPlace)
         for (std::size_t i = kEdits.size(); i-- > 0;)
         {
             EXPECT_EQ(Run("undo"), "Undone.\n");
-            EXPECT_EQ(names(), states[i]);
+            EXPECT_EQ(Run("ent.list"), states[i]);
             EXPECT_TRUE(i < 2 || GetValues(*Town().Get(0)) == values[i]) << i;
         }
         EXPECT_FALSE(Town().IsModified());
@@ -251,7 +234,7 @@ TEST_F(EditorEdits, TakesBackWhatCameAndWentInItsOldPlace)
         for (std::size_t i = 1; i <= kEdits.size(); ++i)
         {
             EXPECT_EQ(Run("redo"), "Redone.\n");
-            EXPECT_EQ(names(), states[i]);
+            EXPECT_EQ(Run("ent.list"), states[i]);
         }
         EXPECT_EQ(Run("redo"), "There is nothing to redo.\n");
     }

@@ -41,6 +41,19 @@ protected:
         m_editor->Update(gui::GuiAutomation::kStep);
     }
 
+    /// A key, as the window sends it, with another one held meanwhile if that is not 0.
+    void Press(int key, int held = 0)
+    {
+        renderer::CInput& input = m_renderer.GetInput();
+        if (held != 0)
+            input.KeyDown(held);
+        input.KeyDown(key);
+        input.KeyUp(key);
+        if (held != 0)
+            input.KeyUp(held);
+        Draw();
+    }
+
     std::string Run(const std::string& command)
     {
         m_engine->GetConsole().ClearMessages();

@@ -11,16 +11,7 @@ namespace
 class EditorSaving : public test::EditorTest
 {
 protected:
-    // Control and S, as the window sends them.
-    void PressSave()
-    {
-        renderer::CInput& input = m_renderer.GetInput();
-        input.KeyDown(renderer::kKeyLeftControl);
-        input.KeyDown('S');
-        input.KeyUp('S');
-        input.KeyUp(renderer::kKeyLeftControl);
-        Draw();
-    }
+    void PressSave() { Press('S', renderer::kKeyLeftControl); }
 
     // Whether it asks.
     bool Close()
@@ -49,7 +40,6 @@ TEST_F(EditorSaving, TakesWhatIsBeingTypedAndLeavesTheTyping)
 
 TEST_F(EditorSaving, IsAskedAboutBeforeTheEditorCloses)
 {
-    renderer::CInput& input = m_renderer.GetInput();
     m_editor->GetTown().Select(m_editor->GetTown().Get(3));
     Draw();
     ASSERT_TRUE(m_user->Fill("ComponentTransformDirect.Translation.x", "172.5"));
@@ -58,10 +48,7 @@ TEST_F(EditorSaving, IsAskedAboutBeforeTheEditorCloses)
 
     // It is modal, also for the keys that work everywhere.
     for (const int key : {0 + renderer::kKeyF1, renderer::kKeyF1 + 2})
-    {
-        input.KeyDown(key);
-        input.KeyUp(key);
-    }
+        Press(key);
     PressSave();
     EXPECT_FALSE(m_engine->GetConsole().GetVisible());
     EXPECT_TRUE(m_user->FindById("propertiesWindow")->IsVisible());

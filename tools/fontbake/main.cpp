@@ -59,7 +59,7 @@ int main(int argc, char** argv)
         ->check(CLI::Range(0, 16))
         ->capture_default_str();
     app.add_option("--charset", charset, "\"ascii\", \"latin1\", or the characters themselves")->capture_default_str();
-    app.set_version_flag("--version", TAMRA_VERSION);
+    app.set_version_flag("--version", "fontbake " TAMRA_VERSION);
     CLI11_PARSE(app, argc, argv);
     if (charset == "ascii")
         options.charset = GetAsciiCharset();

@@ -31,7 +31,8 @@ void CGuiInputQueue::PushKeyPress(unsigned key)
 {
     // A host repeats the last key, and soon; otherwise it was the release that got lost.
     const bool isDown = !m_keys.insert(key).second;
-    const bool isRepeated = isDown && (IsModifier(key) || (key == m_heldKey && m_time - m_lastPress < kHostRepeatTime));
+    const bool isSoon = m_time - m_lastPress < kHostRepeatTime;
+    const bool isRepeated = isDown && isSoon && (IsModifier(key) || key == m_heldKey);
     m_lastPress = m_time;
     m_hostRepeats = m_hostRepeats || isRepeated;
     if (!IsModifier(key) && !isRepeated)

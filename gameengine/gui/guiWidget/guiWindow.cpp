@@ -213,7 +213,8 @@ void GuiWindow::SetFlags(std::uint32_t flags)
     const bool wasModal = i_Has(kWindowModal);
     const bool collapsed = (flags & kWindowCollapsed) != 0;
     m_flags = (flags & kAllFlags & ~std::uint32_t{kWindowCollapsed}) | (m_flags & kWindowCollapsed);
-    if (wasModal != i_Has(kWindowModal))
+    // One that is hidden takes nobody's focus before it is shown.
+    if (wasModal != i_Has(kWindowModal) && (wasModal || IsVisible()))
         GetContext().SetModal(*this, !wasModal);
     SetCollapsed(collapsed);
     i_Stop();
