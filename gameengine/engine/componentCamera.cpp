@@ -27,13 +27,11 @@ CEntityComponentProperty* ComponentCamera::GetProperty(int index, CEntityCompone
 
 void ComponentCamera::SetProperty(int index, CEntityComponentProperty* in)
 {
-    if (in->kind != CEntityComponentProperty::kFloat)
-        return;
     switch (index)
     {
-    case 0: m_fov = in->GetFloat(); break;
-    case 1: m_near = in->GetFloat(); break;
-    case 2: m_far = in->GetFloat(); break;
+    case 0: in->ReadFloat(m_fov); break;
+    case 1: in->ReadFloat(m_near); break;
+    case 2: in->ReadFloat(m_far); break;
     default: break;
     }
 }

@@ -89,18 +89,25 @@ CEntityComponentProperty* ComponentLight::GetProperty(int index, CEntityComponen
 void ComponentLight::SetProperty(int index, CEntityComponentProperty* in)
 {
     float values[4] = {};
+    std::int32_t choice = 0;
     switch (index)
     {
-    case 0: m_lightType = static_cast<ComponentLightType>(in->GetInt()); break;
-    case 1: m_shadowed = in->GetInt() != 0; break;
-    case 2: m_range = in->GetFloat(); break;
+    case 0:
+        if (in->ReadInt(choice))
+            m_lightType = static_cast<ComponentLightType>(choice);
+        break;
+    case 1:
+        if (in->ReadInt(choice))
+            m_shadowed = choice != 0;
+        break;
+    case 2: in->ReadFloat(m_range); break;
     case 3:
         if (in->GetFloats(values))
             std::copy_n(values, 4, m_color);
         break;
-    case 4: m_shadowBias = in->GetFloat(); break;
-    case 5: m_spotSize = in->GetFloat(); break;
-    case 6: m_falloff = in->GetFloat(); break;
+    case 4: in->ReadFloat(m_shadowBias); break;
+    case 5: in->ReadFloat(m_spotSize); break;
+    case 6: in->ReadFloat(m_falloff); break;
     case 7:
         if (in->GetFloats(values))
         {

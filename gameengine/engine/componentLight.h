@@ -40,7 +40,7 @@ public:
     ~ComponentLight() override;
 
     /// "Light Type", "Shadowed", "Range", "Color", "Shadow Bias", "Spot cone size", "Spot cone falloff", "Shadow
-    /// Resolution" (of which the first two floats count).
+    /// Resolution" (of which the first two floats count). A record of the wrong kind leaves the value as it is.
     CEntityComponentProperty* GetProperty(int index, CEntityComponentProperty* out) override;
     void SetProperty(int index, CEntityComponentProperty* in) override;
     void SerializerSave(UDBGroup& group) override;

@@ -47,6 +47,7 @@ CEntityComponentProperty* ComponentRenderSettings::GetProperty(int index, CEntit
 void ComponentRenderSettings::SetProperty(int index, CEntityComponentProperty* in)
 {
     float values[4] = {};
+    std::int32_t fog = 0;
     const bool isColor = in->kind == CEntityComponentProperty::kColor && in->GetFloats(values);
     switch (index)
     {
@@ -59,8 +60,8 @@ void ComponentRenderSettings::SetProperty(int index, CEntityComponentProperty* i
             SetAmbientColor(values);
         break;
     case 2:
-        if (in->kind == CEntityComponentProperty::kChoice || in->kind == CEntityComponentProperty::kInt)
-            m_fogEnabled = in->GetInt() != 0;
+        if (in->ReadInt(fog))
+            m_fogEnabled = fog != 0;
         break;
     case 3:
         if (in->kind == CEntityComponentProperty::kVector3 && in->GetFloats(values))

@@ -28,8 +28,9 @@ CEntityComponentProperty* ComponentShadowCaster::GetProperty(int index, CEntityC
 
 void ComponentShadowCaster::SetProperty(int index, CEntityComponentProperty* in)
 {
-    if (index == 0)
-        SetShadowMode(static_cast<ShadowMode>(in->GetInt()));
+    std::int32_t mode = 0;
+    if (index == 0 && in->ReadInt(mode))
+        SetShadowMode(static_cast<ShadowMode>(mode));
 }
 
 void ComponentShadowCaster::SerializerSave(UDBGroup& group)

@@ -38,6 +38,11 @@ constexpr std::int32_t kWritten = -2;
 using Step = sqlite::query::Step;
 } // namespace
 
+CEntityArray_SaveLoad_SqliteDB::CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene)
+    : CEntityArray_SaveLoad_SqliteDB(file, scene, sqlite::OpenMode::ReadWriteCreate)
+{
+}
+
 CEntityArray_SaveLoad_SqliteDB::CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene,
                                                                sqlite::OpenMode mode)
     : m_scene(scene),

@@ -35,11 +35,11 @@ class UDBGroup;
 class TAMRAGAMEENGINE_API CEntityArray_SaveLoad_SqliteDB : public CEntityArray_SaveLoad_Base
 {
 public:
-    /// Opens the file; `mode` says whether one that is not there is made, or logged and left so. A relative name starts
-    /// at the file system's temporary folder, which is the current one unless set. A scene without an array manager is
-    /// reported; nothing can then be saved or loaded.
-    CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene,
-                                   sqlite::OpenMode mode = sqlite::OpenMode::ReadWriteCreate);
+    /// Opens the file, or makes it; `mode` may say that one that is not there is logged and not made. A relative name
+    /// starts at the file system's temporary folder, which is the current one unless set. A scene without an array
+    /// manager is reported; nothing can then be saved or loaded.
+    CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene);
+    CEntityArray_SaveLoad_SqliteDB(const char* file, CInterfaceCollection* scene, sqlite::OpenMode mode);
     ~CEntityArray_SaveLoad_SqliteDB() override;
 
     /// Writes new and changed entities of the scene's array, and deletes the rows asked for, in one transaction. A file

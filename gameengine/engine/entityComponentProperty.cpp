@@ -80,17 +80,31 @@ void CEntityComponentProperty::SetText(const char* propertyName, const char* tex
 std::int32_t CEntityComponentProperty::GetInt() const noexcept
 {
     std::int32_t value = 0;
-    if (data && (kind == kInt || kind == kChoice))
-        std::memcpy(&value, data, sizeof(value));
+    ReadInt(value);
     return value;
 }
 
 float CEntityComponentProperty::GetFloat() const noexcept
 {
     float value = 0.0F;
-    if (data && kind == kFloat)
-        std::memcpy(&value, data, sizeof(value));
+    ReadFloat(value);
     return value;
+}
+
+bool CEntityComponentProperty::ReadInt(std::int32_t& out) const noexcept
+{
+    if (!data || (kind != kInt && kind != kChoice))
+        return false;
+    std::memcpy(&out, data, sizeof(out));
+    return true;
+}
+
+bool CEntityComponentProperty::ReadFloat(float& out) const noexcept
+{
+    if (!data || kind != kFloat)
+        return false;
+    std::memcpy(&out, data, sizeof(out));
+    return true;
 }
 
 bool CEntityComponentProperty::GetFloats(float* out) const noexcept

@@ -56,6 +56,9 @@ public:
     // Read the value. A record of another kind, or without data, gives 0, zeros or "".
     std::int32_t GetInt() const noexcept;
     float GetFloat() const noexcept;
+    /// Read the value into `out`; false, and `out` as it was, for a record of another kind or without data.
+    bool ReadInt(std::int32_t& out) const noexcept;
+    bool ReadFloat(float& out) const noexcept;
     /// Reads three floats (kind 3) or four (kind 5) into `out`; false for other kinds.
     bool GetFloats(float* out) const noexcept;
     const char* GetText() const noexcept;

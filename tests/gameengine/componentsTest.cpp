@@ -92,6 +92,10 @@ TEST_F(ComponentsTest, EveryTypeSavesLoadsAndCopiesWhatItShows)
         EXPECT_EQ(test::Describe(*loaded), wanted);
         copied->Copy(source);
         EXPECT_EQ(test::Describe(*copied), wanted);
+        CEntityComponentProperty nothing;
+        for (int i = 0; i < 8; ++i)
+            copied->SetProperty(i, &nothing);
+        EXPECT_EQ(test::Describe(*copied), wanted) << "set to a record of the wrong kind";
         // There is nothing to take over; absent numbers of a matrix are those of the identity.
         copied->Copy(&Make<ComponentRuntimeData>());
         if (!dynamic_cast<ComponentTransform*>(copied))

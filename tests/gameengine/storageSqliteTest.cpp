@@ -20,7 +20,7 @@ using Lines = std::vector<std::string>;
 
 namespace
 {
-// Turns to the store while it is being loaded or saved.
+// Does anything while it is being loaded or saved.
 class ComponentMeddler : public CEntityComponent
 {
     TAMRA_COMPONENT(ComponentMeddler, CEntityComponentRepository, 10999);
@@ -34,37 +34,12 @@ public:
     void SerializerLoad(UDBGroup&) override { Meddle(); }
     void Meddle() const
     {
-        if (!s_store)
-            return;
-        EXPECT_FALSE(s_store->Save());
-        EXPECT_TRUE(s_store->Load(nullptr, nullptr));
-        s_store->RemoveEntity(GetEntity());
-        s_store->DeleteEntity(GetEntity());
-        s_store->ClearCache();
+        if (s_meddle)
+            s_meddle(GetEntity());
     }
-    static inline Store* s_store = nullptr;
+    static inline std::function<void(CEntity*)> s_meddle;
 };
 TAMRA_COMPONENT_IMPLEMENT(ComponentMeddler, CEntityComponentRepository);
-
-// Takes all the other entities out of the scene when it is saved.
-class ComponentHermit : public CEntityComponent
-{
-    TAMRA_COMPONENT(ComponentHermit, CEntityComponentRepository, 10998);
-
-public:
-    explicit ComponentHermit(CEntity* entity) : CEntityComponent(TYPEID(), entity) {}
-    ~ComponentHermit() override { i_Unregister(REPOSITORY(), this); }
-    CEntityComponentProperty* GetProperty(int, CEntityComponentProperty*) override { return nullptr; }
-    void SetProperty(int, CEntityComponentProperty*) override {}
-    void SerializerSave(UDBGroup&) override
-    {
-        CEntityArray& array = *GetEntity()->GetInterfaces().GetArrayManager()->GetArray();
-        for (int i = array.GetCount() - 1; i >= 0; --i)
-            if (array.Get(i) != GetEntity())
-                array.Remove(array.Get(i));
-    }
-};
-TAMRA_COMPONENT_IMPLEMENT(ComponentHermit, CEntityComponentRepository);
 
 class StorageSqlite : public StorageTest<Store>
 {
@@ -339,13 +314,20 @@ TEST_F(StorageSqlite, ComponentsCannotDisturbTheirOwnLoadingOrSaving)
     AddComponents<ComponentMeddler>(*m_world.Add("a", {}));
     SaveWorld();
     {
-        ComponentMeddler::s_store = &m_store;
+        ComponentMeddler::s_meddle = [this](CEntity* entity)
+        {
+            EXPECT_FALSE(m_store.Save());
+            EXPECT_TRUE(m_store.Load(nullptr, nullptr));
+            m_store.RemoveEntity(entity);
+            m_store.DeleteEntity(entity);
+            m_store.ClearCache();
+        };
         // Saving, a row and the cache while it is read; saving, forgetting, deleting and the cache while it is saved.
         const std::string refused = "turned to the store while";
         const ExpectLog expected{refused, refused, refused, refused, refused, refused, refused};
         EXPECT_TRUE(m_store.Load(nullptr, nullptr) && m_store.Save());
         EXPECT_EQ(m_store.GetEntityCount(), 1);
-        ComponentMeddler::s_store = nullptr;
+        ComponentMeddler::s_meddle = nullptr;
     }
     EXPECT_EQ(m_scene.GetContent(), m_world.GetContent());
     types.Remove(types.FindByName("ComponentMeddler"));
@@ -355,22 +337,27 @@ TEST_F(StorageSqlite, ComponentsCannotDisturbTheirOwnLoadingOrSaving)
 TEST_F(StorageSqlite, ComponentsMayTakeEntitiesAwayDuringSave)
 {
     auto& types = CEntityComponentTypeDatabase::Instance();
-    types.Add("ComponentHermit", ComponentHermit::TYPEID(), &ComponentHermit::CreateComponent);
+    types.Add("ComponentMeddler", ComponentMeddler::TYPEID(), &ComponentMeddler::CreateComponent);
+    CEntityArray& array = m_scene.GetArray();
     for (const std::string& path : {m_path, m_folder.Path("world.mfs")})
     {
         for (int i = 0; i < 7; ++i)
-        {
-            CEntity* const entity = m_scene.Add(Label("e", i), {});
-            if (i == 3)
-                AddComponents<ComponentHermit>(*entity);
-        }
+            m_scene.Add(Label("e", i), {});
+        AddComponents<ComponentMeddler>(*array.Get(3));
         const Content content = m_scene.GetContent();
+        ComponentMeddler::s_meddle = [&](CEntity* meddler)
+        {
+            for (int i = array.GetCount() - 1; i >= 0; --i)
+                if (array.Get(i) != meddler)
+                    array.Remove(array.Get(i));
+        };
         EXPECT_TRUE(CEntityArray_SaveLoad::Save(path.c_str(), m_scene.GetInterfaces()));
-        EXPECT_EQ(m_scene.GetArray().GetCount(), 1);
+        ComponentMeddler::s_meddle = nullptr;
+        EXPECT_EQ(array.GetCount(), 1);
         EXPECT_EQ(LoadContent(path), content);
-        m_scene.GetArray().Clear();
+        array.Clear();
     }
-    types.Remove(types.FindByName("ComponentHermit"));
+    types.Remove(types.FindByName("ComponentMeddler"));
 }
 
 // Both stores: entities that only the store holds turn to it when they die, by being forgotten or with the store.
