@@ -63,10 +63,15 @@ struct Stage
         case 4: entity->UnlockComponentList(); break;
         case 5: AddComponents<ComponentCamera, ComponentEditorData>(*entity); break;
         case 6:
-            entity->LockComponentList();
+        {
+            const bool wasLocked = entity->IsComponentListLocked();
+            if (!wasLocked)
+                entity->LockComponentList();
             delete entity->GetComponent(1);
-            entity->UnlockComponentList();
+            if (!wasLocked)
+                entity->UnlockComponentList();
             break;
+        }
         case 7: arrays[0]->FindFirstComponentByType(kTypes[2]); break;
         default: Remove(1); break;
         }
