@@ -4,7 +4,6 @@
 #include "support/storageFixture.h"
 #include "tamradeps/udb/udbGroup.h"
 
-#include <algorithm>
 #include <array>
 #include <deque>
 #include <filesystem>
