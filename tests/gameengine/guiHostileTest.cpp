@@ -6,7 +6,6 @@
 #include "support/guiFixture.h"
 #include "tamraengine/renderer/input.h"
 
-#include <chrono>
 #include <string>
 
 using namespace gui;
@@ -53,33 +52,6 @@ TEST_F(GuiHostileTest, OfOutermostRadioButtonsTheLastOneStaysSelected)
     for (std::size_t i = 0; i < m_root.GetChildCount(); ++i)
         selected += static_cast<GuiRadioButton*>(m_root.GetChild(i))->IsSelected() ? 'x' : '-';
     EXPECT_EQ(selected, "-x-x");
-}
-
-// What grows with the square of these takes many seconds.
-TEST_F(GuiHostileTest, ManyWidgetsAreReadAndDestroyedInTimeThatGrowsWithTheirNumber)
-{
-    constexpr int kMany = 20'000;
-    std::string radios = "GWT_FREELAYOUT \"r\" 0 0 100 100 NONE NONE 0 0 0\n";
-    std::string windows = "GWT_FREELAYOUT \"w\" 0 0 100 100 NONE NONE 0 0 0\n";
-    for (int i = 0; i < kMany; ++i)
-    {
-        radios += "\t" + Radio(i, "");
-        windows += "\tGWT_WINDOW \"\" 0 0 0 0 16 \"\" 0 0 9 9 NONE NONE 0 0 0\n";
-    }
-    const auto start = std::chrono::steady_clock::now();
-    for (const std::string* const text : {&radios, &windows})
-    {
-        GuiStream stream(*text);
-        ASSERT_TRUE(ReadWidgets(m_root, stream));
-    }
-    const GuiLayout& read = *m_root.GetChild(0)->AsLayout();
-    ASSERT_EQ(read.GetChildCount(), std::size_t{kMany});
-    for (std::size_t i = 0; i < read.GetChildCount(); ++i)
-        m_context->PostEvent(this, "", {GET_BUTTON_PRESSED, read.GetChild(i)});
-    while (m_root.GetChildCount() > 0)
-        m_root.GetChild(0)->DestroySelf();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
-    EXPECT_EQ(m_context->GetModal(), nullptr);
 }
 
 TEST_F(GuiHostileTest, AModalAndAnEventForgetAWidgetThatIsGone)
