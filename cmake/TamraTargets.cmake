@@ -38,12 +38,23 @@ if(TAMRA_SANITIZE)
 endif()
 set(TAMRA_QUICK_TO_COMPILE $<$<AND:$<CXX_COMPILER_ID:GNU,Clang>,$<NOT:$<CONFIG:Debug>>>:${TAMRA_QUICK_TO_COMPILE}>)
 
+# tamra_precompile(<target>): a third of the time that most files take to compile is that of these headers. Inside other
+# projects everything compiles without, so that each file still includes what it uses.
+function(tamra_precompile target)
+    if(PROJECT_IS_TOP_LEVEL AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        target_precompile_headers(${target} PRIVATE
+            <algorithm> <array> <cmath> <functional> <memory> <span> <string> <string_view> <utility> <vector> ${ARGN})
+        target_compile_options(${target} PRIVATE -fpch-preprocess) # has ccache see what is in them
+    endif()
+endfunction()
+
 # tamra_add_library(<Name> <folder>): the shared library of everything below the folder, with hidden
 # visibility and the generated header "<folder>/export.h" that defines <NAME>_API.
 function(tamra_add_library name folder)
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp ${PROJECT_SOURCE_DIR}/${folder}/*.h)
     add_library(${name} SHARED ${sources})
     add_library(TamraGameEngine::${name} ALIAS ${name})
+    tamra_precompile(${name})
     set_target_properties(${name} PROPERTIES
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON

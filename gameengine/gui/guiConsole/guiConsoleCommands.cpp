@@ -338,7 +338,9 @@ void CGuiConsole::i_ExecuteFile(const std::string& fileName)
 bool CGuiConsole::i_ExecuteOfScript(const std::string& line)
 {
     if (m_scriptLines == kMaxScriptLines)
-        AddMessage("[ERROR] The script ends here: it has run " + std::to_string(kMaxScriptLines) + " commands.");
+        AddMessage(std::string("[ERROR] The script ends here: it has run ")
+                       .append(std::to_string(kMaxScriptLines))
+                       .append(" commands."));
     if (++m_scriptLines > kMaxScriptLines)
         return false;
     Execute(line);
