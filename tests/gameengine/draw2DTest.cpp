@@ -25,12 +25,8 @@ constexpr Color kBlack = 0xFF000000;
 class Draw2DTest : public test::DeviceTest
 {
 protected:
-    void SetUp() override
+    void Prepare() override
     {
-        DeviceTest::SetUp();
-        if (IsSkipped())
-            return;
-        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
         m_target = renderer::CRenderTarget::Create(m_renderer, kWidth, kHeight);
         m_draw = std::make_unique<DrawI>(m_renderer);
         ASSERT_TRUE(m_target);
@@ -331,18 +327,4 @@ TEST_F(Draw2DTest, MissingMaterialIsSaidOnce)
     testing::internal::GetCapturedStdout();
     GetFileSystem() = saved;
     EXPECT_EQ(CountLit(), 0);
-}
-
-TEST(Draw2D, MeasuresWithoutADevice)
-{
-    renderer::CRenderer renderer;
-    GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
-    const std::unique_ptr<Draw> draw = Draw::Create(renderer);
-    EXPECT_EQ(draw->GetTextWidth("abc", TFB_PIXEL), 18);
-    EXPECT_EQ(draw->GetLineHeight(11), 13);
-    draw->Text(0, 0, "abc", kWhite);
-    draw->FillRoundRect({0, 0, 50, 50}, 5, kWhite);
-    draw->RenderAll(kWidth, kHeight);
-    Image image;
-    EXPECT_FALSE(image.Create("textures/roundcorners.png"));
 }

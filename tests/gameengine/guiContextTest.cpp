@@ -4,7 +4,6 @@
 #include "support/random.h"
 
 #include <string>
-#include <vector>
 
 using namespace gui;
 

@@ -355,12 +355,8 @@ TEST_F(GuiNodes, LinkByDragging)
     EXPECT_EQ(Release(), "");
     EXPECT_EQ(Drag(s, nothing), "unlinked0");
     EXPECT_EQ(Graph().GetLinkCount(), 1U);
-    // Loops.
-    EXPECT_EQ(Drag(r, a), "linked0");
-    EXPECT_EQ(Drag(a, nothing), "unlinked0");
     m_widget->EditGraph().SetRefusesLoops(true);
-    EXPECT_EQ(Drag(r, a) + Drag(a, r), "");
-    EXPECT_EQ(Drag(r, s), "linked0");
+    EXPECT_EQ(Drag(r, s) + Drag(r, a), "linked0");
     // The pins that would take it are marked, and only what can be seen is drawn.
     const auto countTargets = [this]
     {

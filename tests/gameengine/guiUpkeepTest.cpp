@@ -262,14 +262,4 @@ TEST_F(GuiUpkeep, WhoIsAddedStandsWhereItWasPut)
     EXPECT_EQ(first->GetRect(), GuiRecti(110, 10, 20, 20));
     EXPECT_EQ(second->GetRect(), GuiRecti(110, 50, 20, 20));
 }
-
-TEST_F(GuiUpkeep, EscapeClosesTheWindowAroundALockedControl)
-{
-    auto* const window = Add<GuiWindow>(m_root, {0, 0, 100, 100});
-    auto* const slider = Add<GuiSlider>(*window, {0, 0, 10, 10});
-    slider->SetLocked(true);
-    m_context->GrabFocus(slider);
-    Key(kGuiKeyEscape);
-    EXPECT_FALSE(window->IsVisible());
-}
 } // namespace

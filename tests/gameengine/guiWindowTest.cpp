@@ -7,8 +7,6 @@
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "support/guiFixture.h"
 
-#include <string>
-
 using namespace gui;
 
 namespace
@@ -126,6 +124,10 @@ TEST_F(GuiWindows, ComeToTheFrontAndClose)
     Click({30, 50});
     EXPECT_EQ(Key(kGuiKeyEscape), "low20:0");
     EXPECT_TRUE(low->IsVisible());
+    button->SetLocked(true);
+    m_context->GrabFocus(button);
+    EXPECT_EQ(Key(kGuiKeyEscape), "low20:0") << "around a locked control";
+    button->SetLocked(false);
     Press({99, 20});
     Move({80, 50});
     EXPECT_EQ(Release(), "");

@@ -11,9 +11,7 @@ using collision::PrimAABB;
 
 namespace
 {
-class OcclusionGpu : public test::OcclusionSceneTest
-{
-};
+using OcclusionGpu = test::OcclusionSceneTest;
 
 TEST_F(OcclusionGpu, BruteforceIsOnePassLate)
 {

@@ -369,50 +369,28 @@ TEST_F(OcclusionSoftware, TestsTheFrustumAloneWithoutOccludersOrView)
     EXPECT_EQ(m_culler->GetBoundingBoxCount(), 0);
 }
 
-// The way that the eye goes must show in the answer, as must occluders that come between.
-TEST_F(OcclusionSoftware, FollowsTheViewAndTheOccluders)
+// From both sides, and one alone only what lies behind it.
+TEST_F(OcclusionSoftware, TrianglesHideTogetherWhatNoneOfThemHides)
 {
-    const PrimAABB wall({10, -20, -20}, {11, 20, 20});
-    const std::vector<PrimAABB> boxes = {{{20, -1, -1}, {21, 1, 1}}, {{9, -1, -1}, {10, 1, 1}}, wall};
-    const auto lookFrom = [](CVector3 eye)
-    {
-        Scene scene;
-        scene.eye = eye;
-        scene.viewProjection = CMatrix::Projection(60, 1, 0.1F, 100) * CMatrix::View(eye, {20, 0, 0}, {0, 0, 1});
-        return scene;
-    };
-    SetBoxes(boxes);
-    m_culler->SetOccluderBoxes({&wall, 1});
-    Look(lookFrom({0, 0, 0}));
-    EXPECT_EQ(Cull(), (std::vector{1, 2}));
-    Look(lookFrom({15, 0, 0}));
-    EXPECT_EQ(Cull(), std::vector{0});
-    Look(lookFrom({0, 0.5F, 60}));
-    EXPECT_EQ(Cull(), (std::vector{0, 1, 2}));
-    Look(lookFrom({20.5F, 0, 0})); // in a box
-    EXPECT_EQ(Cull().front(), 0);
-    Look(lookFrom({10.5F, 0, 0})); // in the wall
-    EXPECT_EQ(Cull(), (std::vector{0, 2}));
-
-    // A quad of two triangles hides from both sides, and one alone only what lies behind it.
-    m_culler->ClearOccluders();
+    Scene scene;
+    scene.viewProjection = CMatrix::Projection(60, 1, 0.1F, 100) * CMatrix::View({}, {20, 0, 0}, {0, 0, 1});
+    SetBoxes({{{20, -1, -1}, {21, 1, 1}}, {{9, -1, -1}, {10, 1, 1}}});
+    Look(scene);
     const CVector3 corners[] = {{11, -20, -20}, {11, 20, -20}, {11, 20, 20}, {11, -20, 20}};
     const std::uint32_t indices[] = {0, 1, 2, 0, 2, 3};
     EXPECT_TRUE(m_culler->AddOccluderTriangles(corners, {indices + 3, 3}));
-    Look(lookFrom({0, 0, 0}));
-    EXPECT_EQ(Cull(), (std::vector{0, 1, 2}));
+    EXPECT_EQ(Cull(), (std::vector{0, 1}));
     EXPECT_TRUE(m_culler->AddOccluderTriangles(corners, {indices, 3}));
-    Look(lookFrom({0, 0, 0}));
-    EXPECT_EQ(Cull(), (std::vector{0, 1, 2})) << "drawn one by one they leave a gap";
+    EXPECT_EQ(Cull(), (std::vector{0, 1})) << "drawn one by one they leave a gap";
     m_culler->ClearOccluders();
     EXPECT_TRUE(m_culler->AddOccluderTriangles(corners, indices));
-    EXPECT_EQ(Cull(), (std::vector{1, 2}));
+    EXPECT_EQ(Cull(), std::vector{1});
 
     const std::uint32_t wrong[] = {0, 1, 4};
     const test::ExpectLog expected{"occluder mesh", "occluder mesh"};
     EXPECT_FALSE(m_culler->AddOccluderTriangles(corners, wrong));
     EXPECT_FALSE(m_culler->AddOccluderTriangles(corners, {indices, 4}));
-    EXPECT_EQ(Cull(), (std::vector{1, 2}));
+    EXPECT_EQ(Cull(), std::vector{1});
 }
 
 // They take nothing away from what hides or is hidden otherwise, and are hidden only when the frustum test says so.

@@ -111,10 +111,6 @@ TEST_F(StorageFault, ForeignFilesAreRefusedAndLeftAlone)
     };
     std::filesystem::create_directory(m_folder.Path("folder.sdb"));
     expectRefused("folder.sdb", {"folder.sdb"});
-    const std::string text(5000, 'x');
-    WriteFile(m_folder.Path("text.sdb"), text);
-    expectRefused("text.sdb", {"text.sdb"});
-    EXPECT_EQ(ReadFile(m_folder.Path("text.sdb")), text);
 
     // A table of the same name that holds something else: one line for opening, saving and loading each.
     Query(m_folder.Path("other.sdb"), "CREATE TABLE entities AS SELECT 1 AS id, 2 AS what");

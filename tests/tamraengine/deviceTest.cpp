@@ -1,4 +1,3 @@
-#include "support/allocations.h"
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
 #include "support/files.h"
@@ -324,23 +323,4 @@ TEST_F(Device, MisuseOfTheDeviceIsLogged)
     const test::ExpectLog expected{"OpenGL: "};
     m_renderer.GetState().SetVertexArray(4711);
     m_renderer.GetState().SetVertexArray(0);
-}
-
-TEST_F(Device, ASteadyFrameAllocatesNothing)
-{
-    const auto target = CRenderTarget::Create(m_renderer, 4, 4);
-    const auto program = MakeColorProgram();
-    const auto frame = [&]
-    {
-        m_renderer.BeginFrame(0.1F);
-        const CPreservedState guard(m_renderer.GetState());
-        target->Bind();
-        program->SetFloat("notThere", 1.0F);
-        program->Use();
-        m_renderer.GetState().SetBlend(Blend::Alpha);
-    };
-    frame();
-    const std::size_t before = test::GetAllocationCount();
-    frame();
-    EXPECT_EQ(test::GetAllocationCount(), before);
 }

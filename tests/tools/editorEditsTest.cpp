@@ -298,21 +298,15 @@ TEST_F(EditorEdits, ReachesEveryRowByTheKeyboardAndScrollsByTheWheel)
     EXPECT_EQ(values.at("ComponentLight.Range"), "99");
     EXPECT_EQ(values.at("ComponentLight.Shadowed"), "Active");
 
-    // Over a spinner that is not in focus the wheel scrolls the rows, over one that is it turns the number.
+    // Over a spinner that is not in focus the wheel scrolls the rows.
     Press(renderer::kKeyF1 + 5);
-    gui::GuiWidget* bar = m_user->FindById("propertiesBar");
-    m_user->Wheel(*bar, 20);
+    m_user->Wheel(*m_user->FindById("propertiesBar"), 20);
     Draw();
     gui::GuiWidget* number = m_user->FindById("ComponentTransformDirect.Translation.y");
     ASSERT_TRUE(number->GetParent()->IsVisible() && m_user->Wheel(*number, -1));
     Draw();
     EXPECT_FALSE(m_user->FindById("ComponentTransformDirect")->IsVisible());
     EXPECT_EQ(GetValues(*Town().Get(1)), values);
-    m_user->Wheel(*bar, 20);
-    Draw();
-    ASSERT_TRUE(m_user->Click(*number) && m_user->Wheel(*number, 1));
-    Draw();
-    EXPECT_EQ(GetValues(*Town().Get(1)).at("ComponentTransformDirect.Translation"), "50 0.1 15");
 }
 
 TEST_F(EditorEdits, ShowsWhatHasNoKindAfterLoadingToo)

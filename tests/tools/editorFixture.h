@@ -4,7 +4,6 @@
 #include "gameengine/gui/guiWidget/guiAutomation.h"
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
-#include "tamradeps/io/fileSystem.h"
 #include "tests/tools/townFixture.h"
 
 #include <memory>
@@ -19,12 +18,8 @@ namespace test
 class EditorTest : public DeviceTest
 {
 protected:
-    void SetUp() override
+    void Prepare() override
     {
-        DeviceTest::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
-        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
         m_path = m_folder.Path("town.sdb");
         ASSERT_TRUE(WriteStreet(m_path));
         m_engine = CTamraGameEngine::Create(m_renderer);

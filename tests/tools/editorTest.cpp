@@ -15,12 +15,8 @@ TEST_F(Editor, CancelBringsTheColourBackAndAPlaceStays)
     Run("goto house 1");
     ASSERT_TRUE(m_user->Click("componentType") && m_user->Type("ComponentL\n") && m_user->Click("addComponent"));
     Draw();
-    // Twelve rows are more than there is room for.
-    gui::GuiWidget* last = m_user->FindById("ComponentLight.Shadow Resolution.x");
-    ASSERT_TRUE(last && !last->GetParent()->IsVisible() && m_user->FindById("propertiesBar")->IsVisible());
     ASSERT_TRUE(m_user->Drag("propertiesBar", gui::Vec2<int>(1260, 700)));
     Draw();
-    EXPECT_TRUE(last->GetParent()->IsVisible());
     ASSERT_TRUE(m_user->Click("ComponentLight.Color") && m_user->Fill("colorpicker/red", "7\n"));
     EXPECT_NE(Run("ent.get Color").find("0.02745"), std::string::npos);
     ASSERT_TRUE(m_user->Click("colorpicker/cancel"));
