@@ -16,7 +16,6 @@ public:
         kEnter = 0xFF0D,
         kEscape = 0xFF1B,
         kEnd = 0xFF57,
-        kF1 = 0xFFBE,
         kShift = 0xFFE1,
         kControl = 0xFFE3
     };

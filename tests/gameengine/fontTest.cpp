@@ -5,6 +5,7 @@
 #include "tamradeps/io/fileSystem.h"
 
 #include <memory>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -13,25 +14,6 @@ using namespace gui;
 
 namespace
 {
-/// Files are looked for in these folders alone until the end of the scope.
-class OnlyRoots
-{
-public:
-    explicit OnlyRoots(const std::string& root)
-    {
-        GetFileSystem() = CFileSystem();
-        GetFileSystem().AddRoot(root);
-    }
-    OnlyRoots(const OnlyRoots&) = delete;
-    OnlyRoots& operator=(const OnlyRoots&) = delete;
-    ~OnlyRoots() { GetFileSystem() = m_saved; }
-
-private:
-    CFileSystem m_saved = GetFileSystem();
-};
-
-const char* const kAssets = TAMRA_SOURCE_FOLDER "/assets";
-
 FontBody MakeBody()
 {
     FontBody body;
@@ -138,7 +120,7 @@ TEST(Font, UnsupportedSourcesLetGoOfTheFont)
 
 TEST(Font, PixelFontHasItsCharactersInOrder)
 {
-    const OnlyRoots roots(kAssets);
+    GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
     const FontTable fonts;
     const Font& font = fonts.Get(TFB_PIXEL);
     const std::string charset = "\x81"
@@ -158,7 +140,7 @@ TEST(Font, PixelFontHasItsCharactersInOrder)
 
 TEST(Font, MeasuresAndFindsCharacters)
 {
-    const OnlyRoots roots(kAssets);
+    GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
     const FontTable fonts;
     const Font& pixel = fonts.Get(TFB_PIXEL); // six pixels a character
     EXPECT_EQ(pixel.GetTextWidth("abc"), 18);
@@ -180,8 +162,7 @@ TEST(Font, MeasuresAndFindsCharacters)
 
 TEST(FontTable, MissingFilesArePrintedAndFallBackToThePixelFont)
 {
-    const test::TemporaryFolder folder;
-    const OnlyRoots roots(folder.Path(""));
+    const CFileSystem saved = std::exchange(GetFileSystem(), {});
     testing::internal::CaptureStdout();
     std::unique_ptr<FontTable> fonts;
     {
@@ -192,6 +173,7 @@ TEST(FontTable, MissingFilesArePrintedAndFallBackToThePixelFont)
               "assertion failed: myFontBank[TFB_CONSOLAS].Create(PREFIX_FOLDER \"fonts/consolas.fnt\")\n"
               "assertion failed: myFontBank[TFB_SEGOE].Create(PREFIX_FOLDER \"fonts/segoe_small.fnt\")\n"
               "assertion failed: myFontBank[TFB_SEGOE_16].Create(PREFIX_FOLDER \"fonts/segoe.fnt\")\n");
+    GetFileSystem() = saved;
     for (int bank = -3; bank < TFB_COUNT; ++bank)
         EXPECT_EQ(&fonts->Get(bank), &fonts->Get(TFB_PIXEL)) << bank;
     ASSERT_TRUE(fonts->Edit(11).Create(MakeBody()));

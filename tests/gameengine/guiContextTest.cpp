@@ -3,8 +3,6 @@
 #include "support/guiFixture.h"
 #include "support/random.h"
 
-#include <string>
-
 using namespace gui;
 
 namespace

@@ -6,8 +6,6 @@
 #include "support/guiFixture.h"
 #include "tamraengine/renderer/input.h"
 
-#include <string>
-
 using namespace gui;
 
 // Widgets in numbers and in states that nobody makes by hand.

@@ -6,11 +6,8 @@
 #include "support/expectations.h"
 #include "support/guiFixture.h"
 #include "support/random.h"
-#include "support/recordingPictures.h"
 
 #include <algorithm>
-#include <string>
-#include <utility>
 
 using namespace gui;
 
@@ -253,36 +250,6 @@ TEST_F(GuiItems, DrawingCostsWhatIsSeen)
     const auto areas = Draw("fill");
     const test::RecordingDraw::Call hovered{"fill", {11, 11, 104, 20}, "", m_context->GetStyleData(0).faceHover};
     EXPECT_EQ(std::count(areas.begin(), areas.end(), hovered), 1);
-}
-
-using GuiKeptItems = test::GuiTest<test::RecordingPictures>;
-
-TEST_F(GuiKeptItems, OnlyChangesAreDrawn)
-{
-    auto& list = *Add<GuiListBox>(m_root, "", {10, 10, 120, 102});
-    auto& drop = *Add<GuiDropList>(m_root, "", {10, 200, 120, 20});
-    list.SetItems(MakeItems(20));
-    drop.SetItems(MakeItems(20));
-    const auto render = [this]
-    {
-        Update();
-        m_context->Render(400, 300);
-        return m_context->GetRenderCount();
-    };
-    const auto count = [&](const auto& act)
-    {
-        render(); // until nothing more comes of what was before
-        render();
-        EXPECT_EQ(render(), 0);
-        act();
-        return render();
-    };
-    const auto moveTo = [&](int y) { m_context->SetMousePos(50, y); };
-    EXPECT_EQ(count([&] { moveTo(15); }), 1);
-    EXPECT_EQ(count([&] { moveTo(18); }), 0); // in the same row
-    EXPECT_EQ(count([&] { moveTo(150); }), 1);
-    EXPECT_EQ(count([&] { drop.Open(); }), 1);
-    EXPECT_EQ(count([&] { moveTo(35); }), 0) << "the list box lies below the open list";
 }
 
 TEST_F(GuiItems, DropListChoosesOrLeavesAll)

@@ -10,8 +10,6 @@
 
 #include <functional>
 #include <limits>
-#include <string>
-#include <vector>
 
 using namespace gui;
 

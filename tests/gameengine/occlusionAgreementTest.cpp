@@ -2,14 +2,12 @@
 
 #include "gameengine/engine/occlusionAABBBruteforce.h"
 #include "gameengine/engine/occlusionAABBOpenGLHierarchicalZ.h"
-#include "gameengine/engine/occlusionAABBSoftwareHierarchicalZ.h"
 #include "gameengine/engine/occlusionAABBTree.h"
 #include "support/allocations.h"
 #include "support/occlusionScene.h"
 
 #include <cstdio>
 #include <limits>
-#include <vector>
 
 using namespace renderer;
 using collision::PrimAABB;

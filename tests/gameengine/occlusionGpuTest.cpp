@@ -4,7 +4,6 @@
 #include "support/occlusionScene.h"
 
 #include <cstring>
-#include <set>
 
 using namespace renderer;
 using collision::PrimAABB;

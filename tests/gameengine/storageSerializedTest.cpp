@@ -1,6 +1,5 @@
 #include "support/storageFixture.h"
 #include "tamradeps/core/crc64.h"
-#include "tamradeps/udb/udbGroup.h"
 
 #include <cstring>
 #include <filesystem>

@@ -5,10 +5,8 @@
 
 #include <cmath>
 #include <functional>
-#include <map>
 #include <set>
-#include <string>
-#include <vector>
+#include <tuple>
 
 namespace
 {
@@ -91,13 +89,8 @@ TEST_F(EditorEdits, EachKindOfRowGoesFromTheWidgetToTheFileAndBack)
         return m_user->Click(id) && m_user->Fill("colorpicker/hex", "FF0000FF\n") &&
                m_user->Fill("colorpicker/green", "51\n") && m_user->Click("colorpicker/ok");
     };
-    const struct
-    {
-        const char* property;
-        const char* part;
-        std::function<bool(const char*)> edit;
-        const char* value;
-    } kRows[] = {
+    // A property, the part of its row that is edited, and what becomes of it.
+    const std::tuple<const char*, const char*, std::function<bool(const char*)>, const char*> kRows[] = {
         {"ComponentEditorData.Editor Name", "", fill("building Caf\xC3\xA9 Nord"), "building Caf\xC3\xA9 Nord"},
         {"ComponentTransformDirect.Translation", ".y", fill("-12.25"), "150 -12.25 15"},
         {"ComponentTransformDirect.Scale", "", fill("40"), "40"},
@@ -109,14 +102,14 @@ TEST_F(EditorEdits, EachKindOfRowGoesFromTheWidgetToTheFileAndBack)
     };
     const Values before = GetValues(*Town().GetSelected());
     Values expected = before;
-    for (const auto& row : kRows)
+    for (const auto& [property, part, edit, value] : kRows)
     {
-        const std::string id = std::string(row.property) + row.part;
+        const std::string id = std::string(property) + part;
         ScrollTo(id);
-        ASSERT_TRUE(row.edit(id.c_str())) << id;
+        ASSERT_TRUE(edit(id.c_str())) << id;
         Draw();
-        EXPECT_EQ(GetValues(*Town().GetSelected())[row.property], row.value) << row.property;
-        expected[row.property] = row.value;
+        EXPECT_EQ(GetValues(*Town().GetSelected())[property], value) << property;
+        expected[property] = value;
     }
     const CVector3 place(150, -12.25F, 15);
     EXPECT_EQ(ReadValues(place), Values()) << "not yet in the file";

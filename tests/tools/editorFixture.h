@@ -6,11 +6,7 @@
 #include "support/expectations.h"
 #include "tests/tools/townFixture.h"
 
-#include <memory>
 #include <optional>
-#include <string>
-
-#include <gtest/gtest.h>
 
 namespace test
 {

@@ -4,7 +4,6 @@
 #include "tests/tools/editorFixture.h"
 
 #include <filesystem>
-#include <string>
 
 namespace
 {

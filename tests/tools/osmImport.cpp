@@ -1,14 +1,10 @@
 #include "tools/sceneTools/osmImport.h"
 
-#include "gameengine/engine/componentEditorData.h"
-#include "gameengine/engine/componentTransform.h"
-#include "gameengine/engine/scene.h"
 #include "support/expectations.h"
 #include "tests/tools/townFixture.h"
 #include "tools/sceneTools/osmTags.h"
 
 #include <algorithm>
-#include <map>
 #include <tuple>
 
 #include <gtest/gtest.h>

@@ -10,8 +10,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <set>
-#include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
