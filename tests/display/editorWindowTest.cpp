@@ -60,22 +60,17 @@ protected:
         return false;
     }
 
-    void MoveTo(const char* id)
+    bool Click(const char* id)
     {
         const gui::GuiWidget* widget = m_editor->GetContext().GetRoot().FindChild(id);
-        ASSERT_TRUE(widget && widget->IsVisible()) << id;
+        if (!widget || !widget->IsVisible())
+            return false;
         const gui::GuiRecti rect = widget->GetRect();
         m_user.MoveTo(rect.x + rect.w / 3, rect.y + rect.h / 2);
         Frames(2);
-    }
-
-    bool Click(const char* id)
-    {
-        MoveTo(id);
         m_user.Click();
         Frames(3);
-        const gui::GuiWidget* focus = m_editor->GetContext().GetFocusWidget();
-        return focus && focus->GetId() == id;
+        return m_editor->GetContext().GetFocusWidget() == widget;
     }
 
     CEditorTown& Town() { return m_editor->GetTown(); }

@@ -9,6 +9,8 @@
 #include "support/quarters.h"
 #include "tamradeps/io/fileSystem.h"
 
+#include <tuple>
+
 using namespace gui;
 using test::kBlue;
 using test::kGreen;
@@ -46,16 +48,10 @@ protected:
         const auto pixel = GetPixel(m_picture, x, y);
         return static_cast<Color>(pixel[0] | pixel[1] << 8 | pixel[2] << 16) | 0xFF000000;
     }
-    struct Place
+    void ExpectAt(std::initializer_list<std::tuple<int, int, Color>> places) const
     {
-        int x;
-        int y;
-        Color color;
-    };
-    void ExpectAt(std::initializer_list<Place> places) const
-    {
-        for (const Place& place : places)
-            EXPECT_EQ(At(place.x, place.y), place.color) << place.x << ", " << place.y;
+        for (const auto& [x, y, color] : places)
+            EXPECT_EQ(At(x, y), color) << x << ", " << y;
     }
     /// Pixels that are not black.
     int CountLit() const

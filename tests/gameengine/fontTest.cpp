@@ -1,7 +1,6 @@
 #include "gameengine/gui/draw2D/fontTable.h"
 #include "gameengine/gui/draw2D/latin1.h"
 #include "support/expectations.h"
-#include "support/system.h"
 #include "tamradeps/io/fileSystem.h"
 
 #include <memory>
@@ -180,6 +179,5 @@ TEST(FontTable, MissingFilesArePrintedAndFallBackToThePixelFont)
     EXPECT_EQ(fonts->Get(11).GetFontSize(), 13);
     EXPECT_NE(&fonts->Get(11), &fonts->Get(TFB_PIXEL));
     // The line goes to standard output, of which a death test sees nothing.
-    EXPECT_EXIT((dup2(2, 1), fonts->Get(TFB_COUNT)), test::IsAbort,
-                "assertion failed: bank >= 0 && bank < TFB_COUNT\n");
+    EXPECT_DEATH((dup2(2, 1), fonts->Get(TFB_COUNT)), "assertion failed: bank >= 0 && bank < TFB_COUNT\n");
 }

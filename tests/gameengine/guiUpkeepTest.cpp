@@ -79,14 +79,11 @@ protected:
         Frame();
     }
     // The button comes up when somebody else has become modal.
-    void PressAndLose(int x, int y, GuiWidget& modal)
+    void PressAndLose(Vec2<int> at, GuiWidget& modal)
     {
-        m_context->SetMousePos(x, y);
-        m_context->PushMouseClick(kGuiMouseLeft);
-        Frame();
+        Press(at);
         m_context->SetModal(modal, true);
-        m_context->PushMouseRelease(kGuiMouseLeft);
-        Frame();
+        Release();
         m_context->SetModal(modal, false);
     }
 };
@@ -197,15 +194,14 @@ TEST_F(GuiUpkeep, AModalWidgetEndsWhatTheMouseDoes)
     auto* const slider = Add<GuiSlider>(m_root, {0, 0, 200, 20});
     auto* const box = Add<GuiCheckBox>(m_root, {300, 0, 50, 20});
     auto* const window = Add<GuiWindow>(m_root, {100, 100, 100, 100});
-    PressAndLose(2, 5, *modal);
+    PressAndLose({2, 5}, *modal);
     MoveMouse(150, 5);
     EXPECT_EQ(slider->GetValue(), 0.0F);
-    PressAndLose(150, 110, *modal);
+    PressAndLose({150, 110}, *modal);
     MoveMouse(250, 150);
     EXPECT_EQ(window->GetRect(), GuiRecti(100, 100, 100, 100));
-    PressAndLose(310, 5, *modal);
-    m_context->PushMouseRelease(kGuiMouseLeft);
-    Frame();
+    PressAndLose({310, 5}, *modal);
+    Release();
     EXPECT_FALSE(box->IsChecked()) << "a release alone is no click";
 }
 

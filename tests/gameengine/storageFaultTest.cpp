@@ -48,7 +48,6 @@ protected:
         LoadDamaged(UDBReadWriteBinary(true).Read(bytes, text.size(), *data.AllocateGroup()), lines);
     }
 };
-} // namespace
 
 TEST_F(StorageFault, DamagedRowsAreSkippedAndStayInTheFile)
 {
@@ -170,8 +169,6 @@ TEST_F(StorageFault, LockedFileIsRefusedUntilItIsReleased)
     EXPECT_EQ(LoadContent(m_path), m_scene.GetContent());
 }
 
-namespace
-{
 // Two states between which a saved scene goes to and fro: other names, other places, some other entities.
 void SetState(StorageScene& scene, CEntityArray_SaveLoad_Base& store, char state)
 {

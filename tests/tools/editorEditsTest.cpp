@@ -53,22 +53,21 @@ protected:
 
     void Drag(int fromX, int fromY, int toX, int toY, int held = 0, bool isKept = true)
     {
-        renderer::CInput& input = m_renderer.GetInput();
         if (held != 0)
-            input.KeyDown(held);
-        input.MouseMove(fromX, fromY);
-        input.MouseDown(renderer::kMouseLeft);
+            m_input.KeyDown(held);
+        m_input.MouseMove(fromX, fromY);
+        m_input.MouseDown(renderer::kMouseLeft);
         Draw();
         for (int i = 1; i <= 4; ++i)
         {
-            input.MouseMove(fromX + (toX - fromX) * i / 4, fromY + (toY - fromY) * i / 4);
+            m_input.MouseMove(fromX + (toX - fromX) * i / 4, fromY + (toY - fromY) * i / 4);
             Draw();
         }
         if (!isKept)
-            input.KeyDown(renderer::kKeyEscape);
-        input.MouseUp(renderer::kMouseLeft);
+            m_input.KeyDown(renderer::kKeyEscape);
+        m_input.MouseUp(renderer::kMouseLeft);
         if (held != 0)
-            input.KeyUp(held);
+            m_input.KeyUp(held);
         Draw();
     }
 };
@@ -256,11 +255,10 @@ TEST_F(EditorEdits, ForgetsOldEditsAndAfterANewOneWhatWasTakenBack)
 
 TEST_F(EditorEdits, ReachesEveryRowByTheKeyboardAndScrollsByTheWheel)
 {
-    renderer::CInput& input = m_renderer.GetInput();
     const auto type = [&](const std::string& text)
     {
         for (const char c : text)
-            input.KeyChar(c);
+            m_input.KeyChar(c);
         Draw();
     };
     std::string fault;

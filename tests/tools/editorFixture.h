@@ -35,13 +35,12 @@ protected:
     /// A key, as the window sends it, with another one held meanwhile if that is not 0.
     void Press(int key, int held = 0)
     {
-        renderer::CInput& input = m_renderer.GetInput();
         if (held != 0)
-            input.KeyDown(held);
-        input.KeyDown(key);
-        input.KeyUp(key);
+            m_input.KeyDown(held);
+        m_input.KeyDown(key);
+        m_input.KeyUp(key);
         if (held != 0)
-            input.KeyUp(held);
+            m_input.KeyUp(held);
         Draw();
     }
 
@@ -63,6 +62,7 @@ protected:
         return text;
     }
 
+    renderer::CInput& m_input = m_renderer.GetInput();
     TemporaryFolder m_folder;
     std::string m_path;
     std::unique_ptr<CTamraGameEngine> m_engine;
