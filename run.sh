@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the sandbox and starts it with the arguments given ("./run.sh --help" lists them).
+# PRESET chooses another build ("PRESET=asan ./run.sh view").
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything and runs the whole test suite. Arguments go to ctest ("./test.sh -R UDB").
-# PRESET chooses another build ("PRESET=asan ./test.sh"), JOBS how many tests run at once.
+# PRESET chooses another build ("PRESET=asan ./test.sh"), JOBS how many tests run at once (2).
 set -euo pipefail
 
 cd -- "$(dirname -- "${BASH_SOURCE[0]}")"

@@ -117,7 +117,7 @@ std::string FormatProperty(const Property& record)
     case Property::kColor:
     {
         float values[4] = {};
-        record.GetFloats(values);
+        record.ReadFloats(values);
         std::string text = FormatNumber(values[0]);
         for (int i = 1; i < (record.kind == Property::kColor ? 4 : 3); ++i)
             text.append(" ").append(FormatNumber(values[i]));

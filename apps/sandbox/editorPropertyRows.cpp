@@ -76,7 +76,7 @@ private:
 EditorColor GetColor(const Property& record)
 {
     EditorColor color{};
-    record.GetFloats(color.data());
+    record.ReadFloats(color.data());
     return color;
 }
 } // namespace
@@ -199,7 +199,7 @@ void CEditorPropertyRows::i_ShowValue(Row& row, bool isForced)
 {
     Property& record = row.property.record;
     float values[4] = {};
-    record.GetFloats(values);
+    record.ReadFloats(values);
     switch (record.kind)
     {
     case Property::kInt:
@@ -270,7 +270,7 @@ void CEditorPropertyRows::i_Apply(Row& row, std::size_t control, const GuiEvent&
     Property value = row.property.record;
     std::string text; // lives until the value is set
     float values[4] = {};
-    value.GetFloats(values);
+    value.ReadFloats(values);
     if (event.type == GET_SPINNER_CHANGED && value.kind == Property::kVector3)
     {
         values[control] = event.GetFloat(0);

@@ -51,12 +51,11 @@ CEntityComponentProperty* ComponentSpin::GetProperty(int index, CEntityComponent
 
 void ComponentSpin::SetProperty(int index, CEntityComponentProperty* in)
 {
-    switch (index)
-    {
-    case 0: m_speed = in->GetFloat(); break;
-    case 1: m_axis = std::clamp(in->GetInt(), 0, 2); break; // what a file or an editor says may be anything
-    default: break;
-    }
+    std::int32_t axis = 0;
+    if (index == 0)
+        in->ReadFloat(m_speed);
+    else if (index == 1 && in->ReadInt(axis))
+        m_axis = std::clamp(axis, 0, 2); // what a file or an editor says may be anything
 }
 
 void ComponentSpin::SerializerSave(UDBGroup& group)

@@ -279,7 +279,7 @@ TEST_F(Examples, Console)
     float angle = 75.0F;
     // [console]
     console.AddHandler(
-        "goto", [&](const std::string&, const std::string& place) { camera.x = std::stof(place); },
+        "goto", [&](const std::string&, const std::string& place) { std::sscanf(place.c_str(), "%f", &camera.x); },
         "goto X: moves the camera there");
     console.GetVariables().Add("view.angle", {.value = 75.0F,
                                               .low = 30,

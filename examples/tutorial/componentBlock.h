@@ -23,7 +23,7 @@ public:
     void SetProperty(int index, CEntityComponentProperty* in) override
     {
         if (index == 0)
-            in->GetFloats(m_color);
+            in->ReadColor(m_color);
     }
     void SerializerSave(UDBGroup& group) override { i_SerializeProperty(0, group); }
     void SerializerLoad(UDBGroup& group) override { i_DeserializeProperty(0, group); }

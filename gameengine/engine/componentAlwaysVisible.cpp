@@ -9,7 +9,7 @@ ComponentAlwaysVisible::ComponentAlwaysVisible(CEntity* entity) : CEntityCompone
 
 ComponentAlwaysVisible::~ComponentAlwaysVisible()
 {
-    // Taken out of the list it may outlive the entity: then the index counts until another one has come to it.
+    // One that was taken out of the list may outlive its entity, and the index belong to another one.
     const auto index = static_cast<unsigned int>(i_GetEntityIndex());
     if (i_IsInEntity() || (i_GetEntityIndex() >= 0 && REPOSITORY().Find(index) == this))
     {

@@ -88,7 +88,7 @@ CEntityComponentProperty* ComponentLight::GetProperty(int index, CEntityComponen
 
 void ComponentLight::SetProperty(int index, CEntityComponentProperty* in)
 {
-    float values[4] = {};
+    float values[3] = {};
     std::int32_t choice = 0;
     switch (index)
     {
@@ -101,15 +101,12 @@ void ComponentLight::SetProperty(int index, CEntityComponentProperty* in)
             m_shadowed = choice != 0;
         break;
     case 2: in->ReadFloat(m_range); break;
-    case 3:
-        if (in->GetFloats(values))
-            std::copy_n(values, 4, m_color);
-        break;
+    case 3: in->ReadColor(m_color); break;
     case 4: in->ReadFloat(m_shadowBias); break;
     case 5: in->ReadFloat(m_spotSize); break;
     case 6: in->ReadFloat(m_falloff); break;
     case 7:
-        if (in->GetFloats(values))
+        if (in->ReadVector3(values))
         {
             m_shadowResX = values[0];
             m_shadowResY = values[1];

@@ -40,7 +40,8 @@ public:
     ~ComponentLight() override;
 
     /// "Light Type", "Shadowed", "Range", "Color", "Shadow Bias", "Spot cone size", "Spot cone falloff", "Shadow
-    /// Resolution" (of which the first two floats count). A record of the wrong kind leaves the value as it is.
+    /// Resolution" (of which the first two floats count). Setting any of them, or an index past the last one, updates
+    /// the light and raises `kLightChanged`, also when the record's kind was wrong and changed no value.
     CEntityComponentProperty* GetProperty(int index, CEntityComponentProperty* out) override;
     void SetProperty(int index, CEntityComponentProperty* in) override;
     void SerializerSave(UDBGroup& group) override;

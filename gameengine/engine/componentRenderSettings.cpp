@@ -48,15 +48,14 @@ void ComponentRenderSettings::SetProperty(int index, CEntityComponentProperty* i
 {
     float values[4] = {};
     std::int32_t fog = 0;
-    const bool isColor = in->kind == CEntityComponentProperty::kColor && in->GetFloats(values);
     switch (index)
     {
     case 0:
-        if (isColor)
+        if (in->ReadColor(values))
             SetClearColor(values);
         break;
     case 1:
-        if (isColor)
+        if (in->ReadColor(values))
             SetAmbientColor(values);
         break;
     case 2:
@@ -64,7 +63,7 @@ void ComponentRenderSettings::SetProperty(int index, CEntityComponentProperty* i
             m_fogEnabled = fog != 0;
         break;
     case 3:
-        if (in->kind == CEntityComponentProperty::kVector3 && in->GetFloats(values))
+        if (in->ReadVector3(values))
             SetFog(m_fogEnabled, values[0], values[1]);
         break;
     default: break;

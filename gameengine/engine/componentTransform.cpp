@@ -73,16 +73,16 @@ CEntityComponentProperty* ComponentTransform::GetProperty(int index, CEntityComp
 void ComponentTransform::SetProperty(int index, CEntityComponentProperty* in)
 {
     CMatrix matrix(GetTransform());
-    float values[4] = {};
+    float values[3] = {};
     switch (index)
     {
     case 0:
-        if (!in->GetFloats(values))
+        if (!in->ReadVector3(values))
             return;
         matrix.SetTranslation({values[0], values[1], values[2]});
         break;
     case 1:
-        if (!in->GetFloats(values))
+        if (!in->ReadVector3(values))
             return;
         matrix = WithRotation(matrix, values);
         break;

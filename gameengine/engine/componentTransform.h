@@ -33,8 +33,8 @@ public:
     const char* GetTypeString() const override;
 
     /// "Translation" and "Rotation" (degrees about the fixed X, Y, Z axes), each three floats, and "Scale", the length
-    /// of the local X axis (not to be written while that length is 0). Reads show the world matrix, writes go through
-    /// `SetTransform`: exact for a transform without a parent.
+    /// of the local X axis (while that length is 0, writing does nothing). Reads show the world matrix, writes go
+    /// through `SetTransform`: exact for a transform without a parent.
     CEntityComponentProperty* GetProperty(int index, CEntityComponentProperty* out) override;
     void SetProperty(int index, CEntityComponentProperty* in) override;
     /// The 16 elements of the world matrix, "m11" to "m44" in storage order.

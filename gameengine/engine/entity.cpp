@@ -74,7 +74,6 @@ CEntity::~CEntity()
     // What listeners gave the dying entity goes too.
     if (!m_events.Empty())
         m_events.DropAll();
-    i_LeaveArrays();
     while (!m_components.IsEmpty())
         i_DestroyComponents();
     GetIndices().released.push_back(std::exchange(m_index, -1));
@@ -128,17 +127,14 @@ void CEntity::i_LeaveEachArray()
     }
 }
 
-void CEntity::i_ScanInEachArray(bool add, bool mayBeListed)
+void CEntity::i_ScanInEachArray(bool add)
 {
     std::uint32_t i = 0;
     // A listener that locks the list again has settled the rest.
     while (i < m_arrays.GetCount() && m_componentListLocked != add)
     {
         CEntityArray* const array = m_arrays[i];
-        if (add)
-            array->i_EnterComponents(this, mayBeListed);
-        else
-            array->i_WithdrawComponents(this, mayBeListed);
+        array->i_ScanComponents(this, add);
         // Listeners may have changed the arrays, which are sorted. This one may be gone.
         const auto arrays = m_arrays.GetSpan();
         i = static_cast<std::uint32_t>(
@@ -148,24 +144,24 @@ void CEntity::i_ScanInEachArray(bool add, bool mayBeListed)
 
 void CEntity::LockComponentList()
 {
-    const RefPtr<CEntity> keep = i_Keep();
     m_componentListLocked = true;
     if (m_arrays.IsEmpty())
         return;
+    const RefPtr<CEntity> keep = i_Keep();
     const bool wasLocking = std::exchange(m_isLocking, true);
-    i_ScanInEachArray(false, true);
+    i_ScanInEachArray(false);
     m_isLocking = wasLocking;
 }
 
 void CEntity::UnlockComponentList()
 {
-    // A listener's, inside somebody's call of LockComponentList, who will unlock it.
+    // Whoever is in the middle of locking the list, and had this called by a listener, unlocks it.
     if (m_isLocking)
         return;
     const RefPtr<CEntity> keep = i_Keep();
-    const bool wasLocked = std::exchange(m_componentListLocked, false);
+    m_componentListLocked = false;
     if (!m_arrays.IsEmpty())
-        i_ScanInEachArray(true, !wasLocked);
+        i_ScanInEachArray(true);
     for (std::uint32_t i = 0; i < m_components.GetCount(); ++i)
         m_components[i]->i_OnEntityUnlockComponentList();
 }

@@ -28,9 +28,8 @@ class UDBGroup;
 class TAMRAGAMEENGINE_API CEntity : public RefClass
 {
 public:
-    /// Events on `Events()`. The first value of the first two is the component ("CEntityComponent"), the second the
-    /// entity
-    /// ("CEntity"); `kDestroyed` has the entity and the integer 0.
+    /// Events on `Events()`. The first two have the component ("CEntityComponent") and the entity ("CEntity"),
+    /// `kDestroyed` the entity and the integer 0.
     enum Event : std::int32_t
     {
         kComponentAdded = 0,
@@ -86,7 +85,8 @@ public:
     std::int32_t GetIndex() const noexcept { return m_index; }
     /// Number of entities created before this one in the process, modulo 2^32.
     std::uint32_t GetSerial() const noexcept { return m_serial; }
-    /// True from the start of the destructor. A listener must then not enter the entity anywhere that it stays.
+    /// True from the start of the destructor. Arrays then refuse the entity, and a listener must not enter it anywhere
+    /// else that it stays.
     bool IsBeingDestroyed() const noexcept { return m_isBeingDestroyed; }
 
     CInterfaceCollection& GetInterfaces() const noexcept { return *m_interfaces; }
@@ -100,7 +100,7 @@ public:
     /// ignored with a line in the log.
     void SerializerLoad(UDBGroup& group);
 
-    /// How many components an entity has at most after loading, those counted that it had before.
+    /// How many components loading gives an entity at most, those counted that it had before.
     static constexpr int kMaxStoredComponents = 64;
 
     /// Entities alive in the process.
@@ -140,8 +140,7 @@ private:
             i_LeaveEachArray();
     }
     void i_LeaveEachArray();
-    // Enters the components into each array's databases, or withdraws them. `mayBeListed` as there.
-    void i_ScanInEachArray(bool add, bool mayBeListed);
+    void i_ScanInEachArray(bool add);
     // Takes a dying component off the list, or off the list of those that are about to be deleted.
     void i_Forget(const CEntityComponent* component) noexcept;
 

@@ -22,17 +22,27 @@ const char* CEntityArray::GetTypeString()
 
 void CEntityArray::Add(CEntity* entity)
 {
-    const RefPtr<CEntityArray> keepThis = i_Keep();
-    const RefPtr<CEntity> keep(entity);
-    if (m_isBeingDestroyed)
+    if (m_isBeingDestroyed || entity->IsBeingDestroyed())
         return;
     // Counted by hand: entities added twice hold two references and stand in the set once.
     entity->_AddRef();
-    bool mayBeListed = !m_entities.Insert(entity);
-    // Before any listener runs, so that one that changes the entity's list finds the array there.
+    m_entities.Insert(entity);
+    if (!i_IsHeard()) [[likely]]
+    {
+        i_ScanComponents(entity, true);
+        entity->i_AddedToArray(this);
+        return;
+    }
+    const RefPtr<CEntityArray> keepThis = i_Keep();
+    const RefPtr<CEntity> keep(entity);
+    if (!i_ScanComponents(entity, true) || !m_entities.Contains(entity))
+        return;
+    if (!m_events.Raise(kEntityAdded, variant(entity, "CEntity"), variant(this, "CEntityArray")) ||
+        !m_entities.Contains(entity))
+        return;
     entity->i_AddedToArray(this);
-    if (i_EnterComponents(entity, mayBeListed))
-        m_events.Raise(kEntityAdded, variant(entity, "CEntity"), variant(this, "CEntityArray"));
+    // Whoever changed the list before did not find the array there.
+    i_ScanComponents(entity, !entity->IsComponentListLocked());
 }
 
 void CEntityArray::Remove(CEntity* entity)
@@ -42,6 +52,9 @@ void CEntityArray::Remove(CEntity* entity)
 
 bool CEntityArray::i_RemoveAndRelease(CEntity* entity)
 {
+    // Its references are gone; one more to release would destroy it again.
+    if (entity->IsBeingDestroyed())
+        return i_Remove(entity);
     const RefPtr<CEntityArray> keepThis = i_Keep();
     const bool isReferenced = entity->GetReferenceCount() > 0;
     entity->_AddRef();
@@ -57,15 +70,15 @@ bool CEntityArray::i_RemoveAndRelease(CEntity* entity)
 bool CEntityArray::i_Remove(CEntity* entity)
 {
     const RefPtr<CEntityArray> keepThis = i_Keep();
-    if (!m_events.Raise(kEntityRemoved, variant(entity, "CEntity"), variant(this, "CEntityArray")))
+    const bool isHeard = i_IsHeard();
+    if (isHeard && !m_events.Raise(kEntityRemoved, variant(entity, "CEntity"), variant(this, "CEntityArray")))
         return false;
-    bool isHeard = false;
-    if (!i_WithdrawComponents(entity, isHeard))
+    if (!i_ScanComponents(entity, false))
         return false;
     if (m_entities.Erase(entity))
         entity->i_RemovedFromArray(this);
     // Listeners may have had components entered behind the scan; now nothing enters them any more.
-    return !isHeard || m_entities.Contains(entity) || i_WithdrawComponents(entity, isHeard);
+    return !isHeard || i_ScanComponents(entity, false);
 }
 
 void CEntityArray::Clear()
@@ -83,50 +96,43 @@ void CEntityArray::Clear()
     }
 }
 
-bool CEntityArray::i_EnterComponents(CEntity* entity, bool& mayBeListed)
+bool CEntityArray::i_IsHeard() const noexcept
 {
-    const RefPtr<CEntityArray> keepThis = i_Keep();
-    if (m_componentDatabases.empty())
-        return true;
-    // Locked entities are withdrawn until they are unlocked.
-    for (int i = 0; i < entity->GetComponentCount() && !entity->IsComponentListLocked(); ++i)
-    {
-        CEntityComponent* component = entity->GetComponent(i);
-        CEntityComponentDatabase* database = FindComponentDatabase(component->GetType());
-        if (!database || (mayBeListed && database->i_Lists(component)))
-            continue;
-        const bool isHeard = database->i_IsHeard();
-        if (!database->Add(component))
-            return false;
-        if (!isHeard) [[likely]]
-            continue;
-        // The listener may have locked and unlocked the list, made databases, or taken the entity out.
-        mayBeListed = true;
-        if (!m_entities.Contains(entity))
-            return false;
-        if (entity->GetComponent(i) != component)
-            i = -1;
-    }
-    return true;
+    return !m_events.Empty() || std::any_of(m_componentDatabases.begin(), m_componentDatabases.end(),
+                                            [](const DatabaseEntry& entry) { return entry.database->i_IsHeard(); });
 }
 
-bool CEntityArray::i_WithdrawComponents(CEntity* entity, bool& isHeard)
+bool CEntityArray::i_ScanComponents(CEntity* entity, bool add)
 {
-    const RefPtr<CEntityArray> keepThis = i_Keep();
     if (m_componentDatabases.empty())
         return true;
+    RefPtr<CEntityArray> keepThis;
     for (int i = 0; i < entity->GetComponentCount(); ++i)
     {
+        // Locked entities are withdrawn until they are unlocked.
+        if (add && entity->IsComponentListLocked())
+            break;
         CEntityComponent* component = entity->GetComponent(i);
         CEntityComponentDatabase* database = FindComponentDatabase(component->GetType());
         if (!database)
             continue;
-        const bool isTold = database->i_IsHeard() && database->i_Lists(component);
-        if (!database->Remove(component))
-            return false;
-        if (!isTold) [[likely]]
+        if (!database->i_IsHeard()) [[likely]]
+        {
+            if (!add)
+                database->Remove(component);
+            else if (!database->i_Lists(component))
+                database->Add(component);
             continue;
-        isHeard = true;
+        }
+        if (database->i_Lists(component) == add)
+            continue;
+        keepThis = i_Keep();
+        const bool isIn = m_entities.Contains(entity);
+        if (!(add ? database->Add(component) : database->Remove(component)))
+            return false;
+        // The listener may have taken the entity out or in, which settled the rest, or changed its list.
+        if (m_entities.Contains(entity) != isIn)
+            break;
         if (entity->GetComponent(i) != component)
             i = -1;
     }

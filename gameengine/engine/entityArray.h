@@ -31,15 +31,16 @@ public:
     CEntityArray();
     CEntityArray(const CEntityArray&) = delete;
     CEntityArray& operator=(const CEntityArray&) = delete;
-    /// Removes every entity, as `Clear` does. Entities that a listener adds meanwhile are refused.
+    /// Removes every entity, as `Clear` does.
     ~CEntityArray() override;
 
     const char* GetTypeString() override;
 
     CEventHandler& Events() noexcept { return m_events; }
 
-    /// Takes a reference, enters the components into the databases and raises `kEntityAdded`. Adding an entity that is
-    /// there takes another reference and raises the event again; match each call with a `Remove`.
+    /// Takes a reference, enters the components into the databases, raises `kEntityAdded` and only then tells the
+    /// entity of the array. Adding an entity that is there takes another reference and raises the event again; match
+    /// each call with a `Remove`. An entity or an array that is being destroyed is left alone.
     void Add(CEntity* entity);
 
     /// Raises `kEntityRemoved`, withdraws the components and releases one reference, whether or not the entity is in
@@ -76,11 +77,10 @@ private:
     // Both false when a listener destroyed the array, which has then released the entity.
     bool i_Remove(CEntity* entity); // what Remove does before it releases the reference
     bool i_RemoveAndRelease(CEntity* entity);
-    // Enters what no database lists yet. `mayBeListed` says whether any component is listed already, and is set when
-    // listeners ran. False when one of them destroyed the array or took the entity out.
-    bool i_EnterComponents(CEntity* entity, bool& mayBeListed);
-    // `isHeard` is set when listeners ran. False when one of them destroyed the array.
-    bool i_WithdrawComponents(CEntity* entity, bool& isHeard);
+    // Enters the components that are not listed yet, or withdraws them. False when a listener destroyed the array.
+    bool i_ScanComponents(CEntity* entity, bool add);
+    // Whether anybody listens to the array or to one of its databases.
+    bool i_IsHeard() const noexcept;
 
     struct DatabaseEntry
     {

@@ -1,6 +1,6 @@
 #include "gameengine/engine/entityArraySaveLoadSerialized.h"
 
-#include "gameengine/engine/entityStorage.h"
+#include "gameengine/engine/entityStorageInternal.h"
 #include "tamradeps/core/crc64.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"

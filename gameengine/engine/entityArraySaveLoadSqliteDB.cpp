@@ -1,6 +1,6 @@
 #include "gameengine/engine/entityArraySaveLoadSqliteDB.h"
 
-#include "gameengine/engine/entityStorage.h"
+#include "gameengine/engine/entityStorageInternal.h"
 #include "tamradeps/core/crc64.h"
 #include "tamradeps/core/log.h"
 #include "tamradeps/io/fileSystem.h"
@@ -314,8 +314,7 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
     if (!m_update.bind(kIdPosition, cached->row) || !i_WriteRow(m_update, entity))
         return false;
     const bool updated = m_database.changes() > 0;
-    // Somebody else has deleted the row.
-    sqlite::query insertAgain;
+    sqlite::query insertAgain; // a row that somebody else has deleted comes back under its number
     if (!updated && !(insertAgain.prepare(m_database, kInsertAgain) && insertAgain.bind(kIdPosition, cached->row) &&
                       i_WriteRow(insertAgain, entity)))
         return false;

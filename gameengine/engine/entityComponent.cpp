@@ -131,7 +131,7 @@ void CEntityComponent::i_SerializeProperty(int index, UDBGroup& group)
     case CEntityComponentProperty::kColor:
     {
         float values[4] = {};
-        property.GetFloats(values);
+        property.ReadFloats(values);
         UDBGroup* members = group.AddNewGroup(property.name);
         const float* value = values;
         for (const char* key : GetMemberKeys(property.kind))
@@ -181,7 +181,7 @@ void CEntityComponent::i_DeserializeProperty(int index, UDBGroup& group)
         if (!members)
             return;
         float values[4] = {};
-        property.GetFloats(values);
+        property.ReadFloats(values);
         float* value = values;
         for (const char* key : GetMemberKeys(property.kind))
         {

@@ -41,7 +41,7 @@ public:
 
     /// Fills `out` with property `index`, 0 being the first, and returns it; null past the last one.
     virtual CEntityComponentProperty* GetProperty(int index, CEntityComponentProperty* out) = 0;
-    /// Applies the record's value to property `index`; does nothing past the last one, or when the record is of
+    /// Applies the record's value to property `index`; no value changes past the last one, or when the record is of
     /// another kind than the property.
     virtual void SetProperty(int index, CEntityComponentProperty* in) = 0;
     /// Called by editors after a batch of property changes.

@@ -1,6 +1,7 @@
 #include "gameengine/engine/entityComponentDatabase.h"
 
 #include "gameengine/engine/entityComponent.h"
+#include "gameengine/engine/entityComponentPositionIndexInternal.h"
 
 namespace
 {
@@ -100,11 +101,11 @@ bool CEntityComponentDatabase::Remove(CEntityComponent* component)
 
 std::int64_t CEntityComponentDatabase::i_FindPosition(const CEntityComponent* component) const
 {
+    if (component->m_databaseEntries == 0)
+        return -1;
     const std::uint32_t position = component->m_databasePosition;
     if (position < m_components.GetCount() && m_components[position] == component)
         return position;
-    if (component->m_databaseEntries == 0)
-        return -1;
     if (!m_index)
         i_BuildIndex();
     return m_index->Find(component, m_components);

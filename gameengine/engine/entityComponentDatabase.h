@@ -1,6 +1,5 @@
 #pragma once
 
-#include "gameengine/engine/entityComponentPositionIndex.h"
 #include "gameengine/export.h"
 #include "tamradeps/core/eventHandler.h"
 #include "tamradeps/core/pointerArray.h"
@@ -10,6 +9,7 @@
 #include <memory>
 
 class CEntityComponent;
+class CEntityComponentPositionIndex;
 
 /// Every component of one type in a scene, packed into an array that systems walk each frame.
 ///

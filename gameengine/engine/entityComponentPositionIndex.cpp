@@ -1,4 +1,4 @@
-#include "gameengine/engine/entityComponentPositionIndex.h"
+#include "gameengine/engine/entityComponentPositionIndexInternal.h"
 
 CEntityComponentPositionIndex::CEntityComponentPositionIndex() : m_pool(sizeof(Node), 512) {}
 

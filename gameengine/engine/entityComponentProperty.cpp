@@ -107,7 +107,17 @@ bool CEntityComponentProperty::ReadFloat(float& out) const noexcept
     return true;
 }
 
-bool CEntityComponentProperty::GetFloats(float* out) const noexcept
+bool CEntityComponentProperty::ReadVector3(float* xyz) const noexcept
+{
+    return kind == kVector3 && ReadFloats(xyz);
+}
+
+bool CEntityComponentProperty::ReadColor(float* rgba) const noexcept
+{
+    return kind == kColor && ReadFloats(rgba);
+}
+
+bool CEntityComponentProperty::ReadFloats(float* out) const noexcept
 {
     if (!data || (kind != kVector3 && kind != kColor))
         return false;

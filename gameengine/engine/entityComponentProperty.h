@@ -53,15 +53,18 @@ public:
     /// record.
     void SetText(const char* propertyName, const char* text, Kind textKind = kText) noexcept;
 
-    // Read the value. A record of another kind, or without data, gives 0, zeros or "".
+    // Read the value. A record of another kind, or without data, gives 0 or "". Integers and choices count as one kind,
+    // texts and files too.
     std::int32_t GetInt() const noexcept;
     float GetFloat() const noexcept;
-    /// Read the value into `out`; false, and `out` as it was, for a record of another kind or without data.
+    const char* GetText() const noexcept;
+    // Read the value into `out`; false, and `out` as it was, for a record of another kind or without data.
     bool ReadInt(std::int32_t& out) const noexcept;
     bool ReadFloat(float& out) const noexcept;
-    /// Reads three floats (kind 3) or four (kind 5) into `out`; false for other kinds.
-    bool GetFloats(float* out) const noexcept;
-    const char* GetText() const noexcept;
+    bool ReadVector3(float* xyz) const noexcept;
+    bool ReadColor(float* rgba) const noexcept;
+    /// For whoever takes either: three floats of a vector or four of a colour.
+    bool ReadFloats(float* out) const noexcept;
 
     const char* name = "";     ///< The property's label; a text that lives as long as the program.
     std::int32_t kind = kNone; ///< One of `Kind`.

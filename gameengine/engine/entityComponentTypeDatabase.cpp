@@ -35,7 +35,7 @@ const char* CEntityComponentTypeDatabase::GetTypeString()
 
 void CEntityComponentTypeDatabase::Add(const char* name, std::int32_t typeId, Factory factory)
 {
-    if (name)
+    if (name && factory)
         m_entries.push_back({name, typeId, factory, nullptr});
 }
 

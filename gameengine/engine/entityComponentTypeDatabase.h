@@ -30,8 +30,8 @@ public:
 
     const char* GetTypeString() override;
 
-    /// Appends a record; the name is copied, null is refused. Nothing keeps a name or an id from being added twice: the
-    /// first one is found.
+    /// Appends a record; the name is copied. A null name or factory is refused. Nothing keeps a name or an id from
+    /// being added twice: the first one is found.
     void Add(const char* name, std::int32_t typeId, Factory factory);
     /// Removes the record at a position and deletes its prototype; the last record moves there.
     void Remove(int position);

@@ -1,7 +1,6 @@
-#include "gameengine/engine/entityStorage.h"
-
 #include "gameengine/engine/componentRuntimeData.h"
 #include "gameengine/engine/componentTransform.h"
+#include "gameengine/engine/entityStorageInternal.h"
 #include "tamradeps/core/assertion.h"
 
 #include <cmath>

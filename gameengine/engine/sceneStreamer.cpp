@@ -2,7 +2,7 @@
 
 #include "gameengine/engine/componentTransform.h"
 #include "gameengine/engine/entityArray.h"
-#include "gameengine/engine/entityStorage.h"
+#include "gameengine/engine/entityStorageInternal.h"
 
 #include <algorithm>
 #include <cmath>

@@ -12,7 +12,7 @@ namespace gui
 {
 /// Brings the renderer's input to widgets, and consumes what is meant for them: the mouse where it is on a widget, or
 /// one has grabbed the input; keys while a widget that can be seen is in focus, and Tab where a widget can get it.
-/// While a widget is modal, everything. What lies behind the widgets hears of the rest.
+/// While a widget is modal, everything that goes down, moves or types. What lies behind the widgets hears of the rest.
 ///
 ///     gui::GuiInputAdapter adapter(*context, window.get());
 ///     renderer.GetInput().AddListener(&adapter);

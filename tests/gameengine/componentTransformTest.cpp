@@ -92,7 +92,7 @@ TEST_F(TransformTest, PropertiesReadAndWriteTheMatrix)
     direct.SetTransform(scaled);
     ASSERT_TRUE(direct.GetProperty(1, &m_property));
     float angles[4] = {};
-    m_property.GetFloats(angles);
+    m_property.ReadFloats(angles);
     EXPECT_LT((CVector3(angles[0], angles[1], angles[2]) - CVector3(0.3F, 0.2F, 0.1F) * 57.29578F).Length(), 1e-3F);
     m_property.SetVector3("Rotation", 0, 90, 0);
     EXPECT_TRUE(direct.SetPropertyTo("Rotation", m_property));

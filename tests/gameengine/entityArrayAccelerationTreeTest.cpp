@@ -116,6 +116,7 @@ TEST_F(AccelerationTree, ASecondAddIsFiledAgainAndRemoveLeavesNothing)
                          return;
                      m_tree->Add(test::GetEntity(message));
                      m_array.Add(test::GetEntity(message));
+                     m_array.Remove(test::GetEntity(message));
                  });
     entity = nullptr;
     EXPECT_EQ(m_log.Take().front(), "entity 2");

@@ -177,6 +177,25 @@ TEST_F(EntityArray, ListenersMayRemoveEntities)
     EXPECT_EQ(CEntity::GetLiveCount(), m_live);
 }
 
+TEST_F(EntityArray, AnEntityLearnsOfTheArrayAfterItsListeners)
+{
+    const CEntityComponentDatabase& cameras = *m_array.CreateComponentDatabase(ComponentCamera::TYPEID());
+    const RefPtr<CEntity> entity = m_scene.Make<ComponentCamera>();
+    int seen = 0;
+    m_log.Listen(m_array.Events(), "array",
+                 [&](const EventMessage&)
+                 {
+                     entity->LockComponentList();
+                     seen = cameras.GetCount();
+                 });
+    m_array.Add(entity.Get());
+    EXPECT_EQ(seen, 1) << "still listed, for the next listener";
+    EXPECT_EQ(cameras.GetCount(), 0) << "the list is locked";
+    entity->UnlockComponentList();
+    EXPECT_EQ(cameras.GetCount(), 1);
+    m_array.Remove(entity.Get());
+}
+
 TEST_F(EntityArray, ListenersMayDestroyTheArray)
 {
     // By releasing its last reference, or, where nobody references it, by deleting it.

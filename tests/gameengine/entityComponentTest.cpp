@@ -179,7 +179,7 @@ TEST_F(EntityComponentTest, PropertiesAreSetByTheirWholeName)
     // A record of another kind reads as nothing, never as other bytes; a copy owns what lies in the buffer.
     m_property.SetText("note", "short");
     float floats[4] = {};
-    EXPECT_TRUE(m_property.GetInt() == 0 && m_property.GetFloat() == 0.0F && !m_property.GetFloats(floats));
+    EXPECT_TRUE(m_property.GetInt() == 0 && m_property.GetFloat() == 0.0F && !m_property.ReadFloats(floats));
     const Property copy(m_property);
     m_property.SetText("note", "other");
     EXPECT_STREQ(copy.GetText(), "short");
@@ -263,7 +263,8 @@ TEST_F(EntityComponentTest, TypesAreFoundByPosition)
     for (const std::int32_t id : {20001, 20002, 20003})
         m_types.Add(id == 20003 ? "Other" : "Twice", id, &ComponentCamera::CreateComponent);
     EXPECT_EQ(m_types.FindByName("Twice"), count);
-    EXPECT_NE(m_types.GetComponent(count), nullptr);
+    CEntityComponent* const prototype = m_types.GetComponent(count);
+    EXPECT_TRUE(prototype && prototype == m_types.GetComponent(count));
     m_types.Remove(count);
     EXPECT_EQ(m_types.GetTypeID(count), 20003);
     EXPECT_EQ(m_types.FindByName("Twice"), count + 1);

@@ -243,6 +243,8 @@ TEST_F(GuiWidgets, DocksAndAnchors)
     auto* outer = Add<GuiFreeLayout>(m_root, "outer", {20, 20, 200, 100});
     ASSERT_TRUE(ReadWidgets(*outer, stream));
     Update();
-    EXPECT_EQ(outer->FindChild("inside")->GetRect(), GuiRecti(190, 30, 20, 10));
+    const GuiWidget& inside = *outer->FindChild("inside");
+    EXPECT_EQ(inside.GetRect(), GuiRecti(190, 30, 20, 10));
+    EXPECT_TRUE(inside.GetRelativePos().x == 170 && inside.GetRelativePos().y == 10);
 }
 } // namespace

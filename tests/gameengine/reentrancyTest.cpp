@@ -1,8 +1,10 @@
 #include "gameengine/engine/componentAlwaysVisible.h"
 #include "gameengine/engine/componentCamera.h"
 #include "gameengine/engine/componentEditorData.h"
+#include "gameengine/engine/componentLight.h"
 #include "gameengine/engine/componentRenderSettings.h"
 #include "gameengine/engine/componentRuntimeData.h"
+#include "gameengine/engine/componentTransformDirect.h"
 #include "gameengine/engine/componentTransformParent.h"
 #include "gameengine/engine/entityComponentDatabase.h"
 #include "support/expectations.h"
@@ -80,14 +82,14 @@ struct Stage
 
 TEST_F(Reentrancy, DatabasesListEveryComponentOnceWhateverTheirListenersDo)
 {
-    // Each step of each listener's event, to which the listener reacts once with each step.
-    for (int run = 0; run < 9 * 9 * 4 * 2; ++run)
+    // Each step of each event of a database or an array, to which its listener reacts once with each step.
+    for (int run = 0; run < 9 * 9 * 6 * 2; ++run)
     {
         const int step = run % 9;
         const int reaction = run / 9 % 9;
-        const int source = run / 81 % 4;
-        const int event = run / 324;
-        SCOPED_TRACE(Label("step ", step, ", reaction ", reaction, " to event ", event, " of database ", source));
+        const int source = run / 81 % 6;
+        const int event = run / 486;
+        SCOPED_TRACE(Label("step ", step, ", reaction ", reaction, " to event ", event, " of source ", source));
         Stage stage;
         stage.entity = m_scene.Make<ComponentRenderSettings, ComponentCamera, ComponentEditorData>();
         bool isActive = false;
@@ -99,7 +101,8 @@ TEST_F(Reentrancy, DatabasesListEveryComponentOnceWhateverTheirListenersDo)
             });
         for (const int i : {0, 1, 2, 3})
             stage.arrays[i / 2]->CreateComponentDatabase(kTypes[i % 2]);
-        listener.Subscribe(stage.arrays[source / 2]->FindComponentDatabase(kTypes[source % 2])->Events());
+        listener.Subscribe(source < 4 ? stage.arrays[source / 2]->FindComponentDatabase(kTypes[source % 2])->Events()
+                                      : stage.arrays[source - 4]->Events());
         stage.Do(0);
         isActive = true;
         stage.Do(step);
@@ -137,20 +140,28 @@ TEST_F(Reentrancy, ArraysMayDieUnderTheirListenersAndTakeNobodyMore)
             array->Remove(entity.Get());
         EXPECT_EQ(entity->GetReferenceCount(), array ? 0 : 1);
     }
+    auto* const unreferenced = new CEntity(m_scene.GetInterfaces());
     {
         CEntityArray array;
         const auto first = m_scene.Make<>();
         array.Add(first.Get());
-        m_log.Listen(array.Events(), "array", [&](const EventMessage&) { array.Add(entity.Get()); });
+        m_log.Listen(array.Events(), "array",
+                     [&](const EventMessage&)
+                     {
+                         array.Add(entity.Get());
+                         array.Add(unreferenced);
+                     });
     }
     EXPECT_EQ(entity->GetReferenceCount(), 1);
+    EXPECT_EQ(unreferenced->GetReferenceCount(), 0) << "refused, not deleted";
+    delete unreferenced;
     AddComponents<>(*entity);
 }
 
 TEST_F(Reentrancy, RemovedComponentsAndStrangeRecordsLeaveTheRestSound)
 {
-    const auto entity = m_scene.Make<ComponentRuntimeData, ComponentAlwaysVisible, ComponentCamera, ComponentEditorData,
-                                     ComponentRenderSettings>();
+    const auto entity = m_scene.Make<ComponentRuntimeData, ComponentAlwaysVisible, ComponentTransformDirect,
+                                     ComponentLight, ComponentCamera, ComponentEditorData, ComponentRenderSettings>();
     auto* mark = entity->Find<ComponentAlwaysVisible>();
     entity->LockComponentList();
     entity->RemoveComponent(mark);
@@ -189,15 +200,16 @@ TEST_F(Reentrancy, PrototypesMayAddTypesWhileTheyDie)
         ~Component() override
         {
             for (int i = 0; i < 100; ++i)
-                CEntityComponentTypeDatabase::Instance().Add("late", 20400, nullptr);
+                CEntityComponentTypeDatabase::Instance().Add("late", 20400, &ComponentCamera::CreateComponent);
         }
         static void* operator new(std::size_t size) { return ::operator new(size); }
         static void operator delete(void* memory) { ::operator delete(memory); }
     };
     auto& types = CEntityComponentTypeDatabase::Instance();
     const int count = types.GetCount();
-    types.Add(nullptr, 20401, nullptr);
-    EXPECT_EQ(types.FindByName(nullptr), -1);
+    types.Add(nullptr, 20401, &ComponentCamera::CreateComponent);
+    types.Add("nothing", 20401, nullptr);
+    EXPECT_TRUE(types.FindByName(nullptr) == -1 && types.FindByType(20401) == -1);
     types.Add("early", 20402, [](CEntity* entity) -> CEntityComponent* { return new Component(entity); });
     types.GetComponent(count);
     types.Remove(count);

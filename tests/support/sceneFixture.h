@@ -139,7 +139,7 @@ inline std::string Describe(CEntityComponent& component)
     for (int index = 0; component.GetProperty(index, &property); ++index)
     {
         float floats[4] = {};
-        const bool hasFloats = property.GetFloats(floats);
+        const bool hasFloats = property.ReadFloats(floats);
         text += Label("\n  ", property.name, " kind ", property.kind, ": ", property.GetInt(), " '", property.GetText(),
                       '\'');
         for (const float value : {floats[0], floats[1], floats[2], floats[3], hasFloats ? 0.0F : property.GetFloat()})

@@ -31,7 +31,7 @@ void AppendProperty(std::string& out, const CEntityComponentProperty& property)
     case Property::kFloat: AppendBytes(out, property.GetFloat()); break;
     case Property::kVector3:
     case Property::kColor:
-        property.GetFloats(floats);
+        property.ReadFloats(floats);
         AppendBytes(out, floats);
         break;
     default: out.append(property.GetText()).push_back('\0'); break;

@@ -330,8 +330,8 @@ void CWorld::EditTransform(Id id, CRandom& random)
     transform->GetProperty(property, &read);
     float floats[4] = {read.GetFloat()};
     float wanted[4] = {record.GetFloat()};
-    read.GetFloats(floats);
-    record.GetFloats(wanted);
+    read.ReadFloats(floats);
+    record.ReadFloats(wanted);
     const float most = property == 0 ? 0.0F : 0.05F;
     for (int i = 0; i < 3; ++i)
         i_Require(std::abs(floats[i] - wanted[i]) <= most, id, "a property of its transform reads as another");

@@ -39,7 +39,7 @@ public:
     using ClipboardWriter = std::function<void(const std::string& text)>;
 
     static constexpr std::size_t kMaxMessages = 100;
-    /// Messages from the view line on that are shown when nothing is scrolled.
+    /// Messages from the view line on that are shown.
     static constexpr std::size_t kBottomMessages = 5;
 
     /// Hears of the renderer's input and of the log until it is destroyed. The renderer must outlive it.
@@ -70,7 +70,8 @@ public:
     /// there is no such command the message "Unknown command." is added.
     void Execute(const std::string& line);
 
-    /// The first of the messages that are shown, and what it is when nothing is scrolled: positions in `GetMessages`.
+    /// The first of the five messages that stand lowest (those before it fill the room above), and what it is when
+    /// nothing is scrolled: positions in `GetMessages`.
     std::size_t GetViewLine() const noexcept { return m_viewLine; }
     std::size_t GetBottomLine() const noexcept { return m_bottomLine; }
     /// Moves the view by so many messages towards newer ones, or by -lines towards older ones, as far as there are any.

@@ -93,7 +93,8 @@ public:
     virtual GuiWidget* GetModal() const = 0;
     /// Called when a widget is destroyed: nothing points at it from here on.
     virtual void ForgetWidget(GuiWidget* widget) = 0;
-    /// Queues an event for a callback, which hears of it in the next pass unless it is gone by then.
+    /// Queues an event for a callback, which hears of it at the end of the pass, or of the next one when a callback
+    /// posts it, unless it is gone by then.
     virtual void PostEvent(GuiCallback* callback, std::string_view name, const GuiEvent& event) = 0;
 
     /// One pass: input, ticks, layout, events.

@@ -81,8 +81,8 @@ struct GuiNodeView
 /// `v` is the view: its upper left corner, and percent; without it 0 0 100. `a`, alone, says that loops are refused.
 /// `n` is a node: x, y, kind, title, inputs, outputs; the lowest one comes first. Names of pins have commas between
 /// them, `-` stands for no pins. `l` is a link: node, output, node, input, all by number from 0. In titles and names
-/// control characters, spaces and any of % , ; " \ are written as % and two hexadecimal digits, as is a lone - of a
-/// list. An empty graph with the usual view is an empty text.
+/// control characters, spaces and any of % , ; " \ are written as % and two hexadecimal digits in capitals, as is
+/// a lone - of a list. An empty graph with the usual view is an empty text.
 class TAMRAGAMEENGINE_API GuiNodeGraph : public NonCopyable
 {
 public:

@@ -213,7 +213,7 @@ void GuiWindow::SetFlags(std::uint32_t flags)
     const bool wasModal = i_Has(kWindowModal);
     const bool collapsed = (flags & kWindowCollapsed) != 0;
     m_flags = (flags & kAllFlags & ~std::uint32_t{kWindowCollapsed}) | (m_flags & kWindowCollapsed);
-    // One that is hidden takes nobody's focus before it is shown.
+    // One that is invisible itself takes nobody's focus before it is shown.
     if (wasModal != i_Has(kWindowModal) && (wasModal || IsVisible()))
         GetContext().SetModal(*this, !wasModal);
     SetCollapsed(collapsed);
@@ -245,7 +245,7 @@ void GuiWindow::i_HideChild(bool hide)
 
 void GuiWindow::Activate()
 {
-    GuiLayout* const layout = GetParent() ? GetParent()->AsLayout() : nullptr;
+    GuiLayout* const layout = GetOwner();
     const std::size_t count = layout ? layout->GetChildCount() : 0;
     for (std::size_t i = 0; i < count; ++i)
     {
@@ -450,7 +450,7 @@ void GuiWindow::i_LetGo()
 // The highest of the siblings that can be seen; null for none.
 GuiWindow* GuiWindow::i_FindNextWindow() const
 {
-    const GuiLayout* const layout = GetParent() ? GetParent()->AsLayout() : nullptr;
+    const GuiLayout* const layout = GetOwner();
     for (std::size_t i = layout ? layout->GetChildCount() : 0; i > 0; --i)
     {
         auto* const other = dynamic_cast<GuiWindow*>(layout->GetChild(i - 1));
