@@ -78,16 +78,11 @@ void XUser::MoveTo(int x, int y)
     XSync(m_state->display, False);
 }
 
-void XUser::HoldButton(unsigned button, bool isDown)
-{
-    XTestFakeButtonEvent(m_state->display, button, isDown ? True : False, CurrentTime);
-    XSync(m_state->display, False);
-}
-
 void XUser::Click(unsigned button)
 {
-    HoldButton(button, true);
-    HoldButton(button, false);
+    for (const int isDown : {True, False})
+        XTestFakeButtonEvent(m_state->display, button, isDown, CurrentTime);
+    XSync(m_state->display, False);
 }
 
 void XUser::CloseWindow()

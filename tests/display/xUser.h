@@ -16,9 +16,7 @@ public:
         kEnter = 0xFF0D,
         kEscape = 0xFF1B,
         kEnd = 0xFF57,
-        kF1 = 0xFFBE,
-        kShift = 0xFFE1,
-        kControl = 0xFFE3
+        kShift = 0xFFE1
     };
 
     XUser();
@@ -35,7 +33,6 @@ public:
     void Type(std::string_view text);
     void MoveTo(int x, int y);
     /// Buttons of X: 1 left, 3 right, 4 and 5 the wheel upwards and downwards.
-    void HoldButton(unsigned button, bool isDown);
     void Click(unsigned button = 1);
     /// Asks the program to close the window, as its title bar does.
     void CloseWindow();

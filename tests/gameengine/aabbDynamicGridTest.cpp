@@ -4,6 +4,7 @@
 #include "support/random.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <deque>
 #include <limits>
@@ -18,16 +19,13 @@ namespace
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
-struct Box
-{
-    float values[6];
-};
+using Box = std::array<float, 6>;
 
 // A grid with a list of each cell kept beside it; cells are found the long way.
 class GridModel
 {
 public:
-    GridModel(const Box& bounds, float x, float y, float z) : grid(bounds.values, x, y, z), m_bounds(bounds)
+    GridModel(const Box& bounds, float x, float y, float z) : grid(bounds.data(), x, y, z), m_bounds(bounds)
     {
         cells.resize(grid.GetTotalCellCount());
     }
@@ -41,8 +39,8 @@ public:
             const float inverse = 1.0F / grid.GetCellSize(axis);
             const auto clamp = [count](long double cell)
             { return static_cast<std::size_t>(std::clamp<long double>(cell, 0, count)); };
-            const float low = (box.values[axis] - m_bounds.values[axis]) * inverse;
-            const float high = (box.values[axis + 3] - m_bounds.values[axis]) * inverse;
+            const float low = (box[axis] - m_bounds[axis]) * inverse;
+            const float high = (box[axis + 3] - m_bounds[axis]) * inverse;
             if (std::isnan(low) || std::isnan(high))
                 return {};
             std::vector<std::size_t> finer;
@@ -56,17 +54,17 @@ public:
     }
     void Add(const Box& box, void* object)
     {
-        EXPECT_TRUE(grid.AddObject(box.values, object));
+        EXPECT_TRUE(grid.AddObject(box.data(), object));
         i_Add(box, object);
     }
     void Remove(const Box& box, void* object)
     {
-        EXPECT_TRUE(grid.RemoveObject(box.values, object));
+        EXPECT_TRUE(grid.RemoveObject(box.data(), object));
         i_Remove(box, object);
     }
     void Move(const Box& from, const Box& to, void* object)
     {
-        EXPECT_TRUE(grid.MoveObject(from.values, to.values, object));
+        EXPECT_TRUE(grid.MoveObject(from.data(), to.data(), object));
         i_Remove(from, object);
         i_Add(to, object);
     }
@@ -81,7 +79,7 @@ public:
         Visit visit;
         visit.function = [](CAABBDynamicGrid::walkCallback* callback, CAABBDynamicGridCell* cell)
         { static_cast<Visit*>(callback)->cells.push_back(cell); };
-        onlyFilled ? grid.WalkAABBOnlyFilled(box.values, visit) : grid.WalkAABB(box.values, visit);
+        onlyFilled ? grid.WalkAABBOnlyFilled(box.data(), visit) : grid.WalkAABB(box.data(), visit);
         return visit.cells;
     }
 
@@ -125,13 +123,13 @@ Box RandomBox(test::Random& random)
     Box box{};
     for (std::size_t axis = 0; axis < 3; ++axis)
     {
-        box.values[axis] = random.Between(-15.0F, 45.0F);
-        box.values[axis + 3] = box.values[axis] + random.Between(0.0F, random.OneIn(8) ? 40.0F : 4.0F);
+        box[axis] = random.Between(-15.0F, 45.0F);
+        box[axis + 3] = box[axis] + random.Between(0.0F, random.OneIn(8) ? 40.0F : 4.0F);
         if (random.OneIn(4)) // on the faces of cells
-            box.values[axis] = std::round(box.values[axis]);
+            box[axis] = std::round(box[axis]);
     }
     if (random.OneIn(10))
-        box.values[random.Below(6U)] = random.Strange();
+        box[random.Below(6U)] = random.Strange();
     return box;
 }
 

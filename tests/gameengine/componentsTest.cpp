@@ -151,8 +151,7 @@ TEST_F(ComponentsTest, EditorNamesOfAnyLength)
 
 TEST_F(ComponentsTest, RuntimeDataRemembersTheFrame)
 {
-    const auto entity = m_scene.Make<ComponentRuntimeData>();
-    auto& data = *entity->Find<ComponentRuntimeData>();
+    auto& data = Make<ComponentRuntimeData>();
     data.UpdateLastVisibleFrame();
     EXPECT_FALSE(data.WasVisibleThisFrame()) << "no renderer";
 
@@ -163,7 +162,12 @@ TEST_F(ComponentsTest, RuntimeDataRemembersTheFrame)
                      EXPECT_EQ(message.first.GetObjectPointer<CEntityComponent>("CEntityComponent"), &data);
                      EXPECT_TRUE(message.second.IsEmpty());
                  });
-    const auto isVisible = [&](std::uint64_t drawnIn, std::uint64_t askedIn)
+    const std::uint64_t wrap = std::uint64_t{1} << 32;
+    const std::tuple<std::uint64_t, std::uint64_t, bool> cases[] = {
+        {100, 100, true},    {200, 201, true},           {300, 302, false},
+        {400, 399, false},   {wrap - 1, wrap, true},     {wrap + 5, wrap + 5, false},
+        {wrap + 5, 5, true}, {wrap + 7, wrap + 8, false}};
+    for (const auto& [drawnIn, askedIn, isVisible] : cases)
     {
         renderer.SetFrameNumber(drawnIn);
         data.UpdateLastVisibleFrame();
@@ -171,17 +175,8 @@ TEST_F(ComponentsTest, RuntimeDataRemembersTheFrame)
             data.UpdateLastVisibleFrame();
         EXPECT_THAT(m_log.Take(), ElementsAre("seen 0")) << "once a frame";
         renderer.SetFrameNumber(askedIn);
-        return data.WasVisibleThisFrame();
-    };
-    EXPECT_TRUE(isVisible(100, 100));
-    EXPECT_TRUE(isVisible(200, 201));
-    EXPECT_FALSE(isVisible(300, 302));
-    EXPECT_FALSE(isVisible(400, 399));
-    const std::uint64_t wrap = std::uint64_t{1} << 32;
-    EXPECT_TRUE(isVisible(wrap - 1, wrap));
-    EXPECT_FALSE(isVisible(wrap + 5, wrap + 5));
-    EXPECT_TRUE(isVisible(wrap + 5, 5));
-    EXPECT_FALSE(isVisible(wrap + 7, wrap + 8));
+        EXPECT_EQ(data.WasVisibleThisFrame(), isVisible) << drawnIn << ' ' << askedIn;
+    }
 }
 
 TEST_F(ComponentsTest, RuntimeDataOwnsItsPayloads)

@@ -9,6 +9,8 @@
 #include "support/quarters.h"
 #include "tamradeps/io/fileSystem.h"
 
+#include <tuple>
+
 using namespace gui;
 using test::kBlue;
 using test::kGreen;
@@ -25,12 +27,8 @@ constexpr Color kBlack = 0xFF000000;
 class Draw2DTest : public test::DeviceTest
 {
 protected:
-    void SetUp() override
+    void Prepare() override
     {
-        DeviceTest::SetUp();
-        if (IsSkipped())
-            return;
-        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
         m_target = renderer::CRenderTarget::Create(m_renderer, kWidth, kHeight);
         m_draw = std::make_unique<DrawI>(m_renderer);
         ASSERT_TRUE(m_target);
@@ -50,16 +48,10 @@ protected:
         const auto pixel = GetPixel(m_picture, x, y);
         return static_cast<Color>(pixel[0] | pixel[1] << 8 | pixel[2] << 16) | 0xFF000000;
     }
-    struct Place
+    void ExpectAt(std::initializer_list<std::tuple<int, int, Color>> places) const
     {
-        int x;
-        int y;
-        Color color;
-    };
-    void ExpectAt(std::initializer_list<Place> places) const
-    {
-        for (const Place& place : places)
-            EXPECT_EQ(At(place.x, place.y), place.color) << place.x << ", " << place.y;
+        for (const auto& [x, y, color] : places)
+            EXPECT_EQ(At(x, y), color) << x << ", " << y;
     }
     /// Pixels that are not black.
     int CountLit() const
@@ -331,18 +323,4 @@ TEST_F(Draw2DTest, MissingMaterialIsSaidOnce)
     testing::internal::GetCapturedStdout();
     GetFileSystem() = saved;
     EXPECT_EQ(CountLit(), 0);
-}
-
-TEST(Draw2D, MeasuresWithoutADevice)
-{
-    renderer::CRenderer renderer;
-    GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
-    const std::unique_ptr<Draw> draw = Draw::Create(renderer);
-    EXPECT_EQ(draw->GetTextWidth("abc", TFB_PIXEL), 18);
-    EXPECT_EQ(draw->GetLineHeight(11), 13);
-    draw->Text(0, 0, "abc", kWhite);
-    draw->FillRoundRect({0, 0, 50, 50}, 5, kWhite);
-    draw->RenderAll(kWidth, kHeight);
-    Image image;
-    EXPECT_FALSE(image.Create("textures/roundcorners.png"));
 }

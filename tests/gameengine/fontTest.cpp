@@ -1,10 +1,10 @@
 #include "gameengine/gui/draw2D/fontTable.h"
 #include "gameengine/gui/draw2D/latin1.h"
 #include "support/expectations.h"
-#include "support/system.h"
 #include "tamradeps/io/fileSystem.h"
 
 #include <memory>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -13,25 +13,6 @@ using namespace gui;
 
 namespace
 {
-/// Files are looked for in these folders alone until the end of the scope.
-class OnlyRoots
-{
-public:
-    explicit OnlyRoots(const std::string& root)
-    {
-        GetFileSystem() = CFileSystem();
-        GetFileSystem().AddRoot(root);
-    }
-    OnlyRoots(const OnlyRoots&) = delete;
-    OnlyRoots& operator=(const OnlyRoots&) = delete;
-    ~OnlyRoots() { GetFileSystem() = m_saved; }
-
-private:
-    CFileSystem m_saved = GetFileSystem();
-};
-
-const char* const kAssets = TAMRA_SOURCE_FOLDER "/assets";
-
 FontBody MakeBody()
 {
     FontBody body;
@@ -61,27 +42,13 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
 }
 } // namespace
 
+// Nor does a number have more digits than are written.
 TEST(Font, WrittenFilesAreReadBackEqual)
 {
-    const OnlyRoots roots(kAssets);
-    const FontTable fonts;
-    Font again;
-    for (const int bank : {0, 1, 2, 3})
-    {
-        const FontBody& body = fonts.Get(bank).GetBody();
-        std::string text;
-        ASSERT_TRUE(fonts.Get(bank).ConvertFontToAscii(text));
-        ASSERT_TRUE(again.CreateFromAscii("again", text));
-        EXPECT_EQ(again.GetBody().map, body.map);
-        EXPECT_EQ(again.GetBody().glyphs, body.glyphs);
-        EXPECT_EQ(again.GetBody().bitmap, body.bitmap);
-        EXPECT_EQ(again.GetFontSize(), body.fontSize);
-    }
-
-    // Nor does a number have more digits than are written.
     const std::string once = MakeText();
     std::string twice;
     Font made;
+    Font again;
     ASSERT_TRUE(made.Create(MakeBody()) && again.CreateFromAscii("again", once) && again.ConvertFontToAscii(twice));
     EXPECT_EQ(again.GetBody().glyphs, made.GetBody().glyphs);
     EXPECT_EQ(once, twice);
@@ -152,7 +119,7 @@ TEST(Font, UnsupportedSourcesLetGoOfTheFont)
 
 TEST(Font, PixelFontHasItsCharactersInOrder)
 {
-    const OnlyRoots roots(kAssets);
+    GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
     const FontTable fonts;
     const Font& font = fonts.Get(TFB_PIXEL);
     const std::string charset = "\x81"
@@ -172,7 +139,7 @@ TEST(Font, PixelFontHasItsCharactersInOrder)
 
 TEST(Font, MeasuresAndFindsCharacters)
 {
-    const OnlyRoots roots(kAssets);
+    GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
     const FontTable fonts;
     const Font& pixel = fonts.Get(TFB_PIXEL); // six pixels a character
     EXPECT_EQ(pixel.GetTextWidth("abc"), 18);
@@ -194,8 +161,7 @@ TEST(Font, MeasuresAndFindsCharacters)
 
 TEST(FontTable, MissingFilesArePrintedAndFallBackToThePixelFont)
 {
-    const test::TemporaryFolder folder;
-    const OnlyRoots roots(folder.Path(""));
+    const CFileSystem saved = std::exchange(GetFileSystem(), {});
     testing::internal::CaptureStdout();
     std::unique_ptr<FontTable> fonts;
     {
@@ -206,12 +172,12 @@ TEST(FontTable, MissingFilesArePrintedAndFallBackToThePixelFont)
               "assertion failed: myFontBank[TFB_CONSOLAS].Create(PREFIX_FOLDER \"fonts/consolas.fnt\")\n"
               "assertion failed: myFontBank[TFB_SEGOE].Create(PREFIX_FOLDER \"fonts/segoe_small.fnt\")\n"
               "assertion failed: myFontBank[TFB_SEGOE_16].Create(PREFIX_FOLDER \"fonts/segoe.fnt\")\n");
+    GetFileSystem() = saved;
     for (int bank = -3; bank < TFB_COUNT; ++bank)
         EXPECT_EQ(&fonts->Get(bank), &fonts->Get(TFB_PIXEL)) << bank;
     ASSERT_TRUE(fonts->Edit(11).Create(MakeBody()));
     EXPECT_EQ(fonts->Get(11).GetFontSize(), 13);
     EXPECT_NE(&fonts->Get(11), &fonts->Get(TFB_PIXEL));
     // The line goes to standard output, of which a death test sees nothing.
-    EXPECT_EXIT((dup2(2, 1), fonts->Get(TFB_COUNT)), test::IsAbort,
-                "assertion failed: bank >= 0 && bank < TFB_COUNT\n");
+    EXPECT_DEATH((dup2(2, 1), fonts->Get(TFB_COUNT)), "assertion failed: bank >= 0 && bank < TFB_COUNT\n");
 }

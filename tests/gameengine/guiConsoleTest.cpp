@@ -100,11 +100,7 @@ protected:
     bool m_answer = false;
 };
 
-struct Case
-{
-    const char* script;
-    const char* expected;
-};
+using Case = std::pair<const char*, const char*>; // what is played, and what comes of it
 
 TEST_F(GuiConsole, MessagesAndViewFollowTheRules)
 {
@@ -126,12 +122,12 @@ TEST_F(GuiConsole, MessagesAndViewFollowTheRules)
         {"add:30 active:1 key:266", "30 from 1, view 21 bottom 26"},
         {"add:30 active:1 key:268 key:267", "30 from 1, view 6 bottom 26"},
     };
-    for (const Case& test : kCases)
+    for (const auto& [script, expected] : kCases)
     {
         m_console.ClearMessages();
         m_added = 0;
-        Run(std::string("active:0 ") + test.script);
-        EXPECT_EQ(GetView(), test.expected) << test.script;
+        Run(std::string("active:0 ") + script);
+        EXPECT_EQ(GetView(), expected) << script;
     }
 }
 
@@ -159,13 +155,13 @@ TEST_F(GuiConsole, KeysAndFramesFollowTheRules)
         {"visible:1 active:1 frame:0.51 frame:0.51", "visible active captured cursor ''"},
         {"visible:1 active:1 frame:0.4 active:0 frame:1 active:1 frame:0.2", "visible active captured cursor ''"},
     };
-    for (const Case& test : kCases)
+    for (const auto& [script, expected] : kCases)
     {
         m_console.~CGuiConsole();
         new (&m_console) CGuiConsole(m_renderer);
         m_answer = false;
-        Run(test.script);
-        EXPECT_EQ(GetState(), test.expected) << test.script;
+        Run(script);
+        EXPECT_EQ(GetState(), expected) << script;
     }
     EXPECT_TRUE(m_renderer.GetInput().KeyChar('a')) << "it hears of the renderer's input";
 }
@@ -189,8 +185,8 @@ TEST_F(GuiConsole, ExecuteSplitsAtTheFirstSpace)
         {"go", "Unknown command."},
         {"Gone", "Unknown command."},
     };
-    for (const Case& test : kCases)
-        EXPECT_EQ(Execute(test.script), Lines{test.expected}) << '"' << test.script << '"';
+    for (const auto& [script, expected] : kCases)
+        EXPECT_EQ(Execute(script), Lines{expected}) << '"' << script << '"';
 
     Run("active:1 type:Go_x char:13");
     EXPECT_EQ(Take(), (Lines{"> Go x", "[Go][x]"}));
@@ -224,13 +220,13 @@ TEST_F(GuiConsole, TabAndArrowsRecallAndComplete)
         {"type:dr key:265 key:265 key:264 key:264 key:264", "dr"},
         {"key:265 type:x key:265 key:264", "twox"}, // what was changed is the new draft
     };
-    for (const Case& test : kCases)
+    for (const auto& [script, expected] : kCases)
     {
         m_console.SetInputActive(true);
         while (!m_console.GetInput().empty())
             m_console.OnKeyChar(8);
-        Run(test.script);
-        EXPECT_EQ(m_console.GetInput(), test.expected) << test.script;
+        Run(script);
+        EXPECT_EQ(m_console.GetInput(), expected) << script;
     }
     Take();
     for (int i = 0; i < 4; ++i)
@@ -276,8 +272,8 @@ TEST_F(GuiConsole, VariablesKeepTheirTypeAndRange)
         {"find zebra", "Nothing has \"zebra\" in its name or description."},
         {"help zebra", "[ERROR] There is no command or variable \"zebra\"."},
     };
-    for (const Case& test : kCases)
-        EXPECT_EQ(Execute(test.script), Lines{test.expected}) << test.script;
+    for (const auto& [script, expected] : kCases)
+        EXPECT_EQ(Execute(script), Lines{expected}) << script;
     EXPECT_EQ(variables.Get("speed", 9), 9) << "of another type";
 }
 
@@ -384,9 +380,7 @@ TEST_F(GuiConsole, TheLogComesInFromAllThreadsAndGoesOut)
     const test::TemporaryFolder folder;
     GetFileSystem().SetUserFolder(folder.Path(""));
     m_console.Execute("log.save l\xC3\xB6g.txt");
-    std::vector<std::byte> content;
-    EXPECT_TRUE(GetFileSystem().FileIn(folder.Path("l\xC3\xB6g.txt"), content));
-    EXPECT_EQ(content.size(), clipboard.size() + std::string("Copied 3 messages.\n").size());
+    EXPECT_EQ(test::ReadFile(folder.Path("l\xC3\xB6g.txt")), clipboard + "Copied 3 messages.\n");
     // A script, which may be somebody else's, writes nowhere but there.
     for (const std::string& name : {folder.Path("no.txt"), std::string("a/../../no.txt")})
     {
@@ -452,6 +446,7 @@ TEST(GameEngine, OwnsWhatThereIsOnce)
 {
     GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
     renderer::CRenderer renderer;
+    EXPECT_EQ(gui::Draw::Create(renderer)->GetTextWidth("abc", gui::TFB_PIXEL), 18) << "without a device too";
     EXPECT_EQ(CGuiConsole::Singleton(), nullptr);
     for (int round = 0; round < 2; ++round)
     {

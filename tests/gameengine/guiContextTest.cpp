@@ -3,9 +3,6 @@
 #include "support/guiFixture.h"
 #include "support/random.h"
 
-#include <string>
-#include <vector>
-
 using namespace gui;
 
 namespace

@@ -5,7 +5,7 @@
 #include "support/guiFixture.h"
 #include "support/random.h"
 
-#include <string>
+#include <tuple>
 
 using namespace gui;
 
@@ -33,21 +33,16 @@ TEST_F(GuiControls, ListsShareOutTheirRoom)
 {
     SetPlainStyle();
     auto* list = Add<GuiListH>(m_root, "list", {0, 0, 300, 50});
-    struct Case
-    {
-        GuiSizePolicy policy;
-        float preferred;
-        float minimum;
-    };
+    using Case = std::tuple<GuiSizePolicy, int, float>;
     const auto place = [&](std::initializer_list<Case> cases, int width)
     {
         while (list->GetChildCount() > 0)
             list->RemoveChild(list->GetChild(0));
-        for (const Case& entry : cases)
+        for (const auto& [policy, preferred, minimum] : cases)
         {
-            auto* label = Add<GuiLabel>(*list, "", {0, 0, static_cast<int>(entry.preferred), 20});
-            label->SetSizePolicy(entry.policy);
-            label->SetMinimumSize({entry.minimum, 0});
+            auto* label = Add<GuiLabel>(*list, "", {0, 0, preferred, 20});
+            label->SetSizePolicy(policy);
+            label->SetMinimumSize({minimum, 0});
         }
         list->SetRect(0, 0, width, 50);
         m_context->Update(0.01F);

@@ -2,13 +2,11 @@
 // and nothing that callbacks do meanwhile brings them down. TAMRA_GUI_EVENTS sets how many inputs that is tried with.
 
 #include "gameengine/gui/guiWidget/guiAutomation.h"
-#include "gameengine/gui/guiWidget/guiContext.h"
-#include "gameengine/gui/guiWidget/guiKey.h"
-#include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "gameengine/gui/guiWidget/guiWindow.h"
 #include "support/expectations.h"
+#include "support/guiFixture.h"
 #include "support/random.h"
 #include "support/recordingPictures.h"
 
@@ -16,9 +14,6 @@
 #include <cstdlib>
 #include <iterator>
 #include <set>
-#include <utility>
-
-#include <gtest/gtest.h>
 
 using namespace gui;
 
@@ -37,24 +32,16 @@ std::vector<GuiWidget*> Collect(GuiWidget& root)
     return widgets;
 }
 
-std::string Describe(const GuiWidget& widget)
-{
-    std::string text = std::string(widget.GetTypeString()) + " \"" + widget.GetId() + "\"";
-    for (const int number : {widget.GetRect().x, widget.GetRect().y, widget.GetRect().w, widget.GetRect().h})
-        text += " " + std::to_string(number);
-    return text;
-}
-
-class Gallery : public testing::Test
+class Gallery : public test::GuiTest<test::RecordingPictures>
 {
 protected:
     Gallery() { Restart("gallery.gui"); }
 
     void Restart(const std::string& name)
     {
-        while (Root().GetChildCount() > 0)
-            Root().GetChild(0)->DestroySelf();
-        ASSERT_TRUE(LoadWidgetFile(Root(), TAMRA_SOURCE_FOLDER "/assets/gui/" + name));
+        while (m_root.GetChildCount() > 0)
+            m_root.GetChild(0)->DestroySelf();
+        ASSERT_TRUE(LoadWidgetFile(m_root, TAMRA_SOURCE_FOLDER "/assets/gui/" + name));
     }
     void Show(int width, int height)
     {
@@ -63,10 +50,6 @@ protected:
         m_draw.calls.clear();
         m_context->Render(width, height);
     }
-    GuiFreeLayout& Root() { return m_context->GetRoot(); }
-
-    test::RecordingPictures m_draw;
-    std::unique_ptr<GuiContext> m_context = GuiContext::Create(m_draw);
 };
 
 // Nothing lies over or outside of something else: the mouse reaches all of it, in every size, and once more.
@@ -81,10 +64,11 @@ TEST_F(Gallery, CanBeReachedAsCanTheOtherWindows)
         {
             Show(width, height);
             EXPECT_EQ(m_draw.clips, 0);
-            for (GuiWidget* widget : Collect(Root()))
+            for (GuiWidget* widget : Collect(m_root))
             {
                 const bool isEmpty = widget->GetRect().w * widget->GetRect().h == 0;
-                EXPECT_TRUE(widget->AsLayout() || isEmpty || user.MoveTo(*widget)) << Describe(*widget);
+                EXPECT_TRUE(widget->AsLayout() || isEmpty || user.MoveTo(*widget))
+                    << widget->GetTypeString() << ' ' << widget->GetId();
             }
             m_context->Update(0.1F);
             EXPECT_EQ(m_context->GetLayoutCount(), 0);
@@ -96,14 +80,12 @@ TEST_F(Gallery, CanBeReachedAsCanTheOtherWindows)
 }
 
 // Plays a user out of his mind, and a program that changes everything in answer to him.
-class Storm : public Gallery, public GuiCallback
+class Storm : public Gallery
 {
 protected:
-    Storm() { Root().SetCallback(this); }
-
     bool OnGuiEvent(const char*, const GuiEvent& event) override
     {
-        ++m_heard;
+        ++m_events;
         if (event.source && m_random.OneIn(40))
             event.source->DestroySelf();
         for (int i = m_random.Below(3); i > 0; --i)
@@ -115,9 +97,9 @@ protected:
 
     GuiWidget* PickWidget()
     {
-        const std::vector<GuiWidget*> widgets = Collect(Root());
+        const std::vector<GuiWidget*> widgets = Collect(m_root);
         GuiWidget* const widget = widgets[m_random.Below(widgets.size())];
-        return widget == &Root() ? nullptr : widget;
+        return widget == &m_root ? nullptr : widget;
     }
 
     void ChangeSomething()
@@ -158,7 +140,7 @@ protected:
             layout = place.GetParent()->AsLayout();
         const GuiWidget* const model = PickWidget();
         GuiStream stream;
-        if (!layout || !model || layout->GetDepth() > 12 || Collect(Root()).size() > kMostWidgets ||
+        if (!layout || !model || layout->GetDepth() > 12 || Collect(m_root).size() > kMostWidgets ||
             !model->Save(stream))
             return;
         GuiStream copy(stream.GetData());
@@ -241,7 +223,7 @@ protected:
 
     void Check()
     {
-        const std::vector<GuiWidget*> widgets = Collect(Root());
+        const std::vector<GuiWidget*> widgets = Collect(m_root);
         const std::set<GuiWidget*> alive(widgets.begin(), widgets.end());
         for (GuiWidget* widget :
              {m_context->GetHoverWidget(), m_context->GetFocusWidget(), m_context->GetInputWidget()})
@@ -258,7 +240,7 @@ protected:
     void Mend()
     {
         ChangeSomething();
-        for (GuiWidget* widget : Collect(Root()))
+        for (GuiWidget* widget : Collect(m_root))
         {
             widget->SetVisible(true);
             widget->SetLocked(false);
@@ -276,7 +258,7 @@ protected:
         m_context->PushKeyRelease(kGuiKeyEscape);
         m_context->Update(0.016F);
         const GuiWidget* const input = m_context->GetInputWidget();
-        ASSERT_TRUE(!input) << Describe(*input);
+        ASSERT_TRUE(!input) << input->GetTypeString() << ' ' << input->GetId();
         // With the last events heard, there is nothing to be placed any more.
         for (int pass = 0; pass < 4; ++pass)
             m_context->Update(0.0F);
@@ -286,7 +268,7 @@ protected:
     test::Random m_random{20};
     int m_width = kWidth;
     int m_height = kHeight;
-    std::size_t m_heard = 0;
+    std::size_t m_events = 0;
 };
 
 TEST_F(Storm, IsWeathered)
@@ -310,14 +292,14 @@ TEST_F(Storm, IsWeathered)
             LetGo();
         if (m_random.OneIn(300))
             Mend();
-        if (m_random.OneIn(3000) || Collect(Root()).size() < 20)
+        if (m_random.OneIn(3000) || Collect(m_root).size() < 20)
         {
             Restart("gallery.gui");
             m_width = kWidth;
             m_height = kHeight;
         }
     }
-    EXPECT_GT(m_heard, static_cast<std::size_t>(count / 20));
-    RecordProperty("events", std::to_string(m_heard));
+    EXPECT_GT(m_events, static_cast<std::size_t>(count / 20));
+    RecordProperty("events", std::to_string(m_events));
 }
 } // namespace

@@ -6,8 +6,6 @@
 #include "support/guiFixture.h"
 #include "tamraengine/renderer/input.h"
 
-#include <string>
-
 using namespace gui;
 
 // Widgets in numbers and in states that nobody makes by hand.
@@ -41,17 +39,19 @@ std::string Radio(int group, const std::string& id)
     return "GWT_RADIOBUTTON \"\" " + std::to_string(group) + " 0 1 \"" + id + "\" 0 0 9 9 NONE NONE 0 0 0\n";
 }
 
-TEST_F(GuiHostileTest, OfOutermostRadioButtonsTheLastOneStaysSelected)
+TEST_F(GuiHostileTest, OfAGroupTheLastSelectedRadioButtonIs)
 {
-    for (const std::string& text : {Radio(1, "a") + Radio(1, "b") + Radio(2, "c"), Radio(2, "d")})
+    for (const std::string& text : {Radio(1, "a") + Radio(1, "b") + Radio(2, "c"), Radio(2, "d"),
+                                    "GWT_FREELAYOUT \"\" 1 2 3 4 NONE NONE 0 0 0\n\t" + Radio(1, "e") + '\t' +
+                                        Radio(2, "f") + '\t' + Radio(1, "g")})
     {
         GuiStream stream(text);
         ASSERT_TRUE(ReadWidgets(m_root, stream));
     }
     std::string selected;
-    for (std::size_t i = 0; i < m_root.GetChildCount(); ++i)
-        selected += static_cast<GuiRadioButton*>(m_root.GetChild(i))->IsSelected() ? 'x' : '-';
-    EXPECT_EQ(selected, "-x-x");
+    for (const char* id : {"a", "b", "c", "d", "e", "f", "g"})
+        selected += static_cast<GuiRadioButton*>(m_root.FindChild(id))->IsSelected() ? 'x' : '-';
+    EXPECT_EQ(selected, "-x-x-xx");
 }
 
 TEST_F(GuiHostileTest, AModalAndAnEventForgetAWidgetThatIsGone)

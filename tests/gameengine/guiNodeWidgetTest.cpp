@@ -9,8 +9,7 @@
 #include <algorithm>
 #include <functional>
 #include <map>
-#include <string>
-#include <utility>
+#include <tuple>
 
 using namespace gui;
 
@@ -149,13 +148,8 @@ TEST(GuiNodeGraph, AgreesWithTheSlowWayAndRoundTrips)
 TEST(GuiNodeGraph, ReadsTextsOfAnyKind)
 {
     const std::string long255(255, 'x');
-    const struct
-    {
-        std::string text;
-        std::size_t faults;
-        std::string first;
-        std::string written;
-    } cases[] = {
+    // The number of faults, the first of them, and what was understood.
+    const std::tuple<std::string, std::size_t, std::string, std::string> cases[] = {
         {"", 0, "", ""},
         {";;v 0 0 100;", 0, "", ""},
         {"v -20 7 75;a;n 1 2 -3 a%20%25%3B%0A%22%5C,b%00 i,,%2C o;l 0 0 0 1", 1, "a link that closes a loop",
@@ -172,14 +166,14 @@ TEST(GuiNodeGraph, ReadsTextsOfAnyKind)
         {"n 0 0 0 a " + std::string(255, ',') + " -;n 0 0 0 a " + std::string(255, ',') + " b", 1,
          "n 0 0 0 a " + std::string(255, ',') + " b", "n 0 0 0 a " + std::string(255, ',') + " -"},
     };
-    for (const auto& entry : cases)
+    for (const auto& [text, faults, firstFault, written] : cases)
     {
         GuiNodeGraph graph;
         graph.AddNode("before", {}, {}, {});
         std::string first;
-        EXPECT_EQ(graph.ReadText(entry.text, &first), entry.faults) << entry.text;
-        EXPECT_EQ(first, entry.first);
-        EXPECT_EQ(graph.WriteText(), entry.written);
+        EXPECT_EQ(graph.ReadText(text, &first), faults) << text;
+        EXPECT_EQ(first, firstFault);
+        EXPECT_EQ(graph.WriteText(), written);
     }
 }
 
@@ -355,12 +349,8 @@ TEST_F(GuiNodes, LinkByDragging)
     EXPECT_EQ(Release(), "");
     EXPECT_EQ(Drag(s, nothing), "unlinked0");
     EXPECT_EQ(Graph().GetLinkCount(), 1U);
-    // Loops.
-    EXPECT_EQ(Drag(r, a), "linked0");
-    EXPECT_EQ(Drag(a, nothing), "unlinked0");
     m_widget->EditGraph().SetRefusesLoops(true);
-    EXPECT_EQ(Drag(r, a) + Drag(a, r), "");
-    EXPECT_EQ(Drag(r, s), "linked0");
+    EXPECT_EQ(Drag(r, s) + Drag(r, a), "linked0");
     // The pins that would take it are marked, and only what can be seen is drawn.
     const auto countTargets = [this]
     {

@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <random>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -10,29 +11,23 @@ namespace
 using gui::GuiStream;
 
 // Every read against its text: whether it succeeds, what it gives (the text form), and where the cursor stops.
-struct ReadCase
-{
-    std::string text;
-    bool good;
-    std::string value;
-    int position;
-};
+using ReadCase = std::tuple<std::string, bool, std::string, int>;
 
 template <class T, class Read>
 void CheckReads(std::initializer_list<ReadCase> cases, T initial, Read read)
 {
-    for (const ReadCase& c : cases)
+    for (const auto& [text, isGood, expected, position] : cases)
     {
-        GuiStream stream(c.text);
+        GuiStream stream(text);
         T value = initial;
         const bool good = (stream.*read)(value);
-        EXPECT_EQ(good, c.good) << c.text;
+        EXPECT_EQ(good, isGood) << text;
         if constexpr (std::is_same_v<T, std::string>)
-            EXPECT_EQ(value, c.good ? c.value : initial) << c.text;
+            EXPECT_EQ(value, isGood ? expected : initial) << text;
         else
-            EXPECT_EQ(value, c.good ? static_cast<T>(std::stod(c.value)) : initial) << c.text;
-        EXPECT_EQ(stream.GetDataPosition(), c.position) << c.text;
-        EXPECT_EQ(stream.GetFaultPosition() >= 0, !c.good) << c.text;
+            EXPECT_EQ(value, isGood ? static_cast<T>(std::stod(expected)) : initial) << text;
+        EXPECT_EQ(stream.GetDataPosition(), position) << text;
+        EXPECT_EQ(stream.GetFaultPosition() >= 0, !isGood) << text;
     }
 }
 

@@ -6,6 +6,7 @@
 #include <limits>
 #include <map>
 #include <sstream>
+#include <tuple>
 
 using namespace gui;
 
@@ -105,15 +106,8 @@ std::string Show(const GuiTextEdit& edit)
 
 TEST_F(GuiTextEdits, LineTakesTheKeyboard)
 {
-    const struct
-    {
-        const char* text;
-        unsigned flags;
-        std::size_t length;
-        const char* script;
-        const char* shown;
-        const char* events;
-    } cases[] = {
+    // Text, flags, and largest length before; then what is played, and what is shown and told of afterwards.
+    const std::tuple<const char*, unsigned, std::size_t, const char*, const char*, const char*> cases[] = {
         {"one", 0, 0, "'x", "x|", "13:1"}, // everything is selected when the focus comes
         {"one", 0, 0, "End '_two C-Left 'a C-Z", "one |two", "13:4 13:5 13:6 13:7 13:8 13:7"},
         {"one two", 0, 0, "End C-Backspace Home Delete C-Z C-Z C-Z C-Y C-S-Z", "|ne ", "13:4 13:3 13:4 13:7 13:4 13:3"},
@@ -126,17 +120,17 @@ TEST_F(GuiTextEdits, LineTakesTheKeyboard)
         {"pass word", kTextPassword, 0, "C-C C-X End C-V C-Left C-Delete", "|", "13:0"},
         {"a", 0, 0, "End C-B '\xE9\x7F\x81\t Enter", "a\xE9|", "13:2 14:2 15:2!"},
     };
-    for (const auto& c : cases)
+    for (const auto& [text, flags, length, script, shown, events] : cases)
     {
         auto& line = Add<GuiTextEditLine>({10, 10, 100, 20});
-        line.SetText(c.text);
-        line.SetFlags(c.flags);
-        line.SetMaxLength(c.length);
+        line.SetText(text);
+        line.SetFlags(flags);
+        line.SetMaxLength(length);
         m_context->SetClipboard("");
         m_context->GrabFocus(&line);
-        Play(c.script);
-        EXPECT_EQ(Show(line), c.shown) << c.script;
-        EXPECT_EQ(Take(), c.events) << c.script;
+        Play(script);
+        EXPECT_EQ(Show(line), shown) << script;
+        EXPECT_EQ(Take(), events) << script;
         line.DestroySelf();
     }
     auto& line = Add<GuiTextEditLine>({10, 10, 100, 20});

@@ -1,14 +1,13 @@
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 
-#include "gameengine/gui/guiWidget/guiButton.h"
 #include "gameengine/gui/guiWidget/guiContext.h"
 #include "gameengine/gui/guiWidget/guiLayout.h"
 #include "gameengine/gui/guiWidget/guiStream.h"
 #include "support/expectations.h"
+#include "support/files.h"
 #include "support/recordingDraw.h"
-#include "tamradeps/io/fileSystem.h"
 
-#include <fstream>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -43,12 +42,8 @@ TEST_F(GuiWidgetFile, LeavesOutDamagedLinesAndGoesOn)
 {
     const std::string a = Line(0, "a");
     const std::string slider = Line(1, "x", "NONE NONE 0 0 0", "GWT_SLIDER");
-    const struct
-    {
-        std::string text;
-        std::string ids;
-        std::string faults; // line, column and word of each, with a ! for a line that is left out
-    } cases[] = {
+    // What is left, and of each fault line, column and word, with a ! for a line that is left out.
+    const std::tuple<std::string, std::string, std::string> cases[] = {
         {a + "\r\n\n \t\n" + Line(1, "b") + Line(0, "c"), "a b c", ""},
         {"\xEF\xBB\xBF" + Line(3, "a") + Line(4, "b") + Line(1, "c"), "a b c", ""},
         {a + slider + Line(2, "x") + Line(1, "b"), "a b", "2:2 GWT_SLIDER!"},
@@ -67,21 +62,24 @@ TEST_F(GuiWidgetFile, LeavesOutDamagedLinesAndGoesOn)
         {Line(0, "a", "LEFT|UP NONE 0 0 0") + Line(0, "b", "NONE MIDDLE 0 zero 0"), "a b", "1:30 LEFT|UP 2:35 MIDDLE"},
         {std::string(2000, 'x') + "\x1b \"\n", "", "1:1 " + std::string(60, 'x') + "...!"},
         {"", "", ""},
+        {"GWT_LISTBOX 1 \"a\" 1 0 \"x\" 1 2 30 40 LEFT|TOP NONE 3 3 0\n", "x", "1:19 1"}, // there is no item 1
+        {"GWT_DROPLIST 1 \"a\" -2 \"x\" 1 2 30 40 LEFT|TOP NONE 3 3 0\n", "x", "1:20 -2"},
+        {"GWT_LISTBOX 1 \"a\" 0 \"x\" 1 2 30 40 LEFT|TOP NONE 3 3 0\n", "", "1:21 \"x\"!"}, // no flag
     };
-    for (const auto& c : cases)
+    for (const auto& [text, left, expected] : cases)
     {
         m_context = gui::GuiContext::Create(m_draw);
-        GuiStream stream(c.text);
+        GuiStream stream(text);
         std::vector<gui::GuiReadFault> faults;
         testing::internal::CaptureStdout();
-        EXPECT_EQ(gui::ReadWidgets(Root(), stream, &faults), c.faults.empty()) << c.text;
+        EXPECT_EQ(gui::ReadWidgets(Root(), stream, &faults), expected.empty()) << text;
         testing::internal::GetCapturedStdout();
         std::string found;
         for (const gui::GuiReadFault& fault : faults)
             found.append(found.empty() ? "" : " ")
                 .append(std::to_string(fault.line) + ":" + std::to_string(fault.column) + " ")
                 .append(fault.word + (fault.leftOut ? "!" : ""));
-        EXPECT_EQ(found, c.faults) << c.text;
+        EXPECT_EQ(found, expected) << text;
         std::string ids;
         gui::IterateOverWidgets(
             Root(),
@@ -92,22 +90,8 @@ TEST_F(GuiWidgetFile, LeavesOutDamagedLinesAndGoesOn)
                         (static_cast<std::string*>(user)->empty() ? "" : " ") + widget.GetId();
             },
             &ids);
-        EXPECT_EQ(ids, c.ids) << c.text;
+        EXPECT_EQ(ids, left) << text;
     }
-}
-
-TEST_F(GuiWidgetFile, OfAGroupTheLastSelectedButtonIs)
-{
-    std::string text = Line(0, "layout");
-    for (const char* const button : {"1 0 1", "2 1 1", "1 2 1", "1 3 0"})
-        text.append("\tGWT_RADIOBUTTON \"r\" ").append(button).append(" \"r\" 0 0 9 9 NONE NONE 0 0 0\n");
-    GuiStream stream(text);
-    ASSERT_TRUE(gui::ReadWidgets(Root(), stream, nullptr));
-    std::string selected;
-    for (std::size_t i = 0; i < 4; ++i)
-        selected +=
-            static_cast<gui::GuiRadioButton*>(Root().GetChild(0)->AsLayout()->GetChild(i))->IsSelected() ? 'x' : '-';
-    EXPECT_EQ(selected, "-xx-");
 }
 
 TEST_F(GuiWidgetFile, AnUnknownTypeIsPrintedAndTheCursorStays)
@@ -143,7 +127,7 @@ TEST_F(GuiWidgetFile, LogsFileLineAndWordAndKeepsTheOldFileOnFailure)
 {
     const test::TemporaryFolder folder;
     const std::string path = folder.Path("tree.gui");
-    std::ofstream(path) << Line(0, "a") << Line(1, "x", "", "GWT_NOTHING") << Line(1, "b", "TOP NONE 0 ? 0");
+    test::WriteFile(path, Line(0, "a") + Line(1, "x", "", "GWT_NOTHING") + Line(1, "b", "TOP NONE 0 ? 0"));
     {
         const test::ExpectLog expected{"tree.gui:2:2: \"GWT_NOTHING\"", "tree.gui:3:42: \"?\""};
         testing::internal::CaptureStdout();
@@ -163,9 +147,7 @@ TEST_F(GuiWidgetFile, LogsFileLineAndWordAndKeepsTheOldFileOnFailure)
     EXPECT_TRUE(gui::ReadWidgets(Root(), stream));
     const test::ExpectLog expected{"nested too deeply", "missing.gui"};
     EXPECT_FALSE(gui::SaveWidgetFile(Root(), path)); // the root is one level more
-    std::vector<std::byte> content;
-    EXPECT_TRUE(GetFileSystem().FileIn(path, content));
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(content.data()), content.size()), written);
+    EXPECT_EQ(test::ReadFile(path), written);
     EXPECT_FALSE(gui::LoadWidgetFile(Root(), folder.Path("missing.gui")));
 }
 } // namespace

@@ -7,7 +7,7 @@
 #include "gameengine/gui/guiWidget/guiWidgetFile.h"
 #include "support/guiFixture.h"
 
-#include <string>
+#include <tuple>
 
 using namespace gui;
 
@@ -22,13 +22,8 @@ TEST_F(GuiWindows, MoveAndResizeWithinBounds)
     auto* window = Add<GuiWindow>(m_root, "w", start);
     window->SetMinimumSize({70, 30});
     window->SetMaximumSize({300, 0});
-    const struct
-    {
-        Vec2<int> from;
-        Vec2<int> by;
-        GuiRecti after;
-        GuiCursor cursor;
-    } cases[] = {
+    // From where the mouse is dragged, how far, what becomes of the window, and the cursor at first.
+    const std::tuple<Vec2<int>, Vec2<int>, GuiRecti, GuiCursor> cases[] = {
         {{130, 110}, {30, 20}, {130, 120, 100, 80}, GuiCursor::Arrow},
         {{130, 110}, {-999, -999}, {-36, 0, 100, 80}, GuiCursor::Arrow}, // 64 pixels of the title bar stay
         {{130, 110}, {999, 999}, {336, 278, 100, 80}, GuiCursor::Arrow},
@@ -44,29 +39,29 @@ TEST_F(GuiWindows, MoveAndResizeWithinBounds)
         {{102, 178}, {-10, 20}, {90, 100, 110, 100}, GuiCursor::SizeDiagonalUp},
         {{150, 150}, {9, 9}, start, GuiCursor::Arrow},
     };
-    for (const auto& entry : cases)
+    for (const auto& [from, by, after, cursor] : cases)
     {
-        SCOPED_TRACE(testing::PrintToString(&entry - cases));
-        const Vec2<int> end{entry.from.x + entry.by.x, entry.from.y + entry.by.y};
+        SCOPED_TRACE(testing::Message() << from.x << ", " << from.y << " by " << by.x << ", " << by.y);
+        const Vec2<int> end{from.x + by.x, from.y + by.y};
         window->SetRect(start);
-        Move(entry.from);
-        EXPECT_EQ(m_context->GetCursor(), entry.cursor);
-        Press(entry.from);
+        Move(from);
+        EXPECT_EQ(m_context->GetCursor(), cursor);
+        Press(from);
         Move({150, 150});
         Move(end);
-        EXPECT_EQ(window->GetRect(), entry.after);
+        EXPECT_EQ(window->GetRect(), after);
         // Taken back, and done in one step.
         Key(kGuiKeyEscape);
         EXPECT_EQ(window->GetRect(), start);
         window->SetVisible(true); // where nothing was under way, Escape closed it
         Release();
-        Press(entry.from);
+        Press(from);
         m_context->SetMousePos(end.x, end.y);
         Release();
-        EXPECT_EQ(window->GetRect(), entry.after);
+        EXPECT_EQ(window->GetRect(), after);
         window->SetFlags(0);
         window->SetRect(start);
-        Press(entry.from);
+        Press(from);
         Move(end);
         Release();
         EXPECT_EQ(window->GetRect(), start);
@@ -126,6 +121,10 @@ TEST_F(GuiWindows, ComeToTheFrontAndClose)
     Click({30, 50});
     EXPECT_EQ(Key(kGuiKeyEscape), "low20:0");
     EXPECT_TRUE(low->IsVisible());
+    button->SetLocked(true);
+    m_context->GrabFocus(button);
+    EXPECT_EQ(Key(kGuiKeyEscape), "low20:0") << "around a locked control";
+    button->SetLocked(false);
     Press({99, 20});
     Move({80, 50});
     EXPECT_EQ(Release(), "");

@@ -4,16 +4,13 @@
 #include "support/occlusionScene.h"
 
 #include <cstring>
-#include <set>
 
 using namespace renderer;
 using collision::PrimAABB;
 
 namespace
 {
-class OcclusionGpu : public test::OcclusionSceneTest
-{
-};
+using OcclusionGpu = test::OcclusionSceneTest;
 
 TEST_F(OcclusionGpu, BruteforceIsOnePassLate)
 {

@@ -19,10 +19,7 @@ using Culler = COcclusionAABBSoftwareHierarchicalZ;
 
 namespace
 {
-struct Triangle
-{
-    CVector3 corners[3];
-};
+using Triangle = std::array<CVector3, 3>;
 
 struct Scene
 {
@@ -127,7 +124,7 @@ private:
         Vector corners[3];
         for (std::size_t i = 0; i < 3; ++i)
         {
-            const CVector3 corner = triangle.corners[i];
+            const CVector3 corner = triangle[i];
             corners[i] = {corner.x - start[0], corner.y - start[1], corner.z - start[2]};
         }
         Vector normal = {};
@@ -187,10 +184,10 @@ Scene RandomScene(std::uint64_t seed)
     for (int i = 0; i < 12; ++i)
     {
         Triangle triangle;
-        for (CVector3& corner : triangle.corners)
+        for (CVector3& corner : triangle)
             corner = RandomBox(random, middle, reach, size).GetMin();
         if (i % 2 == 1) // a quad's second half, flat or not
-            triangle.corners[random.Below(3)] = scene.triangles.back().corners[random.Below(3)];
+            triangle[random.Below(3)] = scene.triangles.back()[random.Below(3)];
         scene.triangles.push_back(triangle);
     }
     // Those that hide must not hide themselves, nor what looks out of them by a hair.
@@ -250,7 +247,7 @@ protected:
         std::vector<std::uint32_t> indices;
         for (const Triangle& triangle : scene.triangles)
         {
-            for (const CVector3& corner : triangle.corners)
+            for (const CVector3& corner : triangle)
             {
                 const auto known = std::find(positions.begin(), positions.end(), corner);
                 indices.push_back(static_cast<std::uint32_t>(known - positions.begin()));
@@ -451,7 +448,7 @@ TEST_F(OcclusionSoftware, SurvivesHostileNumbers)
         for (int i = 0; i < 8; ++i)
         {
             Triangle triangle;
-            for (CVector3& corner : triangle.corners)
+            for (CVector3& corner : triangle)
                 corner = {random.OneIn(9) ? 3.0F : random.Strange(), random.Between(-9, 9), random.Between(-9, 9)};
             scene.triangles.push_back(triangle);
         }

@@ -3,7 +3,6 @@
 #include "gameengine/engine/occlusionAABBTree.h"
 #include "support/occlusionScene.h"
 
-#include <cstdio>
 #include <string>
 
 namespace
@@ -60,7 +59,6 @@ TEST_F(OcclusionTree, FindsInTimeWhatComesOutOfHiding)
         const double share = Watch(culler, isLong ? kGonePasses : 9, random.OneIn(2));
         kept += isLong ? share / 6 : 0.0;
     }
-    std::printf("keeps %.1f %% of what does not show\n", kept * 100);
     EXPECT_LT(kept, 0.35);
 }
 
@@ -103,7 +101,6 @@ TEST_F(OcclusionTree, AsksLittleInATown)
         Pass(culler);
         most = std::max(most, culler.GetQueryCount() / static_cast<double>(CountInFrustum()));
     }
-    std::printf("asks about at most %.3f of the boxes in the frustum\n", most);
     EXPECT_LT(most, 0.1);
 }
 

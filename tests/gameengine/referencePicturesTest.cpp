@@ -9,7 +9,6 @@
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
 #include "support/quarters.h"
-#include "tamradeps/io/fileSystem.h"
 #include "tamraengine/renderer/imageDecoder.h"
 #include "tamraengine/renderer/imageEncoder.h"
 
@@ -32,14 +31,7 @@ constexpr std::size_t kOneIn = 1000;
 class ReferencePictures : public test::DeviceTest
 {
 protected:
-    void SetUp() override
-    {
-        DeviceTest::SetUp();
-        if (IsSkipped())
-            return;
-        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
-        m_draw = std::make_unique<DrawI>(m_renderer);
-    }
+    void Prepare() override { m_draw = std::make_unique<DrawI>(m_renderer); }
 
     /// `draw` is called with the target bound, before what was drawn is sent.
     void Compare(const std::string& name, int width, int height, auto draw)

@@ -2,10 +2,8 @@
 #include "gameengine/engine/componentRuntimeData.h"
 #include "gameengine/engine/sceneStreamer.h"
 #include "support/storageFixture.h"
-#include "tamradeps/udb/udbGroup.h"
 
 #include <array>
-#include <deque>
 #include <filesystem>
 #include <limits>
 #include <memory>

@@ -24,8 +24,8 @@
 #include "gameengine/gui/guiWidget/guiNodeWidget.h"
 #include "gameengine/gui/guiWidget/guiSlider.h"
 #include "gameengine/gui/guiWidget/guiTextEdit.h"
+#include "support/files.h"
 #include "tamradeps/core/log.h"
-#include "tamradeps/io/fileSystem.h"
 #include "tamraengine/renderer/input.h"
 
 #include <cstdlib>
@@ -204,9 +204,7 @@ TEST(VirtualSlots, StayWhereOtherModulesCallThem)
     DescribeEngine(now);
     DescribeGui(now);
     DescribeBelow(now);
-    std::vector<std::byte> bytes;
-    ASSERT_TRUE(GetFileSystem().FileIn(TAMRA_SOURCE_FOLDER "/tests/gameengine/virtualSlots.txt", bytes));
-    EXPECT_EQ(now.str(), std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()))
+    EXPECT_EQ(now.str(), test::ReadFile(TAMRA_SOURCE_FOLDER "/tests/gameengine/virtualSlots.txt"))
         << "The table of this build:\n"
         << now.str();
 }

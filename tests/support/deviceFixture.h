@@ -1,6 +1,7 @@
 #pragma once
 
 #include "corvex/context.h"
+#include "tamradeps/io/fileSystem.h"
 #include "tamraengine/renderer/program.h"
 #include "tamraengine/renderer/renderTarget.h"
 #include "tamraengine/renderer/renderer.h"
@@ -24,7 +25,11 @@ protected:
             GTEST_SKIP() << "there is no off-screen context";
         ASSERT_TRUE(GetContext()->MakeCurrent());
         ASSERT_TRUE(m_renderer.InitializeDevice());
+        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
+        Prepare();
     }
+    /// What tests need besides, when there is a device.
+    virtual void Prepare() {}
 
     static COffscreenContext* GetContext()
     {

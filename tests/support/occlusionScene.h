@@ -4,7 +4,6 @@
 #include "support/deviceFixture.h"
 #include "support/occlusionReference.h"
 #include "support/random.h"
-#include "tamradeps/io/fileSystem.h"
 
 #include <algorithm>
 #include <set>
@@ -21,12 +20,8 @@ protected:
     static constexpr int kWidth = 96;
     static constexpr int kHeight = 54;
 
-    void SetUp() override
+    void Prepare() override
     {
-        DeviceTest::SetUp();
-        if (IsSkipped())
-            return;
-        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
         m_target = renderer::CRenderTarget::Create(m_renderer, kWidth, kHeight);
         m_program =
             renderer::CProgram::CreateFromText(m_renderer,

@@ -6,8 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
-#include <optional>
 
 #if !defined(_WIN32)
 #include <sys/wait.h>
@@ -18,9 +16,9 @@ namespace test
 namespace
 {
 #if defined(_WIN32)
-void SetVariable(const std::string& name, const char* value)
+std::string Assign(const std::string& variable)
 {
-    _putenv((name + "=" + (value ? value : "")).c_str());
+    return "set " + variable + (variable.find('=') == std::string::npos ? "=" : "") + "&& ";
 }
 
 int Run(const std::string& command)
@@ -29,12 +27,9 @@ int Run(const std::string& command)
     return std::system(("\"" + command + "\"").c_str());
 }
 #else
-void SetVariable(const std::string& name, const char* value)
+std::string Assign(const std::string& variable)
 {
-    if (value)
-        setenv(name.c_str(), value, 1);
-    else
-        unsetenv(name.c_str());
+    return (variable.find('=') == std::string::npos ? "env -u " : "env ") + variable + " ";
 }
 
 int Run(const std::string& command)
@@ -43,25 +38,6 @@ int Run(const std::string& command)
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 #endif
-
-// A variable of the environment that has another value until the end of the scope.
-class Variable
-{
-public:
-    explicit Variable(const std::string& assignment) : m_name(assignment.substr(0, assignment.find('=')))
-    {
-        if (const char* const value = std::getenv(m_name.c_str()))
-            m_before = value;
-        SetVariable(m_name, m_name == assignment ? nullptr : assignment.c_str() + m_name.size() + 1);
-    }
-    Variable(const Variable&) = delete;
-    Variable& operator=(const Variable&) = delete;
-    ~Variable() { SetVariable(m_name, m_before ? m_before->c_str() : nullptr); }
-
-private:
-    std::string m_name;
-    std::optional<std::string> m_before;
-};
 
 std::string ReadAll(const std::string& path)
 {
@@ -75,17 +51,17 @@ ProgramResult RunProgram(const std::string& name, const std::string& arguments, 
                          const std::vector<std::string>& environment)
 {
     namespace fs = std::filesystem;
-    std::vector<std::unique_ptr<Variable>> variables;
-    for (const std::string& assignment : environment)
-        variables.push_back(std::make_unique<Variable>(assignment));
+    std::string command;
+    for (const std::string& variable : environment)
+        command += Assign(variable);
     const fs::path before = fs::current_path();
     if (!folder.empty())
         fs::current_path(folder);
     const TemporaryFolder texts;
     const auto quoted = [](const std::string& path) { return '"' + fs::path(path).make_preferred().string() + '"'; };
     ProgramResult result;
-    result.exitCode = Run(quoted(TAMRA_PROGRAM_FOLDER "/" + name) + " " + arguments + " >" + quoted(texts.Path("out")) +
-                          " 2>" + quoted(texts.Path("err")));
+    command += quoted(TAMRA_PROGRAM_FOLDER "/" + name) + " " + arguments;
+    result.exitCode = Run(command + " >" + quoted(texts.Path("out")) + " 2>" + quoted(texts.Path("err")));
     fs::current_path(before);
     result.output = ReadAll(texts.Path("out"));
     result.errors = ReadAll(texts.Path("err"));

@@ -10,10 +10,6 @@
 
 #include <cstdint>
 #include <map>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 namespace test
 {

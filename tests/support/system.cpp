@@ -10,7 +10,6 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #endif
 
@@ -25,11 +24,6 @@ bool IsWine()
 bool MakePipe(const std::string&)
 {
     return false;
-}
-
-bool IsAbort(int status)
-{
-    return status == 3;
 }
 
 FileSizeLimit::FileSizeLimit(std::uint64_t)
@@ -60,11 +54,6 @@ bool IsWine()
 bool MakePipe(const std::string& path)
 {
     return mkfifo(path.c_str(), 0600) == 0;
-}
-
-bool IsAbort(int status)
-{
-    return WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT;
 }
 
 FileSizeLimit::FileSizeLimit(std::uint64_t size)

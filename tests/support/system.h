@@ -20,9 +20,6 @@ bool IsWine();
 /// A pipe that has a name among the files. Only where `kIsUnix`.
 bool MakePipe(const std::string& path);
 
-/// For death tests: whether the program was stopped by std::abort().
-bool IsAbort(int status);
-
 /// Until the end of the scope, writing to a file beyond this size fails as on a full disk. Only where `kIsUnix`.
 class FileSizeLimit
 {

@@ -159,28 +159,14 @@ TEST_F(EventHandler, AgreesWithAPlainList)
     }
 }
 
-TEST(EventSubscription, ReceivesTheMessageOfItsLatestHandler)
+TEST_F(EventHandler, ASubscriptionHearsItsLatestHandler)
 {
-    int calls = 0;
-    CEventSubscription listener(
-        [&](const EventMessage& message)
-        {
-            EXPECT_EQ(++calls, 1);
-            EXPECT_EQ(message.id, 7);
-            EXPECT_EQ(message.first.GetInt(), 5);
-            EXPECT_STREQ(message.second.GetText(), "five");
-        });
-    CEventHandler last;
-    {
-        CEventHandler first;
-        CEventHandler second;
-        listener.Subscribe(first);
-        listener.Subscribe(second);
-        EXPECT_TRUE(first.Empty());
-    }
-    EXPECT_EQ(listener.GetHandler(), nullptr);
-    listener.Subscribe(last);
-    EXPECT_TRUE(last.Raise(7, variant(5), variant("five")));
-    EXPECT_EQ(calls, 1);
+    CEventHandler other;
+    Join({0});
+    m_listeners[0]->Subscribe(other);
+    EXPECT_TRUE(m_handler->Empty());
+    EXPECT_EQ(Raise(), Ids());
+    EXPECT_TRUE(other.Raise(7, variant(), variant()));
+    EXPECT_EQ(m_heard, Ids{700});
 }
 } // namespace

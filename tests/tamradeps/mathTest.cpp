@@ -6,6 +6,7 @@
 #include "tamradeps/math/matrix.h"
 
 #include <algorithm>
+#include <array>
 #include <cfloat>
 #include <cmath>
 #include <limits>
@@ -56,23 +57,16 @@ CMatrix RandomPlacement(test::Random& random)
 }
 
 // Clip coordinates of a point, in doubles.
-struct Clip
+std::array<double, 4> ToClip(const CMatrix& m, CVector3 p)
 {
-    double x, y, z, w;
-
-    Clip(const CMatrix& m, CVector3 p)
+    std::array<double, 4> clip;
+    for (std::size_t row = 0; row < 4; ++row)
     {
-        const float* e = m.GetElements();
-        const auto row = [&](int r)
-        { return double{e[r]} * p.x + double{e[r + 4]} * p.y + double{e[r + 8]} * p.z + double{e[r + 12]}; };
-        x = row(0);
-        y = row(1);
-        z = row(2);
-        w = row(3);
+        const float* e = m.GetElements() + row;
+        clip[row] = double{e[0]} * p.x + double{e[4]} * p.y + double{e[8]} * p.z + double{e[12]};
     }
-    // How far inside the volume, as a part of w.
-    double Margin() const { return 1.0 - std::max({std::abs(x), std::abs(y), std::abs(z)}) / w; }
-};
+    return clip;
+}
 
 TEST(Angle, FunctionsAreAsExactAsFloatsCanTell)
 {
@@ -181,10 +175,10 @@ TEST(Matrix, ProjectionTakesTheCornersOfTheViewToThoseOfClipSpace)
     for (const float depth : {nearDistance, farDistance})
     {
         const float top = depth * std::tan(kPi / 6);
-        const Clip clip(m, {-1.5F * top, top, -depth});
-        EXPECT_NEAR(clip.x / clip.w, -1.0, 1e-5);
-        EXPECT_NEAR(clip.y / clip.w, 1.0, 1e-5);
-        EXPECT_NEAR(clip.z / clip.w, depth == nearDistance ? -1.0 : 1.0, 1e-5);
+        const auto [x, y, z, w] = ToClip(m, {-1.5F * top, top, -depth});
+        EXPECT_NEAR(x / w, -1.0, 1e-5);
+        EXPECT_NEAR(y / w, 1.0, 1e-5);
+        EXPECT_NEAR(z / w, depth == nearDistance ? -1.0 : 1.0, 1e-5);
     }
 }
 
@@ -285,18 +279,19 @@ TEST(PrimFrustum, NeverDropsABoxWithAVisiblePoint)
         const CMatrix m = projection * view;
         const PrimFrustum frustum(m);
         const CVector3 p = RandomVector(random, 60.0F);
-        const Clip clip(m, p);
+        const auto [x, y, z, w] = ToClip(m, p);
+        const double margin = 1.0 - std::max({std::abs(x), std::abs(y), std::abs(z)}) / w; // inside, as a part of w
         const CVector3 size(random.Between(0, 20), random.Between(0, 20), random.Between(0, 20));
         const CVector3 low = p - CVector3(size.x * random.Between(0, 1), size.y * random.Between(0, 1), size.z);
         const PrimAABB box(low, {std::max(p.x, low.x + size.x), std::max(p.y, low.y + size.y), p.z});
-        const bool inside = clip.w > 0.0 && clip.Margin() > 1e-4;
+        const bool inside = w > 0.0 && margin > 1e-4;
         if (inside)
         {
             ++visible;
             ASSERT_TRUE(frustum.Test(p));
             ASSERT_TRUE(frustum.Test(box)) << i;
         }
-        const bool outside = clip.w < -1e-3 || (clip.w > 0.0 && clip.Margin() < -1e-3);
+        const bool outside = w < -1e-3 || (w > 0.0 && margin < -1e-3);
         ASSERT_FALSE(outside && frustum.Test(p)) << i;
         dropped += !frustum.Test(box);
     }

@@ -101,9 +101,7 @@ std::unique_ptr<T[]> Exactly(std::size_t count)
     return std::make_unique<T[]>(count);
 }
 
-class SimdKernelsTest : public testing::TestWithParam<const SimdKernels*>
-{
-};
+using SimdKernelsTest = testing::TestWithParam<const SimdKernels*>;
 
 TEST_P(SimdKernelsTest, FindsAmongBoxesInARowWhatASingleTestFinds)
 {

@@ -14,9 +14,8 @@ namespace
 class Material : public test::DeviceTest
 {
 protected:
-    void SetUp() override
+    void Prepare() override
     {
-        test::DeviceTest::SetUp();
         GetFileSystem().SetUserFolder(m_folder.Path(""));
         Write("a.vert", "layout(location = 0) in vec3 position;\nvoid main() { gl_Position = vec4(position, 1.0); }\n");
         Write("a.frag", "out vec4 result;\nvoid main() { result = COLOR; }\n");

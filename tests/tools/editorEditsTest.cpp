@@ -5,10 +5,8 @@
 
 #include <cmath>
 #include <functional>
-#include <map>
 #include <set>
-#include <string>
-#include <vector>
+#include <tuple>
 
 namespace
 {
@@ -55,22 +53,21 @@ protected:
 
     void Drag(int fromX, int fromY, int toX, int toY, int held = 0, bool isKept = true)
     {
-        renderer::CInput& input = m_renderer.GetInput();
         if (held != 0)
-            input.KeyDown(held);
-        input.MouseMove(fromX, fromY);
-        input.MouseDown(renderer::kMouseLeft);
+            m_input.KeyDown(held);
+        m_input.MouseMove(fromX, fromY);
+        m_input.MouseDown(renderer::kMouseLeft);
         Draw();
         for (int i = 1; i <= 4; ++i)
         {
-            input.MouseMove(fromX + (toX - fromX) * i / 4, fromY + (toY - fromY) * i / 4);
+            m_input.MouseMove(fromX + (toX - fromX) * i / 4, fromY + (toY - fromY) * i / 4);
             Draw();
         }
         if (!isKept)
-            input.KeyDown(renderer::kKeyEscape);
-        input.MouseUp(renderer::kMouseLeft);
+            m_input.KeyDown(renderer::kKeyEscape);
+        m_input.MouseUp(renderer::kMouseLeft);
         if (held != 0)
-            input.KeyUp(held);
+            m_input.KeyUp(held);
         Draw();
     }
 };
@@ -91,13 +88,8 @@ TEST_F(EditorEdits, EachKindOfRowGoesFromTheWidgetToTheFileAndBack)
         return m_user->Click(id) && m_user->Fill("colorpicker/hex", "FF0000FF\n") &&
                m_user->Fill("colorpicker/green", "51\n") && m_user->Click("colorpicker/ok");
     };
-    const struct
-    {
-        const char* property;
-        const char* part;
-        std::function<bool(const char*)> edit;
-        const char* value;
-    } kRows[] = {
+    // A property, the part of its row that is edited, and what becomes of it.
+    const std::tuple<const char*, const char*, std::function<bool(const char*)>, const char*> kRows[] = {
         {"ComponentEditorData.Editor Name", "", fill("building Caf\xC3\xA9 Nord"), "building Caf\xC3\xA9 Nord"},
         {"ComponentTransformDirect.Translation", ".y", fill("-12.25"), "150 -12.25 15"},
         {"ComponentTransformDirect.Scale", "", fill("40"), "40"},
@@ -109,14 +101,14 @@ TEST_F(EditorEdits, EachKindOfRowGoesFromTheWidgetToTheFileAndBack)
     };
     const Values before = GetValues(*Town().GetSelected());
     Values expected = before;
-    for (const auto& row : kRows)
+    for (const auto& [property, part, edit, value] : kRows)
     {
-        const std::string id = std::string(row.property) + row.part;
+        const std::string id = std::string(property) + part;
         ScrollTo(id);
-        ASSERT_TRUE(row.edit(id.c_str())) << id;
+        ASSERT_TRUE(edit(id.c_str())) << id;
         Draw();
-        EXPECT_EQ(GetValues(*Town().GetSelected())[row.property], row.value) << row.property;
-        expected[row.property] = row.value;
+        EXPECT_EQ(GetValues(*Town().GetSelected())[property], value) << property;
+        expected[property] = value;
     }
     const CVector3 place(150, -12.25F, 15);
     EXPECT_EQ(ReadValues(place), Values()) << "not yet in the file";
@@ -263,11 +255,10 @@ TEST_F(EditorEdits, ForgetsOldEditsAndAfterANewOneWhatWasTakenBack)
 
 TEST_F(EditorEdits, ReachesEveryRowByTheKeyboardAndScrollsByTheWheel)
 {
-    renderer::CInput& input = m_renderer.GetInput();
     const auto type = [&](const std::string& text)
     {
         for (const char c : text)
-            input.KeyChar(c);
+            m_input.KeyChar(c);
         Draw();
     };
     std::string fault;
@@ -298,21 +289,15 @@ TEST_F(EditorEdits, ReachesEveryRowByTheKeyboardAndScrollsByTheWheel)
     EXPECT_EQ(values.at("ComponentLight.Range"), "99");
     EXPECT_EQ(values.at("ComponentLight.Shadowed"), "Active");
 
-    // Over a spinner that is not in focus the wheel scrolls the rows, over one that is it turns the number.
+    // Over a spinner that is not in focus the wheel scrolls the rows.
     Press(renderer::kKeyF1 + 5);
-    gui::GuiWidget* bar = m_user->FindById("propertiesBar");
-    m_user->Wheel(*bar, 20);
+    m_user->Wheel(*m_user->FindById("propertiesBar"), 20);
     Draw();
     gui::GuiWidget* number = m_user->FindById("ComponentTransformDirect.Translation.y");
     ASSERT_TRUE(number->GetParent()->IsVisible() && m_user->Wheel(*number, -1));
     Draw();
     EXPECT_FALSE(m_user->FindById("ComponentTransformDirect")->IsVisible());
     EXPECT_EQ(GetValues(*Town().Get(1)), values);
-    m_user->Wheel(*bar, 20);
-    Draw();
-    ASSERT_TRUE(m_user->Click(*number) && m_user->Wheel(*number, 1));
-    Draw();
-    EXPECT_EQ(GetValues(*Town().Get(1)).at("ComponentTransformDirect.Translation"), "50 0.1 15");
 }
 
 TEST_F(EditorEdits, ShowsWhatHasNoKindAfterLoadingToo)

@@ -4,14 +4,9 @@
 #include "gameengine/gui/guiWidget/guiAutomation.h"
 #include "support/deviceFixture.h"
 #include "support/expectations.h"
-#include "tamradeps/io/fileSystem.h"
 #include "tests/tools/townFixture.h"
 
-#include <memory>
 #include <optional>
-#include <string>
-
-#include <gtest/gtest.h>
 
 namespace test
 {
@@ -19,12 +14,8 @@ namespace test
 class EditorTest : public DeviceTest
 {
 protected:
-    void SetUp() override
+    void Prepare() override
     {
-        DeviceTest::SetUp();
-        if (IsSkipped() || HasFatalFailure())
-            return;
-        GetFileSystem().AddRoot(TAMRA_SOURCE_FOLDER "/assets");
         m_path = m_folder.Path("town.sdb");
         ASSERT_TRUE(WriteStreet(m_path));
         m_engine = CTamraGameEngine::Create(m_renderer);
@@ -44,13 +35,12 @@ protected:
     /// A key, as the window sends it, with another one held meanwhile if that is not 0.
     void Press(int key, int held = 0)
     {
-        renderer::CInput& input = m_renderer.GetInput();
         if (held != 0)
-            input.KeyDown(held);
-        input.KeyDown(key);
-        input.KeyUp(key);
+            m_input.KeyDown(held);
+        m_input.KeyDown(key);
+        m_input.KeyUp(key);
         if (held != 0)
-            input.KeyUp(held);
+            m_input.KeyUp(held);
         Draw();
     }
 
@@ -72,6 +62,7 @@ protected:
         return text;
     }
 
+    renderer::CInput& m_input = m_renderer.GetInput();
     TemporaryFolder m_folder;
     std::string m_path;
     std::unique_ptr<CTamraGameEngine> m_engine;

@@ -21,14 +21,10 @@ class Guitool : public testing::Test
 protected:
     std::string Path(const std::string& name) const { return m_folder.Path(name); }
 
-    // Runs the program with arguments that may hold names of the test's folder as "@name".
+    // In the folder of the test, without a display.
     int Run(const std::string& arguments)
     {
-        std::string command = arguments;
-        for (std::size_t at = command.find('@'); at != std::string::npos; at = command.find('@'))
-            command.replace(at, 1, Path(""));
-        // Without a display, and from a folder without assets.
-        test::ProgramResult result = test::RunProgram("guitool", command, Path(""), {"DISPLAY", "WAYLAND_DISPLAY"});
+        test::ProgramResult result = test::RunProgram("guitool", arguments, Path(""), {"DISPLAY", "WAYLAND_DISPLAY"});
         m_output = std::move(result.output);
         m_errors = std::move(result.errors);
         return result.exitCode;
@@ -59,9 +55,8 @@ TEST_F(Guitool, LintSaysWhereTheFaultsAre)
     EXPECT_EQ(m_output + m_errors, "");
     test::WriteFile(Path("bad.gui"),
                     std::string(kPanel).append("\tGWT_NOTHING \"x\"\n\tGWT_SPACER_V \"\" 0 0 0 0 TOP NONE 1 ? 0\n"));
-    EXPECT_EQ(Run("lint good.gui @bad.gui"), 1);
-    EXPECT_NE(m_output.find(Path("bad.gui") + ":3:2: error: \"GWT_NOTHING\": unknown type\n"), std::string::npos)
-        << m_output;
+    EXPECT_EQ(Run("lint good.gui bad.gui"), 1);
+    EXPECT_NE(m_output.find("bad.gui:3:2: error: \"GWT_NOTHING\": unknown type\n"), std::string::npos) << m_output;
     EXPECT_NE(m_output.find("bad.gui:4:37: warning: \"?\": "), std::string::npos) << m_output;
     EXPECT_EQ(Run("lint missing.gui good.gui"), 2);
     EXPECT_TRUE(HasOneErrorWith("missing.gui")) << m_errors;

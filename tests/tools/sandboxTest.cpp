@@ -7,11 +7,9 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
+#include <regex>
 #include <set>
-#include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -36,15 +34,6 @@ protected:
         const std::filesystem::path path = m_folder.Path("assets/" + name);
         std::filesystem::create_directories(path.parent_path());
         test::WriteFile(path.string(), text);
-    }
-
-    static int GetMostOccluded(const std::string& summary)
-    {
-        const std::string key = "\"occluded\": ";
-        int most = 0;
-        for (std::size_t at = summary.find(key); at != std::string::npos; at = summary.find(key, at + 1))
-            most = std::max(most, std::atoi(summary.c_str() + at + key.size()));
-        return most;
     }
 
     test::TemporaryFolder m_folder;
@@ -99,7 +88,7 @@ TEST_F(Sandbox, CullersDoNotChangeThePicture)
         // And it must be of some use.
         const std::string summary = test::ReadFile(m_folder.Path("out/summary.json"));
         EXPECT_NE(summary.find("\"culler\": \"" + std::string(culler) + "\""), std::string::npos);
-        EXPECT_GT(GetMostOccluded(summary), 200) << summary;
+        EXPECT_TRUE(std::regex_search(summary, std::regex(R"("occluded": ([2-9]\d\d|\d{4}))"))) << summary;
     }
 }
 

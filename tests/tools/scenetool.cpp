@@ -23,14 +23,8 @@ class Scenetool : public testing::Test
 protected:
     std::string Path(const std::string& name) const { return m_folder.Path(name); }
 
-    // Runs the program with arguments that may hold names of the test's folder as "@name".
-    Result Run(const std::string& arguments) const
-    {
-        std::string command = arguments;
-        for (std::size_t at = command.find('@'); at != std::string::npos; at = command.find('@'))
-            command.replace(at, 1, Path(""));
-        return {test::RunProgram("scenetool", command)};
-    }
+    // In the folder of the test.
+    Result Run(const std::string& arguments) const { return {test::RunProgram("scenetool", arguments, Path(""))}; }
 
     void ExpectBadInput(const std::string& arguments, const std::string& reason) const
     {
@@ -67,35 +61,35 @@ private:
 
 TEST_F(Scenetool, TownSurvivesImportAndConversion)
 {
-    const Result import = Run("import-osm " + test::GetExtract("manhattan") + " @town.sdb");
+    const Result import = Run("import-osm " + test::GetExtract("manhattan") + " town.sdb");
     ASSERT_EQ(import.exitCode, 0) << import.errors;
     EXPECT_EQ(import.errors, "");
     EXPECT_TRUE(import.Prints("1567 buildings"));
-    EXPECT_TRUE(Run("check @town.sdb").Prints(" 0 problems"));
-    for (const char* conversion : {"@town.sdb @town.mfs", "@town.mfs @again.SDB"})
+    EXPECT_TRUE(Run("check town.sdb").Prints(" 0 problems"));
+    for (const char* conversion : {"town.sdb town.mfs", "town.mfs again.SDB"})
     {
         EXPECT_EQ(Run(std::string("convert ") + conversion).exitCode, 0);
         const Result diff = Run(std::string("diff ") + conversion);
         EXPECT_TRUE(diff.exitCode == 0 && diff.Prints("in both: 24")) << diff.output;
     }
-    const Result info = Run("info @town.mfs");
+    const Result info = Run("info town.mfs");
     EXPECT_TRUE(info.Prints("mfs") && info.Prints("ComponentTransformDirect")) << info.output;
-    EXPECT_EQ(Run("map @town.sdb @town.png --width 300").exitCode, 0);
+    EXPECT_EQ(Run("map town.sdb town.png --width 300").exitCode, 0);
     EXPECT_GT(std::filesystem::file_size(Path("town.png")), 10000U);
 }
 
 TEST_F(Scenetool, ListAndShowPickEntities)
 {
     SaveHouses("houses.sdb");
-    const Result all = Run("list @houses.sdb");
+    const Result all = Run("list houses.sdb");
     EXPECT_TRUE(all.output.starts_with("1\t0.00 0.00 15.00\tbuilding House 0\tComponentTransformDirect,"));
     EXPECT_EQ(all.CountLines(), 5);
     // The bounds belong to the box.
-    const Result box = Run("list @houses.sdb --box -5 0 0 50 2 15");
+    const Result box = Run("list houses.sdb --box -5 0 0 50 2 15");
     EXPECT_TRUE(box.Prints("House 0") && box.Prints("House 1") && !box.Prints("Caf")) << box.output;
-    EXPECT_EQ(Run("list @houses.sdb --limit 1").CountLines(), 1);
-    EXPECT_TRUE(Run("show @houses.sdb 2").Prints("\"Editor Name\" \"building House 1\""));
-    ExpectBadInput("show @houses.sdb 6", "no entity 6");
+    EXPECT_EQ(Run("list houses.sdb --limit 1").CountLines(), 1);
+    EXPECT_TRUE(Run("show houses.sdb 2").Prints("\"Editor Name\" \"building House 1\""));
+    ExpectBadInput("show houses.sdb 6", "no entity 6");
 }
 
 TEST_F(Scenetool, DiffFindsTheChangedEntityOnly)
@@ -103,7 +97,7 @@ TEST_F(Scenetool, DiffFindsTheChangedEntityOnly)
     SaveHouses("a.sdb");
     SaveHouses("b.sdb");
     Replace("b.sdb", 2, "House 1", "Inn No1");
-    const Result diff = Run("diff @a.sdb @b.sdb");
+    const Result diff = Run("diff a.sdb b.sdb");
     EXPECT_EQ(diff.exitCode, 1);
     EXPECT_TRUE(diff.Prints("in both: 4\n")) << diff.output;
     EXPECT_TRUE(diff.Prints("House 1") && diff.Prints("Inn No1") && !diff.Prints("House 3")) << diff.output;
@@ -113,8 +107,8 @@ TEST_F(Scenetool, DiffFindsTheChangedEntityOnly)
             "INSERT INTO entities SELECT NULL, sceneID, pos_x, pos_y, pos_z, componentData FROM entities "
             "WHERE id = 1; UPDATE entities SET componentData = (SELECT componentData FROM entities WHERE id = 1) "
             "WHERE id = 2");
-    EXPECT_TRUE(Run("diff @a.sdb @b.sdb").Prints("a.sdb: 2\n"));
-    EXPECT_EQ(Run("diff @a.sdb @a.sdb").exitCode, 0);
+    EXPECT_TRUE(Run("diff a.sdb b.sdb").Prints("a.sdb: 2\n"));
+    EXPECT_EQ(Run("diff a.sdb a.sdb").exitCode, 0);
 }
 
 TEST_F(Scenetool, CheckNamesEachProblemAndNothingIsConvertedThen)
@@ -123,14 +117,14 @@ TEST_F(Scenetool, CheckNamesEachProblemAndNothingIsConvertedThen)
     // Data that ends too early, and a row that says another place.
     Execute("bad.sdb", "UPDATE entities SET componentData = substr(componentData, 1, 60) WHERE id = 1;"
                        "UPDATE entities SET pos_y = 7 WHERE id = 3");
-    const Result check = Run("check @bad.sdb");
+    const Result check = Run("check bad.sdb");
     EXPECT_EQ(check.exitCode, 1);
     EXPECT_TRUE(check.Prints("entity 1: its data cannot be read\n")) << check.output;
     EXPECT_TRUE(check.Prints("entity 3: stored at (100, 7, 15), but its transform is at (100, 0, 15)\n"));
     EXPECT_TRUE(check.Prints("5 entities, 2 problems\n"));
-    EXPECT_TRUE(Run("list @bad.sdb").Prints("(unreadable)"));
-    EXPECT_EQ(Run("show @bad.sdb 1").exitCode, 1);
-    ExpectBadInput("convert @bad.sdb @out.mfs", "has 2 problems");
+    EXPECT_TRUE(Run("list bad.sdb").Prints("(unreadable)"));
+    EXPECT_EQ(Run("show bad.sdb 1").exitCode, 1);
+    ExpectBadInput("convert bad.sdb out.mfs", "has 2 problems");
     EXPECT_FALSE(std::filesystem::exists(Path("out.mfs")));
 }
 
@@ -138,18 +132,18 @@ TEST_F(Scenetool, ComponentsOfAGameAreKeptAsTheyAre)
 {
     SaveHouses("game.sdb");
     Replace("game.sdb", 2, "ComponentEditorData", "ComponentGamePlayer");
-    const Result check = Run("check @game.sdb");
+    const Result check = Run("check game.sdb");
     EXPECT_TRUE(check.exitCode == 0 && check.Prints("note: 1 of type \"ComponentGamePlayer\"")) << check.output;
-    for (const char* command : {"convert @game.sdb @game.mfs", "convert @game.mfs @back.sdb",
-                                "convert @back.sdb @back.mfs", "diff @game.sdb @back.sdb"})
+    for (const char* command : {"convert game.sdb game.mfs", "convert game.mfs back.sdb", "convert back.sdb back.mfs",
+                                "diff game.sdb back.sdb"})
         EXPECT_EQ(Run(command).exitCode, 0) << command;
-    EXPECT_EQ(Run("list @game.sdb").output, Run("list @back.sdb").output);
+    EXPECT_EQ(Run("list game.sdb").output, Run("list back.sdb").output);
     EXPECT_EQ(test::ReadFile(Path("game.mfs")), test::ReadFile(Path("back.mfs"))) << "to the byte, in the old order";
 
     // A transform of the game's may keep its place in a way of its own, and rows need it.
     Replace("game.sdb", 3, "ComponentTransformDirect", "ComponentTransformByRail");
-    EXPECT_EQ(Run("convert @game.sdb @rail.mfs").exitCode, 0);
-    ExpectBadInput("convert @rail.mfs @rail.sdb", "entity 3 of");
+    EXPECT_EQ(Run("convert game.sdb rail.mfs").exitCode, 0);
+    ExpectBadInput("convert rail.mfs rail.sdb", "entity 3 of");
     EXPECT_FALSE(std::filesystem::exists(Path("rail.sdb")) || std::filesystem::exists(Path("rail.sdb.partial.sdb")));
 }
 
@@ -158,49 +152,49 @@ TEST_F(Scenetool, FilesAreReplacedOnlyByForceAndOnlyBySuccess)
     SaveHouses("houses.sdb");
     const std::string before = test::ReadFile(Path("houses.sdb"));
     test::WriteFile(Path("cut.osm.pbf"), test::ReadFile(test::GetExtract("manhattan")).substr(0, 90000));
-    ExpectBadInput("import-osm " + test::GetExtract("manhattan") + " @houses.sdb", "exists already");
-    ExpectBadInput("import-osm --force @cut.osm.pbf @houses.sdb", "cannot be imported");
-    ExpectBadInput("convert --force @houses.sdb @houses.sdb", "is the file to be converted");
+    ExpectBadInput("import-osm " + test::GetExtract("manhattan") + " houses.sdb", "exists already");
+    ExpectBadInput("import-osm --force cut.osm.pbf houses.sdb", "cannot be imported");
+    ExpectBadInput("convert --force houses.sdb houses.sdb", "is the file to be converted");
     EXPECT_EQ(test::ReadFile(Path("houses.sdb")), before);
-    EXPECT_EQ(Run("import-osm --force " + test::GetExtract("manhattan") + " @houses.sdb").exitCode, 0);
-    EXPECT_EQ(Run("check @houses.sdb").exitCode, 0);
-    EXPECT_FALSE(Run("list @houses.sdb").Prints("House 0"));
+    EXPECT_EQ(Run("import-osm --force " + test::GetExtract("manhattan") + " houses.sdb").exitCode, 0);
+    EXPECT_EQ(Run("check houses.sdb").exitCode, 0);
+    EXPECT_FALSE(Run("list houses.sdb").Prints("House 0"));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Path("")), {}), 2) << "no scratch file stays";
 }
 
 TEST_F(Scenetool, BadInputIsOneLine)
 {
     SaveHouses("houses.sdb");
-    ASSERT_EQ(Run("convert @houses.sdb @cut.mfs").exitCode, 0);
+    ASSERT_EQ(Run("convert houses.sdb cut.mfs").exitCode, 0);
     std::filesystem::resize_file(Path("cut.mfs"), std::filesystem::file_size(Path("cut.mfs")) - 1);
     test::WriteFile(Path("text.sdb"), "this is no database, whatever its name says\n");
     test::WriteFile(Path("text.mfs"), "nor this");
     test::WriteFile(Path("empty.sdb"), "");
     std::filesystem::create_directory(Path("folder.sdb"));
-    const std::pair<const char*, const char*> files[] = {{"@missing.sdb", "does not exist"},
-                                                         {"@folder.sdb", "is not a file"},
-                                                         {"@text.sdb", "not a database"},
-                                                         {"@text.mfs", "is not a scene file"},
-                                                         {"@cut.mfs", "is damaged"},
-                                                         {"@empty.sdb", "without a table of entities"},
-                                                         {"@x.txt", "neither in .sdb nor in .mfs"}};
+    const std::pair<const char*, const char*> files[] = {{"missing.sdb", "does not exist"},
+                                                         {"folder.sdb", "is not a file"},
+                                                         {"text.sdb", "not a database"},
+                                                         {"text.mfs", "is not a scene file"},
+                                                         {"cut.mfs", "is damaged"},
+                                                         {"empty.sdb", "without a table of entities"},
+                                                         {"x.txt", "neither in .sdb nor in .mfs"}};
     for (const auto& [file, reason] : files)
     {
-        for (const char* command : {"info ", "list ", "check ", "diff @houses.sdb "})
+        for (const char* command : {"info ", "list ", "check ", "diff houses.sdb "})
             ExpectBadInput(std::string(command) + file, reason);
     }
-    ExpectBadInput("show @missing.sdb 1", "does not exist");
-    ExpectBadInput("convert @houses.sdb @houses.txt", "neither in .sdb nor in .mfs");
-    ExpectBadInput("convert @houses.sdb @nowhere/x.sdb", "no such folder");
-    ExpectBadInput("convert --force @houses.sdb @folder.sdb", "is not a file");
-    ExpectBadInput("import-osm @text.sdb @new.sdb", "cannot be imported");
-    ExpectBadInput("map @houses.sdb @nowhere/x.png", "nowhere");
+    ExpectBadInput("show missing.sdb 1", "does not exist");
+    ExpectBadInput("convert houses.sdb houses.txt", "neither in .sdb nor in .mfs");
+    ExpectBadInput("convert houses.sdb nowhere/x.sdb", "no such folder");
+    ExpectBadInput("convert --force houses.sdb folder.sdb", "is not a file");
+    ExpectBadInput("import-osm text.sdb new.sdb", "cannot be imported");
+    ExpectBadInput("map houses.sdb nowhere/x.png", "nowhere");
 }
 
 TEST_F(Scenetool, UsageErrorsAndHelp)
 {
     ExpectBadInput("", "subcommand");
-    ExpectBadInput("list @a.sdb --box 1 2 3", "--box");
+    ExpectBadInput("list a.sdb --box 1 2 3", "--box");
     const Result help = Run("--help");
     EXPECT_TRUE(help.exitCode == 0 && help.Prints("import-osm") && help.Prints("Exit codes")) << help.output;
 }
