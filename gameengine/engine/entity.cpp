@@ -2,6 +2,7 @@
 
 #include "gameengine/engine/entityArray.h"
 #include "gameengine/engine/entityComponent.h"
+#include "gameengine/engine/entityComponentDatabase.h"
 #include "gameengine/engine/entityComponentTypeDatabase.h"
 #include "gameengine/engine/interfaceCollection.h"
 #include "tamradeps/core/assertion.h"
@@ -114,6 +115,8 @@ void CEntity::RemoveComponent(CEntityComponent* component)
         return;
     component->m_inEntity = 0;
     component->m_isListed = 0;
+    if (component->m_databaseEntries != 0)
+        CEntityComponentDatabase::i_RemoveFromAll(component);
     i_RemovedComponent(component);
 }
 

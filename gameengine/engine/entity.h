@@ -58,11 +58,11 @@ public:
     int GetComponentCount() const noexcept { return static_cast<int>(m_components.GetCount()); }
     /// Linear search. To find a component by type, ask the type's repository.
     bool HasComponent(const CEntityComponent* component) const noexcept;
-    /// Takes the component out of the list without deleting it; it then belongs to the caller, who deletes it before
-    /// the entity dies.
+    /// Takes the component out of the list, and out of databases that list it, without deleting it; it then belongs to
+    /// the caller. Its entity pointer leads nowhere once the entity is gone.
     void RemoveComponent(CEntityComponent* component);
 
-    /// The entity's component of a class, or null: one read of the class's repository.
+    /// The entity's component of a class, or null: one look-up in the class's repository.
     ///
     ///     if (auto* camera = entity->Find<ComponentCamera>())
     template <class Component>
@@ -93,7 +93,7 @@ public:
     CInterfaceCollection* GetInterfacesPtr() const noexcept { return m_interfaces.Get(); }
 
     /// Adds a sub-group "component" for each component of a registered type, last constructed first, with the type's
-    /// name under "type". Other components are left out.
+    /// name under "type". Other components are left out without a word.
     void SerializerSave(UDBGroup& group);
     /// Creates a component for each sub-group of a known type, then lets each load; the list must be locked. All of
     /// them exist before the first one loads. Once the entity has `kMaxStoredComponents`, further sub-groups are

@@ -22,7 +22,7 @@ const char* CEntityArray::GetTypeString()
 
 void CEntityArray::Add(CEntity* entity)
 {
-    if (m_isBeingDestroyed || entity->IsBeingDestroyed())
+    if (!entity || m_isBeingDestroyed || entity->IsBeingDestroyed())
         return;
     // Counted by hand: entities added twice hold two references and stand in the set once.
     entity->_AddRef();
@@ -41,13 +41,20 @@ void CEntityArray::Add(CEntity* entity)
         !m_entities.Contains(entity))
         return;
     entity->i_AddedToArray(this);
-    // Whoever changed the list before did not find the array there.
-    i_ScanComponents(entity, !entity->IsComponentListLocked());
+    // Whoever changed the list before did not find the array there. Listeners may turn the lock again.
+    bool isLocked = false;
+    do
+    {
+        isLocked = entity->IsComponentListLocked();
+        if (!i_ScanComponents(entity, !isLocked) || !m_entities.Contains(entity))
+            return;
+    } while (isLocked != entity->IsComponentListLocked());
 }
 
 void CEntityArray::Remove(CEntity* entity)
 {
-    i_RemoveAndRelease(entity);
+    if (entity)
+        i_RemoveAndRelease(entity);
 }
 
 bool CEntityArray::i_RemoveAndRelease(CEntity* entity)
@@ -55,6 +62,9 @@ bool CEntityArray::i_RemoveAndRelease(CEntity* entity)
     // Its references are gone; one more to release would destroy it again.
     if (entity->IsBeingDestroyed())
         return i_Remove(entity);
+    // As it takes no more references, it has none to release but those of the entities that are left.
+    if (m_isBeingDestroyed && !m_entities.Contains(entity))
+        return true;
     const RefPtr<CEntityArray> keepThis = i_Keep();
     const bool isReferenced = entity->GetReferenceCount() > 0;
     entity->_AddRef();
@@ -64,6 +74,8 @@ bool CEntityArray::i_RemoveAndRelease(CEntity* entity)
         entity->_RemoveRef();
     if (isReferenced)
         entity->_RemoveRef();
+    else
+        entity->_UndoAddRef();
     return isAlive;
 }
 
@@ -88,6 +100,10 @@ void CEntityArray::Clear()
     entities.reserve(m_entities.GetCount());
     for (std::size_t i = 0; i < m_entities.GetCount(); ++i)
         entities.push_back(m_entities[i]);
+    // Whoever hears that an entity dies may delete an array that nobody references: then they die at the end.
+    std::vector<RefPtr<CEntity>> kept;
+    if (!keepThis)
+        kept.assign(entities.begin(), entities.end());
     for (CEntity* entity : entities)
     {
         // A listener may have removed it, and so deleted it.
@@ -130,10 +146,13 @@ bool CEntityArray::i_ScanComponents(CEntity* entity, bool add)
         const bool isIn = m_entities.Contains(entity);
         if (!(add ? database->Add(component) : database->Remove(component)))
             return false;
-        // The listener may have taken the entity out or in, which settled the rest, or changed its list.
+        // The listener may have taken the entity out or in, which settled the rest.
         if (m_entities.Contains(entity) != isIn)
             break;
-        if (entity->GetComponent(i) != component)
+        // Or it has changed the list. While it can have others entered for what is withdrawn, starting over might never
+        // end; whoever removes an entity looks again when it cannot.
+        const bool isOpen = isIn && !entity->IsComponentListLocked();
+        if (entity->GetComponent(i) != component && (add || !isOpen))
             i = -1;
     }
     return true;

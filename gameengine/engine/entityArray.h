@@ -40,7 +40,7 @@ public:
 
     /// Takes a reference, enters the components into the databases, raises `kEntityAdded` and only then tells the
     /// entity of the array. Adding an entity that is there takes another reference and raises the event again; match
-    /// each call with a `Remove`. An entity or an array that is being destroyed is left alone.
+    /// each call with a `Remove`. Null is ignored, and an entity or an array that is being destroyed left alone.
     void Add(CEntity* entity);
 
     /// Raises `kEntityRemoved`, withdraws the components and releases one reference, whether or not the entity is in

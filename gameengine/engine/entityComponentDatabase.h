@@ -59,10 +59,11 @@ public:
     bool Validate() const;
 
 private:
+    friend class CEntity;
     friend class CEntityArray;
     friend class CEntityComponent;
 
-    // Removes every entry of a component that dies while some database still lists it.
+    // Removes every entry of a component that dies, or leaves its entity, while some database still lists it.
     static void i_RemoveFromAll(CEntityComponent* component);
 
     bool i_IsHeard() const noexcept { return m_events && !m_events->Empty(); }

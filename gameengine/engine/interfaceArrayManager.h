@@ -9,7 +9,7 @@ class TAMRAGAMEENGINE_API CInterfaceArrayManager : public CInterfaceBase
 public:
     static constexpr std::int32_t TYPEID() noexcept { return 1; }
 
-    /// References the array.
+    /// References the array, which must not be null.
     explicit CInterfaceArrayManager(CEntityArray* array);
 
     const char* GetTypeString() override;

@@ -42,6 +42,9 @@ public:
         }
     }
 
+    /// Takes an `_AddRef` back without deleting: what belonged to nobody before belongs to nobody again.
+    void _UndoAddRef() noexcept { --m_references; }
+
     std::int32_t GetReferenceCount() const noexcept { return m_references; }
 
 private:

@@ -74,6 +74,7 @@ TEST_F(EntityArray, TakesAReferenceForEachAddition)
     auto* unreferenced = new CEntity(m_scene.GetInterfaces());
     m_array.Remove(unreferenced);
     EXPECT_EQ(CEntity::GetLiveCount(), m_live + 2) << "still alive";
+    EXPECT_EQ(unreferenced->GetReferenceCount(), 0);
     delete unreferenced;
 }
 

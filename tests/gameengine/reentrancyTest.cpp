@@ -148,14 +148,88 @@ TEST_F(Reentrancy, ArraysMayDieUnderTheirListenersAndTakeNobodyMore)
         m_log.Listen(array.Events(), "array",
                      [&](const EventMessage&)
                      {
-                         array.Add(entity.Get());
-                         array.Add(unreferenced);
+                         for (CEntity* late : {entity.Get(), unreferenced})
+                         {
+                             array.Add(late);
+                             array.Remove(late);
+                         }
                      });
     }
     EXPECT_EQ(entity->GetReferenceCount(), 1);
     EXPECT_EQ(unreferenced->GetReferenceCount(), 0) << "refused, not deleted";
     delete unreferenced;
     AddComponents<>(*entity);
+}
+
+TEST_F(Reentrancy, ListenersMayReplaceWithoutEndOrTurnTheLock)
+{
+    const auto entity = m_scene.Make<ComponentCamera, ComponentEditorData>();
+    for (const std::int32_t type : {kTypes[0], kTypes[1]})
+        m_array.CreateComponentDatabase(type);
+    CEventHandler& cameras = m_array.FindComponentDatabase(kTypes[0])->Events();
+    {
+        // An entity that always has a camera.
+        EventLog log;
+        log.Listen(cameras, "cameras",
+                   [&](const EventMessage& message)
+                   {
+                       if (message.id != CEntityComponentDatabase::kRemoved)
+                           return;
+                       entity->LockComponentList();
+                       ComponentCamera::CreateComponent(entity.Get());
+                       delete message.first.GetObjectPointer<CEntityComponent>("CEntityComponent");
+                       entity->UnlockComponentList();
+                   });
+        m_array.Add(entity.Get());
+        m_array.Remove(entity.Get());
+        EXPECT_TRUE(entity->Find<ComponentCamera>() && IsListedOnce(m_array, *entity));
+    }
+    {
+        EventLog log;
+        log.Listen(cameras, "cameras",
+                   [&](const EventMessage& message)
+                   {
+                       if (message.id == CEntityComponentDatabase::kAdded)
+                           entity->LockComponentList();
+                       else
+                           entity->UnlockComponentList();
+                   });
+        m_array.Add(entity.Get());
+        EXPECT_TRUE(IsListedOnce(m_array, *entity));
+        m_array.Remove(entity.Get());
+    }
+    EventLog log;
+    std::unique_ptr<CEntityComponent> loose;
+    log.Listen(m_array.Events(), "array",
+               [&](const EventMessage& message)
+               {
+                   if (message.id != CEntityArray::kEntityAdded)
+                       return;
+                   entity->LockComponentList();
+                   loose.reset(entity->Find<ComponentCamera>());
+                   entity->RemoveComponent(loose.get());
+                   entity->UnlockComponentList();
+               });
+    m_array.Add(entity.Get());
+    EXPECT_TRUE(loose && IsListedOnce(m_array, *entity));
+    m_array.Remove(entity.Get());
+}
+
+TEST_F(Reentrancy, TheDeathOfAnEntityMayTakeAnArrayAlongThatIsCleared)
+{
+    auto* const array = new CEntityArray;
+    array->Add(new CEntity(m_scene.GetInterfaces()));
+    array->Add(new CEntity(m_scene.GetInterfaces()));
+    bool isAlive = true;
+    m_log.Listen(array->Get(0)->Events(), "entity",
+                 [&](const EventMessage&)
+                 {
+                     if (std::exchange(isAlive, false))
+                         delete array;
+                 });
+    array->Clear();
+    EXPECT_FALSE(isAlive);
+    EXPECT_EQ(CEntity::GetLiveCount(), m_live);
 }
 
 TEST_F(Reentrancy, RemovedComponentsAndStrangeRecordsLeaveTheRestSound)
