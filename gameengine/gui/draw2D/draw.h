@@ -69,6 +69,8 @@ public:
     virtual void DrawNinePatch(const Image& image, const GuiRecti& rect, const Vec4<int>& border,
                                Color tint = 0xFFFFFFFF) = 0;
 
+    // A `font` below 0, or one that is not there, is the pixel font; one of `TFB_COUNT` or more ends the program.
+
     /// One line of text with the upper left corner of its first character's cell there.
     virtual void Text(int x, int y, std::string_view text, Color color, int font = TFB_SEGOE) = 0;
     /// At the screen projection of a point of the world, moved by pixels. Nothing behind the camera, nor before
@@ -87,7 +89,7 @@ public:
     /// An empty picture; null when this drawer keeps none, then the other functions for pictures do nothing.
     virtual std::shared_ptr<DrawPicture> CreatePicture() { return nullptr; }
     /// What is drawn in between goes into the picture, which is emptied first, and not into the frame; outside of all
-    /// clips. Not nested.
+    /// clips. Not nested: one that is begun within another becomes a part of that.
     virtual void BeginPicture(DrawPicture&) {}
     virtual void EndPicture() {}
     /// Marks what is drawn in between as a piece of the picture that can be replaced. Answers its number. Not nested.

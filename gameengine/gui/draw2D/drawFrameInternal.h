@@ -53,6 +53,7 @@ struct DrawI::Frame
     CQuadList* list = &quads; // where quads go: here, to a picture, or to what replaces a piece
     CQuadPicture* picture = nullptr;
     std::size_t clipsBefore = 0;
+    std::size_t ignored = 0; // pictures begun within another one, until they end
     std::size_t pieceFirst = 0;
     std::size_t pieceBatches = 0;
     CQuadList replacement;

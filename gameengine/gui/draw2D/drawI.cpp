@@ -171,7 +171,7 @@ void DrawI::FillTriangle(Vec2<float> a, Vec2<float> b, Vec2<float> c, Color colo
     const auto [left, right] = std::minmax({a.x, b.x, c.x});
     const auto [top, bottom] = std::minmax({a.y, b.y, c.y});
     const ClipBox clip = m_frame->GetClipFor(left, top, right, bottom);
-    if (clip.IsEmpty())
+    if (clip.IsEmpty() || clip.IsApart(left, top, right, bottom))
         return;
     *m_frame->list->BeginPlain(clip, 1) = {{a.x, a.y, b.x, b.y}, {c.x, c.y, c.x, c.y}, color, QuadKind::Corners};
     m_frame->list->Commit(1);
@@ -183,11 +183,11 @@ void DrawI::Line(Vec2<int> from, Vec2<int> to, Color color, float width)
         return;
     const Vec2<float> a{static_cast<float>(from.x) + 0.5F, static_cast<float>(from.y) + 0.5F};
     const Vec2<float> b{static_cast<float>(to.x) + 0.5F, static_cast<float>(to.y) + 0.5F};
-    if (from.x != to.x && from.y != to.y)
+    if (a.x != b.x && a.y != b.y)
         return i_SlantedLine(a, b, color, width);
     const float thickness = std::max(std::round(width), 1.0F);
     const auto start = [thickness](float middle) { return std::ceil(middle - thickness / 2.0F); };
-    if (from.y == to.y)
+    if (a.y == b.y)
         i_Fill(std::min(a.x, b.x) - 0.5F, start(a.y), std::max(a.x, b.x) + 0.5F, start(a.y) + thickness, color);
     else
         i_Fill(start(a.x), std::min(a.y, b.y) - 0.5F, start(a.x) + thickness, std::max(a.y, b.y) + 0.5F, color);
@@ -197,9 +197,12 @@ void DrawI::Line(Vec2<int> from, Vec2<int> to, Color color, float width)
 void DrawI::i_SlantedLine(Vec2<float> from, Vec2<float> to, Color color, float width)
 {
     const float reach = width + 1.0F;
-    const ClipBox clip = m_frame->GetClipFor(std::min(from.x, to.x) - reach, std::min(from.y, to.y) - reach,
-                                             std::max(from.x, to.x) + reach, std::max(from.y, to.y) + reach);
-    if (clip.IsEmpty())
+    const float left = std::min(from.x, to.x) - reach;
+    const float top = std::min(from.y, to.y) - reach;
+    const float right = std::max(from.x, to.x) + reach;
+    const float bottom = std::max(from.y, to.y) + reach;
+    const ClipBox clip = m_frame->GetClipFor(left, top, right, bottom);
+    if (clip.IsEmpty() || clip.IsApart(left, top, right, bottom))
         return;
     const float length = std::hypot(to.x - from.x, to.y - from.y);
     const Vec2<float> along{(to.x - from.x) / length, (to.y - from.y) / length};
@@ -367,7 +370,8 @@ void DrawI::PushClip(const GuiRecti& rect)
 
 void DrawI::PopClip()
 {
-    if (m_frame->clips.size() > 1)
+    // Within a picture those of its surroundings are not to be had.
+    if (m_frame->clips.size() > (m_frame->picture ? m_frame->clipsBefore + 1 : 1))
         m_frame->clips.pop_back();
     else
         AssertionFailed("gameengine/gui/draw2D/drawI", 1);

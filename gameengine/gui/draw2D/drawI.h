@@ -75,6 +75,7 @@ private:
     struct Frame;
 
     void i_LoadDevice();
+    void i_LeavePicture();
     void i_Fill(float left, float top, float right, float bottom, Color color);
     void i_SlantedLine(Vec2<float> from, Vec2<float> to, Color color, float width);
     void i_Round(const GuiRecti& part, const GuiRecti& rect, int radius, QuadKind kind, Color color);

@@ -85,8 +85,11 @@ std::shared_ptr<DrawPicture> DrawI::CreatePicture()
 void DrawI::BeginPicture(DrawPicture& picture)
 {
     auto* const own = dynamic_cast<CQuadPicture*>(&picture);
-    if (!own || m_frame->picture || m_frame->replaced)
+    if (!own || m_frame->picture)
+    {
+        ++m_frame->ignored;
         return;
+    }
     own->Clear();
     m_frame->picture = own;
     m_frame->list = &own->quads;
@@ -96,8 +99,14 @@ void DrawI::BeginPicture(DrawPicture& picture)
 
 void DrawI::EndPicture()
 {
-    if (!m_frame->picture || m_frame->replaced)
-        return;
+    if (m_frame->ignored > 0)
+        --m_frame->ignored;
+    else if (m_frame->picture && !m_frame->replaced)
+        i_LeavePicture();
+}
+
+void DrawI::i_LeavePicture()
+{
     m_frame->picture = nullptr;
     m_frame->list = &m_frame->quads;
     m_frame->clips.resize(m_frame->clipsBefore);
@@ -122,7 +131,10 @@ void DrawI::BeginReplace(DrawPicture& picture, int piece)
     auto* const own = dynamic_cast<CQuadPicture*>(&picture);
     const CQuadPicture::Piece* const place = own ? own->GetPiece(piece) : nullptr;
     if (!place || frame.picture)
+    {
+        ++frame.ignored;
         return;
+    }
     frame.picture = own;
     frame.replaced = place;
     frame.replacement.Clear();
@@ -136,11 +148,16 @@ void DrawI::BeginReplace(DrawPicture& picture, int piece)
 bool DrawI::EndReplace()
 {
     Frame& frame = *m_frame;
+    if (frame.ignored > 0)
+    {
+        --frame.ignored;
+        return false;
+    }
     if (!frame.replaced)
         return false;
     const bool fits = frame.picture->Replace(*frame.replaced, frame.replacement);
     frame.replaced = nullptr;
-    EndPicture();
+    i_LeavePicture();
     return fits;
 }
 
