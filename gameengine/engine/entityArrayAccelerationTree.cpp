@@ -8,6 +8,7 @@
 #include "tamradeps/core/log.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 namespace
@@ -93,7 +94,8 @@ Internal_AccelerationTreeEntry* CEntityArray_AccelerationTree::i_AddEntry(CEntit
     auto* const runtimeData = entity->Find<ComponentRuntimeData>();
     if (!runtimeData)
     {
-        tamra::log::Error("An entity without ComponentRuntimeData cannot be in an acceleration tree.");
+        tamra::log::Error("Entity " + std::to_string(entity->GetIndex()) +
+                          " has no ComponentRuntimeData and cannot be in an acceleration tree.");
         return nullptr;
     }
     auto* const entry = new (m_entryPool.Allocate()) Internal_AccelerationTreeEntry;

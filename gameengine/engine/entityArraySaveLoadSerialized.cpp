@@ -130,8 +130,8 @@ bool CEntityArray_SaveLoad_Serialized::i_Serialize(std::span<const RefPtr<CEntit
         entity->SerializerSave(*group);
         if (!writer.Write(*group, blob) || content.size() + blob.size() > kMaxFileSize)
         {
-            tamra::log::Error(tamra::log::Quoted(m_path, kLongestPath) +
-                              ": the data of an entity cannot be written: it is too large or too deep");
+            tamra::log::Error(tamra::log::Quoted(m_path, kLongestPath) + ": the data of entity " +
+                              std::to_string(entity->GetIndex()) + " cannot be written: it is too large or too deep");
             return false;
         }
         const std::size_t start = content.size();

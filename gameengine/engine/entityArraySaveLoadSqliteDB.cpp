@@ -76,6 +76,12 @@ bool CEntityArray_SaveLoad_SqliteDB::i_PrepareToRead(bool& isEmpty)
     return !isEmpty && !failed && i_Prepare();
 }
 
+bool CEntityArray_SaveLoad_SqliteDB::i_CreateTable()
+{
+    return std::all_of(std::begin(kSchema), std::end(kSchema),
+                       [this](const char* sql) { return m_database.execute(sql); });
+}
+
 bool CEntityArray_SaveLoad_SqliteDB::CreateEmpty()
 {
     if (!IsOpen() || !i_IsFree())
@@ -83,10 +89,7 @@ bool CEntityArray_SaveLoad_SqliteDB::CreateEmpty()
     for (sqlite::query* query : {&m_select, &m_selectIds, &m_selectRow})
         query->reset();
     sqlite::transaction transaction(m_database);
-    if (!transaction.isActive() || !std::all_of(std::begin(kSchema), std::end(kSchema),
-                                                [this](const char* sql) { return m_database.execute(sql); }))
-        return false;
-    if (!transaction.commit())
+    if (!transaction.isActive() || !i_CreateTable() || !transaction.commit())
         return false;
     ClearCache();
     m_rowsToDelete.clear();
@@ -225,10 +228,7 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveInTransaction(WriteRows writeRows)
     m_pending = m_counters;
     bool failed = false;
     const bool hadTable = m_prepared || m_database.tableExists("entities", &failed);
-    bool done = !failed &&
-                (hadTable || std::all_of(std::begin(kSchema), std::end(kSchema),
-                                         [this](const char* sql) { return m_database.execute(sql); })) &&
-                i_Prepare();
+    bool done = !failed && (hadTable || i_CreateTable()) && i_Prepare();
     m_busy = true;
     done = done && writeRows();
     m_busy = false;
@@ -286,8 +286,8 @@ bool CEntityArray_SaveLoad_SqliteDB::i_SaveEntity(CEntity* entity)
     UDBGroup* const group = i_Serialize(entity);
     if (!group)
     {
-        tamra::log::Error(tamra::log::Quoted(m_database.getPath(), kLongestPath) +
-                          ": the data of an entity cannot be written: it is too large or too deep");
+        tamra::log::Error(tamra::log::Quoted(m_database.getPath(), kLongestPath) + ": the data of entity " +
+                          std::to_string(entity->GetIndex()) + " cannot be written: it is too large or too deep");
         return false;
     }
     const std::uint64_t hash = HashCRC64Data(m_buffer.data(), m_buffer.size());
@@ -402,14 +402,19 @@ std::int32_t& CEntityArray_SaveLoad_SqliteDB::i_Slot(const CEntity* entity)
     return m_slots[index];
 }
 
-CEntityArray_SaveLoad_SqliteDB::Cached* CEntityArray_SaveLoad_SqliteDB::i_FindCached(const CEntity* entity)
+const CEntityArray_SaveLoad_SqliteDB::Cached* CEntityArray_SaveLoad_SqliteDB::i_FindCached(const CEntity* entity) const
 {
-    if (!entity || entity->GetIndex() < 0)
+    if (!entity || entity->GetIndex() < 0 || static_cast<std::size_t>(entity->GetIndex()) >= m_slots.size())
         return nullptr;
-    const std::int32_t slot = i_Slot(entity);
+    const std::int32_t slot = m_slots[static_cast<std::size_t>(entity->GetIndex())];
     return slot >= 0 && m_cache[static_cast<std::size_t>(slot)].entity == entity
                ? &m_cache[static_cast<std::size_t>(slot)]
                : nullptr;
+}
+
+CEntityArray_SaveLoad_SqliteDB::Cached* CEntityArray_SaveLoad_SqliteDB::i_FindCached(const CEntity* entity)
+{
+    return const_cast<Cached*>(std::as_const(*this).i_FindCached(entity));
 }
 
 void CEntityArray_SaveLoad_SqliteDB::i_AddToCache(CEntity* entity, std::int64_t row, std::uint64_t hash, bool asLoaded)
@@ -474,12 +479,12 @@ void CEntityArray_SaveLoad_SqliteDB::IterateOverEntities(const std::function<voi
 
 bool CEntityArray_SaveLoad_SqliteDB::HasRow(const CEntity* entity) const
 {
-    return const_cast<CEntityArray_SaveLoad_SqliteDB*>(this)->i_FindCached(entity) != nullptr;
+    return i_FindCached(entity) != nullptr;
 }
 
 std::int64_t CEntityArray_SaveLoad_SqliteDB::FindRow(const CEntity* entity) const
 {
-    const Cached* cached = const_cast<CEntityArray_SaveLoad_SqliteDB*>(this)->i_FindCached(entity);
+    const Cached* cached = i_FindCached(entity);
     return cached ? cached->row : -1;
 }
 

@@ -117,6 +117,7 @@ private:
     bool i_IsFree() const;
     bool i_BindRegion(sqlite::query& query, const float* min, const float* max);
     CEntity* i_LoadBlob(std::int64_t row, std::span<const std::byte> blob);
+    bool i_CreateTable();
     template <class WriteRows>
     bool i_SaveInTransaction(WriteRows writeRows);
     bool i_SaveEntity(CEntity* entity);
@@ -126,6 +127,7 @@ private:
     bool i_DeleteRows();
     void i_Remember();
     std::int32_t& i_Slot(const CEntity* entity);
+    const Cached* i_FindCached(const CEntity* entity) const;
     Cached* i_FindCached(const CEntity* entity);
     void i_AddToCache(CEntity* entity, std::int64_t row, std::uint64_t hash, bool asLoaded);
 

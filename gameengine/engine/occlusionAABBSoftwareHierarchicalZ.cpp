@@ -67,6 +67,7 @@ bool Join(const std::uint32_t* a, const std::uint32_t* b, std::uint32_t (&joined
 struct COcclusionAABBSoftwareHierarchicalZ::State
 {
     const OcclusionKernels* kernels = GetOcclusionKernels().back();
+    int wantedThreads = 1;
     std::unique_ptr<Workers> workers = std::make_unique<Workers>(1);
     int width = 1024;
     int height = 512;
@@ -186,8 +187,11 @@ void COcclusionAABBSoftwareHierarchicalZ::SetResolution(int width, int height)
 void COcclusionAABBSoftwareHierarchicalZ::SetThreadCount(int count)
 {
     const int wanted = std::clamp(count, 1, kMostThreads);
-    if (wanted != m_state->workers->GetCount())
-        m_state->workers = std::make_unique<Workers>(wanted);
+    // Where the system gave fewer, asking for as many again would only make them anew.
+    if (wanted == m_state->wantedThreads)
+        return;
+    m_state->wantedThreads = wanted;
+    m_state->workers = std::make_unique<Workers>(wanted);
 }
 
 std::span<const char* const> COcclusionAABBSoftwareHierarchicalZ::GetInstructionSets() noexcept

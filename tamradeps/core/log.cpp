@@ -121,6 +121,12 @@ std::string Quoted(std::string_view text, std::size_t maxLength)
         if (static_cast<unsigned char>(c) < 32 || c == 127)
             c = '?';
     }
+    // Those that are two bytes in UTF-8, U+0080 to U+009F, begin escape sequences in some terminals.
+    for (std::size_t i = 1; i < result.size(); ++i)
+    {
+        if (result[i - 1] == '\xC2' && (static_cast<unsigned char>(result[i]) & 0xE0U) == 0x80U)
+            result[i - 1] = result[i] = '?';
+    }
     if (length < text.size())
         result += "...";
     return result;

@@ -239,7 +239,7 @@ TEST_F(GuiConsole, VariablesKeepTheirTypeAndRange)
 {
     CGuiConsoleVariables& variables = m_console.GetVariables();
     EXPECT_TRUE(variables.Add("speed", {.value = 2.0F, .low = 0.5, .high = 100000, .help = "Fast."}));
-    EXPECT_TRUE(variables.Add("count", {.value = 3, .low = -5, .high = 100000}));
+    EXPECT_TRUE(variables.Add("count", {.value = 3, .low = -5.5, .high = 100000.9}));
     EXPECT_TRUE(variables.Add("share", {.value = 0.01F, .low = 0.01, .high = 0.3}));
     EXPECT_TRUE(variables.Add("fog", {.value = true}));
     EXPECT_TRUE(variables.Add("title", {.value = "a b", .high = 5}));

@@ -102,6 +102,7 @@ TEST(Log, ThreadsTakeTurns)
 TEST(Log, QuotedNamesCannotForgeOrFloodLines)
 {
     EXPECT_EQ(tamra::log::Quoted("a\nb\x1B[1m\x7F\t"), "a?b?[1m??");
+    EXPECT_EQ(tamra::log::Quoted("\xC2\x9B[\xC2\xA0"), "??[\xC2\xA0");
     EXPECT_EQ(tamra::log::Quoted(std::string(500, 'x')).size(), 123U);
     EXPECT_EQ(tamra::log::Quoted("\xC3\xA4\xC3\xA4", 3), "\xC3\xA4...") << "cut between characters";
     EXPECT_EQ(tamra::log::Quoted("\xC3\xA4\xC3\xA4", 4), "\xC3\xA4\xC3\xA4");

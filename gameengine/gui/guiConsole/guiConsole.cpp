@@ -1,6 +1,7 @@
 #include "gameengine/gui/guiConsole/guiConsole.h"
 
 #include "gameengine/gui/guiWidget/guiKey.h"
+#include "tamradeps/core/log.h"
 #include "tamraengine/renderer/renderer.h"
 
 #include <algorithm>
@@ -77,6 +78,9 @@ void CGuiConsole::AddHandler(const std::string& name, Handler handler, std::stri
 {
     if (!handler)
         return RemoveHandler(name);
+    if (name.find(' ') != std::string::npos)
+        tamra::log::Warning("CGuiConsole: nobody can call \"" + tamra::log::Quoted(name) +
+                            "\", which has a space in it");
     m_commands.insert_or_assign(name,
                                 Command{std::make_shared<const Handler>(std::move(handler)), std::move(help), {}});
 }

@@ -53,7 +53,8 @@ public:
 
     const char* GetTypeString() override;
 
-    /// Enters a command or replaces the one of that name; an empty handler removes it. Names are compared byte by byte.
+    /// Enters a command or replaces the one of that name; an empty handler removes it. Names are compared byte by byte,
+    /// and end at the first space of a line: one with a space in it is never called, which is logged.
     /// `help` is shown by the command "help", and best begins with the name and what follows it.
     void AddHandler(const std::string& name, Handler handler, std::string help = {});
     void RemoveHandler(const std::string& name);

@@ -43,7 +43,7 @@ std::string ToText(const GuiConsoleValue& value)
 // The ends of a range are written like the values between them.
 std::string ToText(double end, const GuiConsoleValue& value)
 {
-    return std::holds_alternative<float>(value) ? ToText(ToFloat(end)) : std::to_string(std::llround(end));
+    return std::holds_alternative<float>(value) ? ToText(ToFloat(end)) : std::to_string(Tools_ToInt32(end));
 }
 
 template <class Number>
@@ -102,15 +102,24 @@ std::string DescribeType(const GuiConsoleVariable& variable)
     if (std::holds_alternative<bool>(variable.value))
         return text;
     const char* const unit = std::holds_alternative<std::string>(variable.value) ? " bytes" : "";
+    // Of whole numbers, the first and the last that are allowed.
+    const bool isFloat = std::holds_alternative<float>(variable.value);
+    const double low = isFloat ? variable.low : std::ceil(variable.low);
+    const double high = isFloat ? variable.high : std::floor(variable.high);
     const bool hasLow = variable.low > -kNoEnd;
     const bool hasHigh = variable.high < kNoEnd;
     if (hasLow && hasHigh)
-        text += ", " + ToText(variable.low, variable.value) + " to " + ToText(variable.high, variable.value) + unit;
+        text += ", " + ToText(low, variable.value) + " to " + ToText(high, variable.value) + unit;
     else if (hasLow)
-        text += ", at least " + ToText(variable.low, variable.value) + unit;
+        text += ", at least " + ToText(low, variable.value) + unit;
     else if (hasHigh)
-        text += ", at most " + ToText(variable.high, variable.value) + unit;
+        text += ", at most " + ToText(high, variable.value) + unit;
     return text;
+}
+
+std::string DescribeRefusal(std::string_view name, const GuiConsoleVariable& variable)
+{
+    return std::string(name).append(" takes another value: ").append(DescribeType(variable)).append(".");
 }
 
 bool IsName(std::string_view name)
@@ -165,7 +174,7 @@ bool CGuiConsoleVariables::Set(std::string_view name, const GuiConsoleValue& val
     const std::shared_ptr<Entry> entry = found->second;
     GuiConsoleVariable& variable = entry->variable;
     if (value.index() != variable.value.index() || !IsAllowed(value, variable))
-        return Fail(fault, found->first + " takes another value: " + DescribeType(variable) + '.');
+        return Fail(fault, DescribeRefusal(found->first, variable));
     if (value == variable.value)
         return true;
     variable.value = value;
@@ -184,8 +193,7 @@ bool CGuiConsoleVariables::SetText(std::string_view name, std::string_view text,
         return Set(name, {}, fault);
     if (const auto value = Parse(text, current->index()))
         return Set(name, *value, fault);
-    return Fail(fault, std::string(name) +
-                           " takes another value: " + DescribeType(m_entries.find(name)->second->variable) + '.');
+    return Fail(fault, DescribeRefusal(name, m_entries.find(name)->second->variable));
 }
 
 bool CGuiConsoleVariables::Reset(std::string_view name, std::string* fault)
