@@ -45,8 +45,9 @@ private:
 ///
 /// An object is a pointer that the grid neither owns nor follows. It stands in the list of every cell that its box
 /// reaches; outside the region there are no cells, so what lies wholly outside is in none. (A box that ends less than
-/// one cell short of the region's lower face counts as reaching it.) Adding and removing cost one list operation for
-/// each such cell, wherever the object lies and however many there are; links come from a pool.
+/// one cell short of the region's lower face counts as reaching it.) Adding costs one list operation for each such
+/// cell; removing and moving also walk the cell's list up to the object, so keep cells to some tens of objects, as
+/// `AdviseGrid` does. Links come from a pool.
 ///
 /// A box with a NaN reaches no cell, nor does one whose min lies more than a cell behind its max; coordinates of any
 /// size are fine. One thread uses a grid at a time.

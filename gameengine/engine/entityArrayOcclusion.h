@@ -37,12 +37,13 @@ public:
     CEntityArray_Occlusion(CEntityArray* array, COcclusionAABBBase* occluder);
     CEntityArray_Occlusion(const CEntityArray_Occlusion&) = delete;
     CEntityArray_Occlusion& operator=(const CEntityArray_Occlusion&) = delete;
-    /// The boxes stay until their entities leave or die.
+    /// The boxes stay until their entities die; leaving the array takes none away any more.
     ~CEntityArray_Occlusion() override;
 
     const char* GetTypeString() override;
 
-    /// Follows this array from now on, in place of the one before, and adds what is in it. Both are referenced.
+    /// Follows this array from now on, in place of the one before, and adds what is in it. Both are referenced. Boxes
+    /// of the former array stay as after the destructor.
     void Initialize(CEntityArray* array, COcclusionAABBBase* occluder);
 
     void i_AddObject(CEntity* entity);

@@ -43,6 +43,9 @@ public:
 /// the whole scene (`CEntityArray_SaveLoad_Serialized`), "sdb" a database with a row for each entity
 /// (`CEntityArray_SaveLoad_SqliteDB`). Other names do nothing.
 ///
+/// Register the types first (`RegisterBuiltInComponents`): components of others are neither saved nor loaded, without a
+/// word.
+///
 ///     CEntityArray_SaveLoad::Save("town.sdb", scene.GetInterfaces());
 ///     CEntityArray_SaveLoad::Load("town.sdb", scene.GetInterfaces(), nullptr, nullptr);
 ///

@@ -29,9 +29,9 @@
 ///
 /// The object keeps a copy of the boxes of each cell that was asked for, packed for vector instructions, and renews a
 /// cell's copy when the cell has changed. A question thus costs a few nanoseconds for each cell and about one for each
-/// box in them, plus the renewing; an object may be kept for each purpose, at about 50 bytes an entity. Once buffers
-/// and copies have grown, nothing is allocated. It keeps the tree alive; with a tree without a grid all answers are
-/// empty.
+/// box in them, plus the renewing; an object may be kept for each purpose, at about 50 bytes an entity and 16 a cell of
+/// the grid. Once buffers and copies have grown, nothing is allocated. It keeps the tree alive; with a tree without a
+/// grid all answers are empty.
 class TAMRAGAMEENGINE_API CEntityArray_SpatialQuery
 {
 public:

@@ -32,7 +32,9 @@ struct OcclusionBox
 ///     culler->SetFrameData(0, frustum, eye);
 ///     culler->DoOcclusion();
 ///     for (int i = 0; i < culler->GetVisibleCount(); ++i)
-///         Draw(static_cast<CEntity*>(culler->GetVisibleBox(i)->user));
+///         Draw(objects[culler->GetVisibleID(i)]);
+///
+/// Of cullers that take boxes one by one, `GetVisibleBox(i)->user` is what the owner gave with the box.
 ///
 /// Boxes come one by one (`AddBoundingBox` and so on) or as a whole set (`SetBoundingBoxes` of those cullers that have
 /// it): which of the two is the class's choice, and the other one does nothing there. Boxes are six floats, min x, y,

@@ -30,7 +30,8 @@
 /// references leaves the scene all the same, and is loaded as another object later. When the store fails, in saving or
 /// in reading, the streamer leaves everything as it is and tries again some hundred frames later.
 ///
-/// A frame in which nothing is loaded or let go allocates nothing.
+/// A frame in which no cell comes within reach, nothing is loaded or let go, and no entity changes its cell, allocates
+/// nothing.
 class TAMRAGAMEENGINE_API CSceneStreamer
 {
 public:

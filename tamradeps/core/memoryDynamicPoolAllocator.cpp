@@ -44,7 +44,7 @@ CMemoryDynamicPoolAllocator::~CMemoryDynamicPoolAllocator()
     }
 }
 
-void CMemoryDynamicPoolAllocator::i_AddBlock()
+void CMemoryDynamicPoolAllocator::i_AddBlock() noexcept
 {
     const std::size_t size = m_blockElements * m_elementSize;
     auto* block = static_cast<Block*>(::operator new (sizeof(Block) + size, std::align_val_t{alignof(Block)}));

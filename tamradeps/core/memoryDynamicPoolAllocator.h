@@ -31,8 +31,8 @@ public:
     CMemoryDynamicPoolAllocator& operator=(const CMemoryDynamicPoolAllocator&) = delete;
     ~CMemoryDynamicPoolAllocator();
 
-    /// Never null: exhausted memory ends the program, as `operator new` would.
-    void* Allocate()
+    /// Never null: exhausted memory ends the program.
+    void* Allocate() noexcept
     {
         if (m_free)
             return i_TakeFree();
@@ -57,7 +57,6 @@ public:
         i_Poison(element);
     }
 
-    std::size_t GetElementSize() const noexcept { return m_elementSize; }
     /// Elements handed out and not yet taken back.
     std::size_t GetUsedCount() const noexcept { return m_used; }
     /// Elements in all blocks.
@@ -78,7 +77,7 @@ private:
         ++m_used;
         return element;
     }
-    void i_AddBlock();
+    void i_AddBlock() noexcept;
 #if defined(TAMRADEPS_POOL_POISONS)
     void i_Unpoison(void* element) const noexcept;
     void i_Poison(void* element) const noexcept;

@@ -21,6 +21,8 @@ TAMRADEPS_API void FreePointers(void* pointers) noexcept;
 template <class T, std::uint32_t InlineCount>
 class CPointerArray
 {
+    static_assert(InlineCount > 0, "growing doubles the capacity");
+
 public:
     CPointerArray() noexcept = default;
     CPointerArray(const CPointerArray& other) { *this = other; }

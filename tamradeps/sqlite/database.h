@@ -44,7 +44,7 @@ enum class OpenMode
 class TAMRADEPS_API database
 {
 public:
-    static constexpr int kDefaultBusyTimeout = 1000;
+    static constexpr int kDefaultBusyTimeout = 1000; ///< Milliseconds.
 
     database() noexcept = default;
     database(const database&) = delete;
@@ -52,8 +52,7 @@ public:
     ~database();
 
     /// Opens the file, closing what was open before. The path is UTF-8; a relative one starts at the current directory,
-    /// and
-    /// ":memory:" is an empty database in memory.
+    /// and ":memory:" is an empty database in memory.
     ///
     /// The file is read here, so a folder, a file that is no database and one that another process has locked longer
     /// than the busy timeout all answer false. A file that may not be written is opened for reading (see `isReadOnly`).
